@@ -1,0 +1,260 @@
+#include "frd/files.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "frd/log.h"
+#include "platform/clock.h"
+
+namespace zatlib {
+namespace {
+
+constexpr uint64_t kRetryWait = 10000;     // milliseconds before a refused chunk is tried again
+constexpr uint32_t kReadBlock = 1 << 20;   // bytes of one system read of a source file
+constexpr uint32_t kWriteBlock = 1 << 20;  // bytes of one system write of a record file
+constexpr uint32_t kIoLimit = 1 << 30;     // bytes of one system call at most
+constexpr uint32_t kCountBlock = 4096;     // bytes of one read of FRD_CountLines
+
+// Removes every CR and LF from [begin, end); returns the new end.
+char* RemoveBreaks(char* begin, char* end) {
+  return std::remove_if(begin, end, [](char c) { return c == '\r' || c == '\n'; });
+}
+
+}  // namespace
+
+int FRD_WriteFile(platform::File& file, const void* data, uint32_t size) {
+  const auto* bytes = static_cast<const char*>(data);
+  uint32_t offset = 0;
+  while (offset < size) {
+    const uint32_t chunk = std::min(size - offset, kWriteChunk);
+    uint32_t written = 0;
+    if (file.Write(bytes + offset, chunk, &written) && written == chunk) {
+      offset += chunk;
+      continue;
+    }
+    char line[256];
+    if (written > 0) {
+      FRD_Format(line, sizeof line, "ERROR! OriginalSize=%u, WrittenSize=%u, WrittingSize=%u", size,
+                 offset, chunk);
+      FRD_LogFrd(line);
+      return 0;
+    }
+    FRD_Format(line, sizeof line, "RETRY... OriginalSize=%u, WrittenSize=%u, WrittingSize=%u", size,
+               offset, chunk);
+    FRD_LogFrd(line);
+    for (const uint64_t start = platform::TickCount();
+         platform::TickCount() - start < kRetryWait;) {
+    }
+    if (!file.Write(bytes + offset, chunk, &written) || written != chunk) {
+      FRD_LogFrd("RETRY ERROR!");
+      return 0;
+    }
+    // The offset stays: the next pass writes the same chunk once more. Readers of maps written
+    // after a transient failure know the doubled chunk, so it is not mended.
+  }
+  return 1;
+}
+
+int WriteWhole(platform::File& file, const void* data, uint64_t size) {
+  const auto* bytes = static_cast<const char*>(data);
+  while (size > 0) {
+    // A multiple of the chunk, so that the sequence of system writes is that of one call.
+    const uint32_t part = static_cast<uint32_t>(std::min<uint64_t>(size, kIoLimit));
+    if (FRD_WriteFile(file, bytes, part) == 0) return 0;
+    bytes += part;
+    size -= part;
+  }
+  return 1;
+}
+
+SaveResult SaveFile(const char* path, const void* data, uint64_t size) {
+  platform::File file = platform::File::Open(path, platform::Access::kWrite, platform::Share::kNone,
+                                             platform::Disposition::kCreateAlways);
+  if (!file.IsOpen()) return SaveResult::kNotOpened;
+  const int written = WriteWhole(file, data, size);
+  file.Flush();
+  return written != 0 ? SaveResult::kSaved : SaveResult::kNotWritten;
+}
+
+uint64_t FileSize(const char* path) {
+  const platform::File file =
+      platform::File::Open(path, platform::Access::kRead, platform::Share::kReadWrite,
+                           platform::Disposition::kOpenExisting);
+  const int64_t size = file.IsOpen() ? file.Size() : 0;
+  return size < 0 ? 0 : static_cast<uint64_t>(size);
+}
+
+bool CanOpen(const char* path) {
+  return platform::File::Open(path, platform::Access::kRead, platform::Share::kRead,
+                              platform::Disposition::kOpenExisting)
+      .IsOpen();
+}
+
+bool ReadExactly(platform::File& file, void* data, uint64_t size) {
+  auto* bytes = static_cast<char*>(data);
+  while (size > 0) {
+    const uint32_t part = static_cast<uint32_t>(std::min<uint64_t>(size, kIoLimit));
+    uint32_t read = 0;
+    if (!file.Read(bytes, part, &read) || read != part) return false;
+    bytes += part;
+    size -= part;
+  }
+  return true;
+}
+
+bool LineReader::Open(const char* path) {
+  path_ = path;
+  file_ = platform::File::Open(path, platform::Access::kRead, platform::Share::kRead,
+                               platform::Disposition::kOpenExisting, platform::Hint::kSequential);
+  position_ = end_ = nullptr;
+  at_end_ = failed_ = false;
+  line_number_ = 0;
+  return file_.IsOpen();
+}
+
+// Makes `wanted` bytes available unless the file ends before.
+bool LineReader::Fill(uint32_t wanted) {
+  if (static_cast<uint64_t>(end_ - position_) >= wanted || at_end_) return true;
+  if (wanted > kLineSize + 1) return false;
+  if (!block_ && !block_.Allocate(kReadBlock + kLineSize + 1)) return false;
+  const auto left = static_cast<size_t>(end_ - position_);
+  std::memmove(block_.data(), position_, left);
+  position_ = block_.data();
+  end_ = position_ + left;
+  while (static_cast<uint64_t>(end_ - position_) < wanted && !at_end_) {
+    uint32_t read = 0;
+    if (!file_.Read(end_, kReadBlock, &read)) {
+      failed_ = true;
+      at_end_ = true;
+    }
+    if (read < kReadBlock) at_end_ = true;
+    end_ += read;
+  }
+  return true;
+}
+
+int FRD_ReadLine(LineReader& reader, uint32_t size, std::string_view* line) {
+  // One byte more than the line may have: the LF behind a CR at the very end of the window.
+  if (!reader.Fill(size + 1)) {
+    reader.failed_ = true;
+    return 0;
+  }
+  char* const begin = reader.position_;
+  const size_t window = std::min<size_t>(size, static_cast<size_t>(reader.end_ - begin));
+  if (window == 0) return 0;
+  char* const limit = begin + window;
+  char* end = static_cast<char*>(std::memchr(begin, '\r', window));
+  bool embedded = false;
+  if (std::memchr(begin, '"', static_cast<size_t>((end != nullptr ? end : limit) - begin)) !=
+      nullptr) {
+    bool quoted = false;
+    end = nullptr;
+    for (char* p = begin; p < limit; ++p) {
+      if (*p == '"') {
+        quoted = !quoted;
+      } else if (*p == '\r' || *p == '\n') {
+        if (quoted) {
+          embedded = true;
+        } else if (*p == '\r') {
+          end = p;
+          break;
+        }
+      }
+    }
+  }
+  if (end == nullptr) {
+    reader.position_ = limit;
+    if (window == size) return 0;  // too long
+    end = limit;
+  } else {
+    reader.position_ = std::min(end + 2, reader.end_);
+  }
+  ++reader.line_number_;
+  if (embedded) end = RemoveBreaks(begin, end);
+  *line = std::string_view(begin, static_cast<size_t>(end - begin));
+  return 1;
+}
+
+int64_t FRD_CountLines(const char* path) {
+  platform::File file =
+      platform::File::Open(path, platform::Access::kRead, platform::Share::kReadWrite,
+                           platform::Disposition::kOpenExisting);
+  if (!file.IsOpen()) return -1;
+  char block[kCountBlock];
+  int64_t count = 0;
+  bool any = false;
+  bool quoted = false;
+  bool open_line = false;
+  uint32_t read = 0;
+  while (file.Read(block, kCountBlock, &read) && read > 0) {
+    any = true;
+    for (uint32_t i = 0; i < read; ++i) {
+      if (block[i] == '"') {
+        quoted = !quoted;
+      } else if (block[i] == '\r' && !quoted) {
+        ++count;
+        open_line = i + 2 < read;
+      }
+    }
+  }
+  if (open_line) ++count;
+  return any ? std::max<int64_t>(count, 1) : 0;
+}
+
+int FRD_CreateFolderTree(const char* path) {
+  char parent[kPathSize];
+  FRD_SplitPath(path, parent, nullptr);
+  const bool has_parent = parent[0] != 0 && std::strcmp(parent, path) != 0;
+  if (has_parent && !platform::IsFolder(parent) && FRD_CreateFolderTree(parent) == 0) return 0;
+  return platform::CreateFolder(path) ? 1 : 0;
+}
+
+bool RecordWriter::Open(const char* path, uint32_t record_size, bool append) {
+  file_ = platform::File::Open(
+      path, append ? platform::Access::kReadWrite : platform::Access::kWrite,
+      platform::Share::kNone,
+      append ? platform::Disposition::kOpenAlways : platform::Disposition::kCreateAlways);
+  record_size_ = record_size;
+  used_ = 0;
+  count_ = 0;
+  offset_ = 0;
+  written_bytes_ = 0;
+  failed_ = false;
+  if (!file_.IsOpen()) return false;
+  if (append) {
+    offset_ = file_.Seek(0, platform::SeekFrom::kEnd);
+    if (offset_ < 0) file_.Close();
+  }
+  capacity_ = kWriteBlock / record_size * record_size;
+  if (file_.IsOpen() && !block_ && !block_.Allocate(capacity_)) file_.Close();
+  return file_.IsOpen();
+}
+
+bool RecordWriter::Append(const void* record) {
+  if (used_ == capacity_ && !WriteOut()) return false;
+  std::memcpy(block_.data() + used_, record, record_size_);
+  used_ += record_size_;
+  ++count_;
+  offset_ += record_size_;
+  return true;
+}
+
+bool RecordWriter::WriteOut() {
+  if (failed_) return false;
+  if (used_ == 0) return true;
+  uint32_t written = 0;
+  failed_ = !file_.Write(block_.data(), used_, &written) || written != used_;
+  written_bytes_ += written;
+  used_ = 0;
+  return !failed_;
+}
+
+bool RecordWriter::Close() {
+  if (!file_.IsOpen()) return true;
+  const bool good = WriteOut();
+  file_.Flush();
+  file_.Close();
+  return good;
+}
+
+}  // namespace zatlib

@@ -1,0 +1,116 @@
+// Reading and writing files in large blocks.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "frd/memory.h"
+#include "frd/text.h"
+#include "platform/file.h"
+
+namespace zatlib {
+
+inline constexpr uint32_t kWriteChunk = 0x800000;  // bytes of one system write of FRD_WriteFile
+inline constexpr uint32_t kLineSize = 2048;        // bytes of a source line, its CR included
+
+// Writes `size` bytes in chunks of 8 MiB. A chunk refused outright is tried once more after ten
+// seconds; when that succeeds the chunk is written again, so the file then holds it twice. Returns
+// 1 when all was written, else 0; failures go to the service log.
+int FRD_WriteFile(platform::File& file, const void* data, uint32_t size);
+
+// The same for data of any size.
+int WriteWhole(platform::File& file, const void* data, uint64_t size);
+
+// Creates the file anew (no sharing), writes `size` bytes with FRD_WriteFile, flushes and closes.
+enum class SaveResult { kSaved, kNotOpened, kNotWritten };
+SaveResult SaveFile(const char* path, const void* data, uint64_t size);
+
+// Size of a file in bytes; 0 when it cannot be opened.
+uint64_t FileSize(const char* path);
+
+// True when the file can be opened for reading, others reading.
+bool CanOpen(const char* path);
+
+// Reads exactly `size` bytes; false when the file ends first or cannot be read.
+bool ReadExactly(platform::File& file, void* data, uint64_t size);
+
+// A source text file, read line by line out of large blocks.
+class LineReader {
+ public:
+  // Opens the file for reading (others may read); IsOpen() tells.
+  bool Open(const char* path);
+  bool IsOpen() const { return file_.IsOpen(); }
+  const std::string& path() const { return path_; }
+
+  // Number of the line read last, from 1.
+  int64_t line_number() const { return line_number_; }
+
+  // True when the system refused a read: the lines then ended too early.
+  bool failed() const { return failed_; }
+
+ private:
+  friend int FRD_ReadLine(LineReader& reader, uint32_t size, std::string_view* line);
+  bool Fill(uint32_t wanted);
+
+  platform::File file_;
+  std::string path_;
+  PageArray<char> block_;
+  char* position_ = nullptr;
+  char* end_ = nullptr;
+  bool at_end_ = false;
+  bool failed_ = false;
+  int64_t line_number_ = 0;
+};
+
+// The next line, as a view that stays good until the next call. A line ends at the first CR
+// outside double quotes (CR LF is taken for granted: the byte behind CR is skipped); CR and LF
+// inside quotes are removed. The last line needs no end. Returns 1, or 0 at the end of the file or
+// when no line end lies within `size` bytes.
+int FRD_ReadLine(LineReader& reader, uint32_t size, std::string_view* line);
+
+// Number of lines (CRs outside quotes, and a last line without an end); -1 when the file cannot be
+// opened.
+int64_t FRD_CountLines(const char* path);
+
+// Creates a folder and its missing parents. Non-zero when the folder was created.
+int FRD_CreateFolderTree(const char* path);
+
+// A file of fixed-size records that grows at its end, written in large blocks.
+class RecordWriter {
+ public:
+  // Opens for reading and writing without sharing: created anew, or at its end when `append`.
+  bool Open(const char* path, uint32_t record_size, bool append);
+  bool IsOpen() const { return file_.IsOpen(); }
+
+  // Takes one record. False when the system refused records (this one or earlier ones).
+  bool Append(const void* record);
+
+  // Number of records taken by Append.
+  int64_t count() const { return count_; }
+
+  // Position in bytes behind the last record taken.
+  int64_t offset() const { return offset_; }
+
+  // Writes what is still held. False when the system refused it.
+  bool WriteOut();
+
+  // After a failure: number (from 0) of the first record that is not whole in the file.
+  int64_t failed_record() const { return written_bytes_ / record_size_; }
+
+  // Writes out, flushes and closes. False when the system refused the write.
+  bool Close();
+
+ private:
+  platform::File file_;
+  PageArray<char> block_;
+  uint32_t record_size_ = 1;
+  uint32_t used_ = 0;
+  uint32_t capacity_ = 0;
+  int64_t count_ = 0;
+  int64_t offset_ = 0;
+  int64_t written_bytes_ = 0;
+  bool failed_ = false;
+};
+
+}  // namespace zatlib

@@ -1,0 +1,70 @@
+#include "frd/mif_text.h"
+
+#include <algorithm>
+#include <initializer_list>
+#include <string>
+
+#include "platform/profile.h"
+
+namespace zatlib {
+namespace {
+
+// True when the text begins with the word, in any case. `word` is in lower case.
+bool BeginsWith(std::string_view text, std::string_view word) {
+  if (text.size() < word.size()) return false;
+  for (size_t i = 0; i < word.size(); ++i) {
+    const char c = text[i] >= 'A' && text[i] <= 'Z' ? static_cast<char>(text[i] + 32) : text[i];
+    if (c != word[i]) return false;
+  }
+  return true;
+}
+
+bool ContainsAny(std::string_view text, std::initializer_list<std::string_view> words) {
+  for (const std::string_view word : words) {
+    if (text.find(word) != std::string_view::npos) return true;
+  }
+  return false;
+}
+
+// The next token: ends at a blank, a comma, CR or the end of the text.
+std::string_view NextToken(std::string_view* text) {
+  while (!text->empty() && text->front() == ' ') text->remove_prefix(1);
+  const size_t end = std::min(text->find_first_of(" ,\r"), text->size());
+  const std::string_view token = text->substr(0, end);
+  text->remove_prefix(std::min(end + 1, text->size()));
+  return token;
+}
+
+}  // namespace
+
+int ReadMifHeader(LineReader& mif, uint32_t line_size, const char* info_path) {
+  std::string_view line;
+  while (FRD_ReadLine(mif, line_size, &line) != 0) {
+    const std::string text(line.substr(0, line.find('\0')));
+    if (ContainsAny(text, {"Charset", "charset"})) {
+      platform::SaveProfileString("INFORMATION", "Charset", text.c_str(), info_path);
+    }
+    if (ContainsAny(text, {"CoordSys", "Coordsys", "coordsys"})) {
+      platform::SaveProfileString("INFORMATION", "CoordSys", text.c_str(), info_path);
+    }
+    if (ContainsAny(text, {"DATA", "Data", "data"})) return 1;
+  }
+  return 0;
+}
+
+MifPoint ReadMifPoint(LineReader& mif, int32_t* x, int32_t* y) {
+  std::string_view line;
+  while (FRD_ReadLine(mif, kLineSize, &line) != 0) {
+    if (BeginsWith(line, "point")) {
+      line = line.substr(0, line.find('\0'));
+      NextToken(&line);
+      *x = FRD_ParseFixed6(NextToken(&line));
+      *y = FRD_ParseFixed6(NextToken(&line));
+      return MifPoint::kPoint;
+    }
+    if (BeginsWith(line, "none")) return MifPoint::kNone;
+  }
+  return MifPoint::kEnd;
+}
+
+}  // namespace zatlib

@@ -1,0 +1,27 @@
+// MIF files: the header, and point objects. Line objects belong to the shape builders.
+#pragma once
+
+#include <cstdint>
+
+#include "frd/files.h"
+
+namespace zatlib {
+
+// Reads header lines (each of at most `line_size` bytes, its end included) up to the one that
+// contains "DATA", "Data" or "data", and writes the lines that contain Charset or CoordSys, whole,
+// to [INFORMATION] of the INI file `info_path`. The tests are plain substring searches. Returns 1
+// when the data line was found, 0 when the file ended first; reports nothing.
+int ReadMifHeader(LineReader& mif, uint32_t line_size, const char* info_path);
+
+// What ReadMifPoint met.
+enum class MifPoint {
+  kPoint,  // x and y are set
+  kNone,   // an object without geometry
+  kEnd     // no object left
+};
+
+// Reads lines up to the next Point or NONE object (any case); other lines are skipped.
+// Coordinates in millionths of a degree.
+MifPoint ReadMifPoint(LineReader& mif, int32_t* x, int32_t* y);
+
+}  // namespace zatlib

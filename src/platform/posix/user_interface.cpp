@@ -1,0 +1,191 @@
+#include "platform/user_interface.h"
+
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <csignal>
+#include <cstdio>
+#include <mutex>
+#include <string>
+#include <thread>
+
+#include "platform/code_page.h"
+
+namespace zatlib::platform {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+volatile std::sig_atomic_t g_interrupts = 0;
+
+// What the terminal shows. The worker writes, the waiting thread reads the interrupts.
+struct Terminal {
+  std::mutex mutex;
+  bool open = false;
+  bool is_terminal = false;
+  bool drawn = false;
+  std::string status;
+  std::string shown_line;
+  int percent = 0;
+  Clock::time_point started;
+  Clock::time_point last_drawn;
+};
+Terminal g_terminal;
+
+void OnInterrupt(int) { g_interrupts = g_interrupts + 1; }
+
+// One line: bar, percentage, elapsed time and status, cut to the terminal's width.
+void Draw(bool now) {
+  Terminal& t = g_terminal;
+  if (!t.is_terminal) return;
+  const auto time = Clock::now();
+  if (!now && t.drawn && time - t.last_drawn < std::chrono::milliseconds(50)) return;
+  const long seconds =
+      static_cast<long>(std::chrono::duration_cast<std::chrono::seconds>(time - t.started).count());
+  char head[96];
+  constexpr int kBar = 24;
+  char bar[kBar + 1];
+  const int filled = t.percent * kBar / 100;
+  for (int i = 0; i < kBar; ++i) bar[i] = i < filled ? '#' : '.';
+  bar[kBar] = 0;
+  std::snprintf(head, sizeof head, "[%s] %3d%% %02ld:%02ld ", bar, t.percent, seconds / 60,
+                seconds % 60);
+  std::string line = head + t.status;
+  for (char& c : line) {
+    if (c == '\r' || c == '\n') c = ' ';
+  }
+  winsize size{};
+  const size_t width = ::ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0
+                           ? static_cast<size_t>(size.ws_col) - 1
+                           : 79;
+  if (line.size() > width) line.resize(width);
+  std::fprintf(stderr, "\r%s\x1b[K", line.c_str());
+  std::fflush(stderr);
+  t.shown_line = line;
+  t.drawn = true;
+  t.last_drawn = time;
+}
+
+// Takes the progress line away, so that other output begins on a line of its own.
+void Erase() {
+  Terminal& t = g_terminal;
+  if (!t.is_terminal || !t.drawn) return;
+  std::fprintf(stderr, "\r\x1b[K");
+  std::fflush(stderr);
+  t.drawn = false;
+}
+
+}  // namespace
+
+bool IsLiveWindow(WindowHandle) { return false; }
+
+WindowHandle ForegroundWindow() { return nullptr; }
+
+void EnableOwnedWindows(WindowHandle, bool) {}
+
+int ShowMessageBox(WindowHandle, const char* text, const char* title, unsigned) {
+  const std::lock_guard<std::mutex> guard(g_terminal.mutex);
+  Erase();
+  std::fprintf(stderr, "%s: %s\n", ForTerminal(title).c_str(), ForTerminal(text).c_str());
+  std::fflush(stderr);
+  if (g_terminal.open) Draw(true);
+  return kAnswerOk;
+}
+
+int RunProgressWindow(const ProgressRun& run) {
+  {
+    const std::lock_guard<std::mutex> guard(g_terminal.mutex);
+    g_terminal.open = true;
+    g_terminal.is_terminal = ::isatty(STDERR_FILENO) == 1;
+    g_terminal.drawn = false;
+    g_terminal.status.clear();
+    g_terminal.percent = 0;
+    g_terminal.started = Clock::now();
+  }
+  run.on_open();
+
+  // The first Ctrl-C is the Cancel button; the second one does what it did before the build.
+  struct sigaction before {};
+  struct sigaction ours {};
+  ours.sa_handler = OnInterrupt;
+  ours.sa_flags = SA_RESTART;
+  g_interrupts = 0;
+  const bool handled = ::sigaction(SIGINT, nullptr, &before) == 0 && before.sa_handler != SIG_IGN &&
+                       ::sigaction(SIGINT, &ours, nullptr) == 0;
+
+  std::mutex mutex;
+  std::condition_variable done;
+  bool ended = false;
+  int result = 0;
+  std::thread worker;
+  try {
+    worker = std::thread([&] {
+      const int value = run.worker(nullptr);
+      const std::lock_guard<std::mutex> guard(mutex);
+      result = value;
+      ended = true;
+      done.notify_one();
+    });
+  } catch (const std::system_error&) {
+    ShowMessageBox(run.owner, "Can't create FrdModalThreadProc thread !", "Fatal Error in FRD_Proc",
+                   kErrorIcon);
+    ended = true;
+  }
+  bool restored = !handled;
+  {
+    std::unique_lock<std::mutex> lock(mutex);
+    while (!ended) {
+      done.wait_for(lock, std::chrono::milliseconds(20));
+      if (g_interrupts > 0 && !restored) {
+        ::sigaction(SIGINT, &before, nullptr);
+        restored = true;
+        lock.unlock();
+        run.on_cancel();
+        lock.lock();
+      }
+    }
+  }
+  if (worker.joinable()) worker.join();
+  if (!restored) ::sigaction(SIGINT, &before, nullptr);
+  {
+    const std::lock_guard<std::mutex> guard(g_terminal.mutex);
+    Erase();
+    g_terminal.open = false;
+  }
+  run.on_close();
+  return result;
+}
+
+void SetProgressText(const char* text) {
+  const std::lock_guard<std::mutex> guard(g_terminal.mutex);
+  Terminal& t = g_terminal;
+  if (!t.open) return;
+  const std::string status = ForTerminal(text);
+  if (status == t.status) return;
+  t.status = status;
+  if (t.is_terminal) {
+    Draw(false);
+  } else {
+    std::string line = status;
+    line.erase(std::remove(line.begin(), line.end(), '\r'), line.end());
+    std::replace(line.begin(), line.end(), '\n', ' ');
+    std::fprintf(stderr, "%s\n", line.c_str());
+  }
+}
+
+void SetProgressPosition(int percent) {
+  const std::lock_guard<std::mutex> guard(g_terminal.mutex);
+  if (!g_terminal.open) return;
+  g_terminal.percent = percent;
+  Draw(true);
+}
+
+void SetWaitCursor() {}
+
+void PumpMessages() {}
+
+}  // namespace zatlib::platform

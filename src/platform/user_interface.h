@@ -1,0 +1,53 @@
+// Message boxes and the progress window.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+
+namespace zatlib::platform {
+
+// A window of the host application: HWND on Windows, meaningless elsewhere.
+using WindowHandle = void*;
+
+inline constexpr unsigned kOkCancelBox = 0x0001;  // MB_OKCANCEL
+inline constexpr unsigned kErrorIcon = 0x0010;    // MB_ICONHAND
+inline constexpr unsigned kTaskModal = 0x2000;    // MB_TASKMODAL
+inline constexpr int kAnswerOk = 1;               // IDOK
+inline constexpr int kAnswerCancel = 2;           // IDCANCEL
+
+// True when the handle names a living window.
+bool IsLiveWindow(WindowHandle window);
+
+// The window that the user works in; null elsewhere than on Windows.
+WindowHandle ForegroundWindow();
+
+// Disables or enables the top-level windows of the owner's thread whose parent is the owner.
+void EnableOwnedWindows(WindowHandle owner, bool enable);
+
+// Shows a message box and returns the answer (kAnswerOk, kAnswerCancel). Without a window system
+// the text goes to standard error as "title: message" and the answer is kAnswerOk.
+int ShowMessageBox(WindowHandle owner, const char* text, const char* title, unsigned flags);
+
+// The progress window: one at a time in a process.
+struct ProgressRun {
+  WindowHandle owner;                              // host window
+  const char* title;                               // in the system code page
+  std::function<int(WindowHandle window)> worker;  // runs on a thread of its own
+  std::function<void()> on_open;                   // before the worker starts
+  std::function<void()> on_cancel;                 // each time the user asks to stop
+  std::function<void()> on_close;                  // after the worker ended
+};
+
+// Runs the worker behind the progress window and returns its result; 0 when the window could not
+// start.
+int RunProgressWindow(const ProgressRun& run);
+
+// Set the window's status line, its bar (0 to 100) and the wait cursor. Nothing without a window.
+void SetProgressText(const char* text);
+void SetProgressPosition(int percent);
+void SetWaitCursor();
+
+// Dispatches the calling thread's pending window messages.
+void PumpMessages();
+
+}  // namespace zatlib::platform
