@@ -1,0 +1,60 @@
+// Reading link shapes back by the code of their link.
+#pragma once
+
+#include <cstdint>
+
+#include "frd/memory.h"
+#include "frd/progress.h"
+#include "platform/file.h"
+#include "shape/shape_files.h"
+
+namespace zatlib {
+
+// Points of one shape that a lookup hands out at most; a longer shape is cut to its first ones.
+inline constexpr int kMaxShapePoints = 2048;
+
+// Open shape files. Releases itself; empty when default constructed or closed.
+class ShapeHolder {
+ public:
+  ShapeHolder() = default;
+  ShapeHolder(const ShapeHolder&) = delete;
+  ShapeHolder& operator=(const ShapeHolder&) = delete;
+
+  // Number of links that have an entry, and of points of all links.
+  int32_t entry_count() const { return entry_count_; }
+  int32_t point_count() const { return point_count_; }
+
+  // The entries, ascending by code.
+  const ShapeIndexEntry* entries() const { return index_.data(); }
+
+ private:
+  friend int SHAPE_OpenShape(WindowHandle owner, ShapeHolder* holder, const char* folder,
+                             int memory_mode);
+  friend int SHAPE_GetShapePoints(FeatureCode code, ShapePoint* points, ShapeHolder* holder);
+  friend void SHAPE_CloseShape(ShapeHolder* holder);
+
+  int32_t entry_count_ = 0;
+  PageArray<ShapeIndexEntry> index_;
+  int32_t point_count_ = 0;
+  PageArray<ShapePoint> points_;  // memory mode
+  platform::File data_file_;      // file mode
+};
+
+// 1 when all three shape files of the folder can be opened for reading, else 0. Reports nothing.
+int SHAPE_CheckShapeFiles(const char* folder);
+
+// Opens the shapes of an output folder, releasing what the holder held before. Non-zero
+// `memory_mode` reads all points into memory (8 bytes each); 0 keeps the data file open and reads
+// points on demand. Returns 1, or 0 after reporting a file or memory error under "... in
+// SHAPE_OpenShape"; the holder is then closed.
+int SHAPE_OpenShape(WindowHandle owner, ShapeHolder* holder, const char* folder, int memory_mode);
+
+// Copies the first points of a link's shape, at most kMaxShapePoints, into `points`, which has room
+// for that many. Returns how many; the stored count when that is 0 or less (an empty shape); -1
+// when the code is absent, its entry points outside the data, or the data cannot be read.
+int SHAPE_GetShapePoints(FeatureCode code, ShapePoint* points, ShapeHolder* holder);
+
+// Frees the buffers, closes the file and clears the holder.
+void SHAPE_CloseShape(ShapeHolder* holder);
+
+}  // namespace zatlib
