@@ -107,7 +107,7 @@ bool LineReader::Open(const char* path) {
   file_ = platform::File::Open(path, platform::Access::kRead, platform::Share::kRead,
                                platform::Disposition::kOpenExisting, platform::Hint::kSequential);
   position_ = end_ = nullptr;
-  at_end_ = failed_ = false;
+  at_end_ = failed_ = too_long_ = false;
   line_number_ = 0;
   return file_.IsOpen();
 }
@@ -134,6 +134,7 @@ bool LineReader::Fill(uint32_t wanted) {
 }
 
 int FRD_ReadLine(LineReader& reader, uint32_t size, std::string_view* line) {
+  reader.too_long_ = false;
   // One byte more than the line may have: the LF behind a CR at the very end of the window.
   if (!reader.Fill(size + 1)) {
     reader.failed_ = true;
@@ -164,7 +165,10 @@ int FRD_ReadLine(LineReader& reader, uint32_t size, std::string_view* line) {
   }
   if (end == nullptr) {
     reader.position_ = limit;
-    if (window == size) return 0;  // too long
+    if (window == size) {
+      reader.too_long_ = true;
+      return 0;
+    }
     end = limit;
   } else {
     reader.position_ = std::min(end + 2, reader.end_);

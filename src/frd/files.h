@@ -49,6 +49,10 @@ class LineReader {
   // True when the system refused a read: the lines then ended too early.
   bool failed() const { return failed_; }
 
+  // True when the last read found no line end within the size asked for; false at the end of the
+  // file.
+  bool too_long() const { return too_long_; }
+
  private:
   friend int FRD_ReadLine(LineReader& reader, uint32_t size, std::string_view* line);
   bool Fill(uint32_t wanted);
@@ -60,6 +64,7 @@ class LineReader {
   char* end_ = nullptr;
   bool at_end_ = false;
   bool failed_ = false;
+  bool too_long_ = false;
   int64_t line_number_ = 0;
 };
 
