@@ -30,6 +30,9 @@ std::string ReadBytes(const std::string& path);  // "" when the file does not ex
 bool Exists(const std::string& path);
 void MakeFolder(const std::string& path);
 
+// True when the program runs under Wine, whose calendar has a February 29 in every year.
+bool UnderWine();
+
 // Readable UTF-8 to the code page 932 bytes that logs and stores hold (any character; made with
 // the test's own table or iconv, independent of the library).
 std::string Cp932(const char* utf8);
@@ -43,7 +46,10 @@ class Bytes {
   Bytes& I64(int64_t v) { return Put(&v, 8); }
   Bytes& F64(double v) { return Put(&v, 8); }
   Bytes& Text(const std::string& text, size_t size);  // padded with zero bytes to `size`
-  Bytes& Zero(size_t count) { bytes_.append(count, '\0'); return *this; }
+  Bytes& Zero(size_t count) {
+    bytes_.append(count, '\0');
+    return *this;
+  }
   const std::string& str() const { return bytes_; }
   operator std::string() const { return bytes_; }  // NOLINT
 
