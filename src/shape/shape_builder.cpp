@@ -1,0 +1,467 @@
+#include "shape/shape_builder.h"
+
+#include <algorithm>
+#include <cinttypes>
+#include <cstdarg>
+#include <string_view>
+
+#include "frd/cp932.h"
+#include "frd/fields.h"
+#include "frd/files.h"
+#include "frd/keyed_table.h"
+#include "frd/mif_text.h"
+#include "platform/profile.h"
+#include "shape/shape_output.h"
+#include "shape/shape_report.h"
+
+namespace zatlib {
+namespace {
+
+constexpr uint32_t kMifLineSize = 1024;      // bytes of a MIF line, its CR included
+constexpr int64_t kProgressRecords = 10000;  // records between two progress texts
+constexpr size_t kInfoLineSize = 512;        // a value of shapedat.inf
+
+constexpr char kInfoSection[] = "INFORMATION";
+constexpr char kDefaultCharset[] = "Charset \"WindowsJapanese\"";
+constexpr char kDefaultCoordSys[] = "CoordSys Earth Projection 1, 1015";
+
+constexpr char kZatMifError[] = "File Error in SHAPE_CreateShapeFileFromZatMif";
+constexpr char kMsrMifError[] = "File Error in SHAPE_CreateShapeFileFromMif";
+constexpr char kZatTextError[] = "File Error in SHAPE_CreateShapeFileFromZatText";
+constexpr char kFinishError[] = "File Error in SHAPE_FinishShapeIndex";
+
+// How reading a source file ended.
+enum class Outcome {
+  kEnd,         // at the end of the file
+  kBad,         // on an error, which the problem holds
+  kNotWritten,  // on a failed write, which the output knows
+  kCancelled
+};
+
+// An error of the source, kept until all that came before it is written.
+struct Problem {
+  ShapeBox box = ShapeBox::kTaskModal;
+  char text[kMessageSize] = {};
+
+  Outcome Set(const char* format, ...) ZATLIB_PRINTF(2, 3) {
+    va_list arguments;
+    va_start(arguments, format);
+    FRD_FormatV(text, sizeof text, format, arguments);
+    va_end(arguments);
+    return Outcome::kBad;
+  }
+};
+
+// A source file being read.
+struct Source {
+  const ShapeContext* cs;
+  const char* title;  // of its error reports
+  const char* path;
+  const char* mid_path;     // of a MIF file
+  int64_t line_count = -1;  // of the MID file; counted when somebody looks
+  Problem problem;
+  ShapeOutput output;
+};
+
+int CodeTextLength(const ShapeContext& cs) {
+  return cs.CodeLength == kIntegerCode ? kIntegerCode : kDecimalCode;
+}
+
+// Shows that a file is begun. Returns 0 when the user has cancelled.
+int ShowFileStart(const ShapeContext& cs, const char* format) {
+  if (cs.ShowProgress == 0) return 1;
+  char text[128];
+  FRD_Format(text, sizeof text, format, static_cast<int>(cs.FileIndex + 1),
+             static_cast<int>(cs.FileCount));
+  return BRN_SetStatus(text) != 0 && FRD_SetProgress(cs.ProgressStart) != 0 ? 1 : 0;
+}
+
+// Opens the outputs, reads the source with `read` and closes the outputs. Whatever comes first in
+// the order of the records is reported: a write that failed before a bad record goes before it.
+template <typename Read>
+int RunSource(Source& source, Read read) {
+  const ShapeContext& cs = *source.cs;
+  const PathText data_path = PathIn(cs.Folder, kShapeDataFile);
+  const PathText index_path = PathIn(cs.Folder, kShapeIndexFile);
+  switch (source.output.Open(data_path.c_str(), index_path.c_str(), cs.FileIndex > 0)) {
+    case ShapeOutput::Opened::kBoth:
+      break;
+    case ShapeOutput::Opened::kNoData:
+      return ReportShapeError(nullptr, ShapeBox::kTaskModal, source.title,
+                              "Can't open the Shape File (%s) !", data_path.c_str());
+    case ShapeOutput::Opened::kNoIndex:
+      return ReportShapeError(nullptr, ShapeBox::kTaskModal, source.title,
+                              "Can't open the shape index DBL file (%s) !", index_path.c_str());
+  }
+  const Outcome outcome = read(source);
+  if (!source.output.Finish()) {
+    const FailedShapeWrite& failure = source.output.failure();
+    const int record = static_cast<int>(failure.record);
+    switch (failure.part) {
+      case FailedShapeWrite::Part::kEntry:
+        return ReportShapeError(nullptr, ShapeBox::kTaskModal, source.title,
+                                "Can't write the shape index DBL file (%s) at rec=%d",
+                                index_path.c_str(), record);
+      case FailedShapeWrite::Part::kTooLarge:
+        return ReportShapeError(nullptr, ShapeBox::kTaskModal, source.title,
+                                "The shape data exceeds 2 GiB, at rec=%d", record);
+      default:
+        break;
+    }
+    if (source.mid_path == nullptr) {
+      return ReportShapeError(nullptr, ShapeBox::kTaskModal, source.title,
+                              "Can't write the Shape File at rec=%d in Line ITEM section item=%d",
+                              record, static_cast<int>(failure.item));
+    }
+    return ReportShapeError(nullptr, ShapeBox::kTaskModal, source.title,
+                            failure.line_object
+                                ? "Can't write the Shape File at rec=%d in Line ITEM section"
+                                : "Can't write the Shape File at rec=%d in Poly ITEM section",
+                            record);
+  }
+  if (outcome == Outcome::kBad) {
+    return ReportShapeError(nullptr, source.problem.box, source.title, "%s", source.problem.text);
+  }
+  return outcome == Outcome::kEnd ? 1 : 0;
+}
+
+// The two ways in which MID records give a code.
+using CodeReader = FeatureCode (*)(std::string_view line, const LineReader& mid, int code_length);
+
+FeatureCode ReadZatCode(std::string_view line, const LineReader& mid, int code_length) {
+  std::string_view field;
+  FieldCursor fields(line, &mid);
+  fields.Next(&field);
+  return ParseCode(field, code_length);
+}
+
+FeatureCode ReadMsrCode(std::string_view line, const LineReader& mid, int code_length) {
+  std::string_view number;
+  std::string_view unused;
+  std::string_view area;
+  FieldCursor fields(line, &mid);
+  fields.Next(&number);
+  fields.Next(&unused);
+  fields.Next(&area);
+  const int64_t low = FRD_ParseInt64(number);
+  const int high = FRD_ParseInt(area);
+  if (code_length != kIntegerCode) {
+    return ComposeCode(high, static_cast<double>(low), kDecimalCode);
+  }
+  // The number is an integer here, so that all of its 16 digits count.
+  return {ComposeCode(high, 0.0, kIntegerCode).bits + static_cast<uint64_t>(low)};
+}
+
+Outcome CopyPline(Source& source, LineReader& mif, int32_t count, int record) {
+  std::string_view line;
+  for (int32_t i = 0; i < count; ++i) {
+    if (FRD_ReadLine(mif, kMifLineSize, &line) == 0) {
+      return source.problem.Set("Can't read the MIF file (%s) at rec=%d in ITEM section",
+                                source.path, record);
+    }
+    const size_t blank = line.find(' ');
+    std::string_view x = line;
+    std::string_view y;
+    if (blank != std::string_view::npos) {
+      x = line.substr(0, blank);
+      y = line.substr(blank + 1);
+      y = y.substr(0, y.find(' '));
+    }
+    const ShapePoint point = {FRD_ParseFixed6(x), FRD_ParseFixed6(y)};
+    // Also what the style lines behind an object give that has fewer points than it says.
+    if (point.X == 0 && point.Y == 0) {
+      return source.problem.Set("The Record of MIF file is invalid, at rec=%d in ITEM section",
+                                record);
+    }
+    if (!source.output.AddPoint(point)) return Outcome::kNotWritten;
+  }
+  return Outcome::kEnd;
+}
+
+// The next field of a Line object, which blanks separate like commas; empty behind the last one.
+std::string_view NextLineField(std::string_view* rest) {
+  const size_t end = std::min(rest->find_first_of(" ,\t;"), rest->size());
+  std::string_view field = rest->substr(0, end);
+  rest->remove_prefix(std::min(end + 1, rest->size()));
+  if (!field.empty() && field.front() == '"') field.remove_prefix(1);
+  return field;
+}
+
+Outcome CopyLine(Source& source, std::string_view line, int record) {
+  line = line.substr(0, line.find('\0'));
+  NextLineField(&line);  // the word itself
+  for (int i = 0; i < 2; ++i) {
+    ShapePoint point;
+    point.X = FRD_ParseFixed6(NextLineField(&line));
+    point.Y = FRD_ParseFixed6(NextLineField(&line));
+    if (point.X == 0 || point.Y == 0) {
+      source.problem.box = ShapeBox::kPlain;
+      return source.problem.Set("The MIF record value is Invalid, at rec=%d in Line shape !",
+                                record);
+    }
+    if (!source.output.AddPoint(point)) return Outcome::kNotWritten;
+  }
+  return Outcome::kEnd;
+}
+
+// Shows how far the file is. Returns 0 when the user has cancelled.
+int ShowRecord(Source& source, int64_t record) {
+  const ShapeContext& cs = *source.cs;
+  if (!FRD_IsDialogOpen()) return BRN_SetStatus(nullptr);
+  if (source.line_count < 0) source.line_count = FRD_CountLines(source.mid_path);
+  const ShapeIndexEntry& entry = source.output.last_entry();
+  char text[512];
+  FRD_Format(text, sizeof text, "Reading Shape=%d / %d\r\n[%s %ld %ld]", static_cast<int>(record),
+             static_cast<int>(source.line_count), CodeText(entry.Code, CodeTextLength(cs)).c_str(),
+             static_cast<long>(entry.Offset), static_cast<long>(entry.Count));
+  if (BRN_SetStatus(text) == 0) return 0;
+  const double share = source.line_count > record
+                           ? static_cast<double>(record) / static_cast<double>(source.line_count)
+                           : 1.0;
+  return FRD_SetProgress(static_cast<float>(cs.ProgressStart + share * cs.ProgressStep));
+}
+
+Outcome ReadMifRecords(Source& source, LineReader& mif, LineReader& mid, CodeReader code_of) {
+  const ShapeContext& cs = *source.cs;
+  ShapeOutput& output = source.output;
+  std::string_view line;
+  for (int64_t number = 1;; ++number) {
+    const int record = static_cast<int>(number);
+    if (FRD_ReadLine(mid, kLineSize, &line) == 0) {
+      if (!mid.too_long() && !mid.failed()) return Outcome::kEnd;
+      return source.problem.Set("Can't read the Mid File (%s) at rec=%d", source.mid_path, record);
+    }
+    const FeatureCode code = code_of(line, mid, cs.CodeLength);
+    bool is_line = false;
+    for (;;) {
+      if (FRD_ReadLine(mif, kMifLineSize, &line) == 0) {
+        return source.problem.Set("Can't read the MIF file (%s) at rec=%d", source.path, record);
+      }
+      if (line.starts_with("Pline")) break;
+      is_line = line.starts_with("Line");
+      if (is_line) break;
+    }
+    if (!output.BeginRecord(code, is_line)) return Outcome::kNotWritten;
+    int32_t count = 2;
+    Outcome outcome = Outcome::kEnd;
+    if (is_line) {
+      outcome = CopyLine(source, line, record);
+    } else {
+      constexpr size_t kBehindPline = 6;  // the word and one blank
+      count = line.size() > kBehindPline ? FRD_ParseInt(line.substr(kBehindPline)) : 0;
+      outcome = CopyPline(source, mif, count, record);
+    }
+    if (outcome != Outcome::kEnd) return outcome;
+    output.EndRecord(count);
+    if (cs.ShowProgress != 0 && number % kProgressRecords == 0 && ShowRecord(source, number) == 0) {
+      return Outcome::kCancelled;
+    }
+  }
+}
+
+int BuildFromMif(const ShapeContext& cs, const char* title, CodeReader code_of) {
+  if (ShowFileStart(cs, "Initializing...\r\n%d/%d") == 0) return 0;
+  Source source{};
+  source.cs = &cs;
+  source.title = title;
+  source.path = cs.Paths[cs.FileIndex].c_str();
+  LineReader mif;
+  if (!mif.Open(source.path)) {
+    return ReportShapeError(nullptr, ShapeBox::kTaskModal, title, "Can't open the MIF file (%s) !",
+                            source.path);
+  }
+  if (ReadMifHeader(mif, kMifLineSize, PathIn(cs.Folder, kShapeInfoFile).c_str()) == 0) {
+    return ReportShapeError(nullptr, ShapeBox::kTaskModal, title,
+                            "Can't read the MIF file header (%s) !", source.path);
+  }
+  PathText mid_path;
+  FRD_MakeMidPath(source.path, mid_path.text);
+  source.mid_path = mid_path.c_str();
+  LineReader mid;
+  if (!mid.Open(source.mid_path)) {
+    return ReportShapeError(nullptr, ShapeBox::kTaskModal, title, "Can't open the MID file (%s) !",
+                            source.mid_path);
+  }
+  return RunSource(source, [&](Source& s) { return ReadMifRecords(s, mif, mid, code_of); });
+}
+
+Outcome ReadTextBlocks(Source& source, LineReader& text) {
+  const ShapeContext& cs = *source.cs;
+  ShapeOutput& output = source.output;
+  std::string_view line;
+  for (int64_t number = 1;; ++number) {
+    const int record = static_cast<int>(number);
+    if (FRD_ReadLine(text, kLineSize, &line) == 0) {
+      if (text.failed()) return source.problem.Set("Can't read the file (%s) !", source.path);
+      return Outcome::kEnd;
+    }
+    FieldCursor head(line, &text);
+    std::string_view code;
+    std::string_view points;
+    head.Next(&code);
+    head.Next(&points);
+    const int32_t count = FRD_ParseInt(points);
+    if (!output.BeginRecord(ParseCode(code, cs.CodeLength), false)) return Outcome::kNotWritten;
+    for (int32_t item = 0; item < count; ++item) {
+      if (FRD_ReadLine(text, kLineSize, &line) == 0) {
+        return source.problem.Set("Can't read the Item Data (%s) at rec=%d item=%d", source.path,
+                                  record, static_cast<int>(item + 1));
+      }
+      FieldCursor fields(line, &text);
+      std::string_view x;
+      std::string_view y;
+      fields.Next(&x);
+      fields.Next(&y);
+      if (!output.AddPoint({FRD_ParseFixed6(x), FRD_ParseFixed6(y)})) return Outcome::kNotWritten;
+    }
+    output.EndRecord(count);
+    if (cs.ShowProgress != 0 && number % kProgressRecords == 0 && BRN_SetStatus(nullptr) == 0) {
+      return Outcome::kCancelled;
+    }
+  }
+}
+
+// The header lines of shapedat.inf, or the defaults, written back.
+void KeepInfoLine(const char* info_path, const char* key, const char* default_line) {
+  char line[kInfoLineSize];
+  platform::ReadProfileString(kInfoSection, key, default_line, line, sizeof line, info_path);
+  platform::SaveProfileString(kInfoSection, key, line, info_path);
+}
+
+// What the sorted entries add up to.
+struct ShapeTotals {
+  int64_t points = 0;
+  int32_t most_points = 0;
+  FeatureCode link_with_most;
+};
+
+// Adds the entries up and makes sure that codes ascend. Returns 1, or 0 after reporting.
+int AddUpEntries(const ShapeIndexEntry* entries, int64_t count, int code_length,
+                 ShapeTotals* totals) {
+  for (int64_t i = 0; i < count; ++i) {
+    const ShapeIndexEntry& entry = entries[i];
+    totals->points += entry.Count;
+    if (i == 0 || entry.Count > totals->most_points) {
+      totals->most_points = entry.Count;
+      totals->link_with_most = entry.Code;
+    }
+    if (i == 0 || entries[i - 1].Code < entry.Code) continue;
+    const FeatureCode before = entries[i - 1].Code;
+    if (before == entry.Code) {
+      return ReportShapeError(nullptr, ShapeBox::kTaskModal, kCp932<u8"道路区間データの重複エラー">,
+                              kCp932<u8"道路区間 %s が重複しています。重複を取り除いてください。">,
+                              CodeText(entry.Code, code_length).c_str());
+    }
+    return ReportShapeError(nullptr, ShapeBox::kTaskModal, "Logic Error in SHAPE_FinishShapeIndex",
+                            "Sort Error : [%d] %s / %s >= [%d] %s / %s", static_cast<int>(i - 1),
+                            CodeText(before, kDecimalCode).c_str(),
+                            CodeText(before, kIntegerCode).c_str(), static_cast<int>(i),
+                            CodeText(entry.Code, kDecimalCode).c_str(),
+                            CodeText(entry.Code, kIntegerCode).c_str());
+  }
+  return 1;
+}
+
+// Reads the whole index. Returns 1, or 0 after reporting.
+int LoadIndex(const char* path, PageArray<ShapeIndexEntry>* entries, int64_t* count) {
+  platform::File file = platform::File::Open(path, platform::Access::kRead, platform::Share::kRead,
+                                             platform::Disposition::kOpenExisting);
+  if (!file.IsOpen()) {
+    return ReportShapeError(nullptr, ShapeBox::kPlain, kFinishError,
+                            "Can't open the shape index DBL file for input (%s) !", path);
+  }
+  const int64_t size = file.Size();
+  *count = size < 0 ? 0 : size / static_cast<int64_t>(sizeof(ShapeIndexEntry));
+  if (!entries->Allocate(static_cast<uint64_t>(*count))) {
+    return ReportShapeError(nullptr, ShapeBox::kTaskModal, "Memory Error in SHAPE_FinishShapeIndex",
+                            "Can't allocate the memory for the Index size=%lld",
+                            static_cast<long long>(size));
+  }
+  constexpr uint64_t kReadAtOnce = uint64_t{1} << 30;
+  const uint64_t wanted = static_cast<uint64_t>(*count) * sizeof(ShapeIndexEntry);
+  auto* const bytes = reinterpret_cast<unsigned char*>(entries->data());
+  uint64_t done = 0;
+  bool good = size >= 0;
+  while (good && done < wanted) {
+    const auto part = static_cast<uint32_t>(std::min(wanted - done, kReadAtOnce));
+    uint32_t read = 0;
+    good = file.Read(bytes + done, part, &read) && read == part;
+    done += read;
+  }
+  if (!good) {
+    return ReportShapeError(nullptr, ShapeBox::kTaskModal, kFinishError,
+                            "Can't read the index DBL file dwIO=%lld (%s)",
+                            static_cast<long long>(done), path);
+  }
+  return 1;
+}
+
+void SaveTotal(const char* info_path, const char* key, int64_t value) {
+  char text[32];
+  FRD_Format(text, sizeof text, "%" PRId64, value);
+  platform::SaveProfileString(kInfoSection, key, text, info_path);
+}
+
+}  // namespace
+
+int SHAPE_CreateShapeFileFromZatMif(ShapeContext* cs) {
+  return BuildFromMif(*cs, kZatMifError, ReadZatCode);
+}
+
+int SHAPE_CreateShapeFileFromMif(ShapeContext* cs) {
+  return BuildFromMif(*cs, kMsrMifError, ReadMsrCode);
+}
+
+int SHAPE_CreateShapeFileFromZatText(ShapeContext* cs) {
+  if (ShowFileStart(*cs, "Creating Shape Data...\r\n%d/%d") == 0) return 0;
+  const PathText info_path = PathIn(cs->Folder, kShapeInfoFile);
+  KeepInfoLine(info_path.c_str(), "Charset", kDefaultCharset);
+  KeepInfoLine(info_path.c_str(), "CoordSys", kDefaultCoordSys);
+  Source source{};
+  source.cs = cs;
+  source.title = kZatTextError;
+  source.path = cs->Paths[cs->FileIndex].c_str();
+  LineReader text;
+  if (!text.Open(source.path)) {
+    return ReportShapeError(nullptr, ShapeBox::kTaskModal, kZatTextError,
+                            "Can't open the MIF file (%s) !", source.path);
+  }
+  return RunSource(source, [&](Source& s) { return ReadTextBlocks(s, text); });
+}
+
+int SHAPE_FinishShapeIndex(ShapeContext* cs) {
+  if (cs->ShowProgress != 0) {
+    if (BRN_SetStatus("Finishing Shape Index...") == 0) return 0;
+    if (FRD_SetProgress(cs->ProgressStart) == 0) return 0;
+  }
+  const PathText path = PathIn(cs->Folder, kShapeIndexFile);
+  PageArray<ShapeIndexEntry> entries;
+  int64_t count = 0;
+  if (LoadIndex(path.c_str(), &entries, &count) == 0) return 0;
+  SortRecords(entries.data(), count,
+              [](const ShapeIndexEntry& entry) { return entry.Code.AsDouble(); });
+  ShapeTotals totals;
+  if (AddUpEntries(entries.data(), count, CodeTextLength(*cs), &totals) == 0) return 0;
+  switch (SaveFile(path.c_str(), entries.data(),
+                   static_cast<uint64_t>(count) * sizeof(ShapeIndexEntry))) {
+    case SaveResult::kSaved:
+      break;
+    case SaveResult::kNotOpened:
+      return ReportShapeError(nullptr, ShapeBox::kTaskModal, kFinishError,
+                              "Can't open the index DBL file for output (%s)", path.c_str());
+    case SaveResult::kNotWritten:
+      return ReportShapeError(nullptr, ShapeBox::kTaskModal, kFinishError,
+                              "Can't write the index DBL file (%s)", path.c_str());
+  }
+  const PathText info_path = PathIn(cs->Folder, kShapeInfoFile);
+  SaveTotal(info_path.c_str(), "NumRec", count);
+  SaveTotal(info_path.c_str(), "NumShape", totals.points);
+  // In the decimal form whatever the code length: readers of the file never expected another.
+  platform::SaveProfileString(kInfoSection, "MaxShapeLink",
+                              CodeText(totals.link_with_most, kDecimalCode).c_str(),
+                              info_path.c_str());
+  SaveTotal(info_path.c_str(), "MaxNumShape", totals.most_points);
+  return 1;
+}
+
+}  // namespace zatlib

@@ -1,0 +1,48 @@
+#include "shape/shape_run.h"
+
+#include "frd/memory.h"
+#include "shape/shape_report.h"
+
+namespace zatlib {
+namespace {
+
+constexpr double kFinishBand = 0.01;  // the part of the bar that the finishing gets
+
+}  // namespace
+
+int RunShapeSource(const char* control_file, int code_length, const ShapeSource& source,
+                   float band_start, float band_width) {
+  ShapeContext cs;
+  if (!IsValidCodeLength(code_length)) return 0;
+  cs.CodeLength = code_length;
+  cs.FileCount = ControlInt(control_file, source.section, "FILENUM", 0);
+  if (cs.FileCount < 1) return 1;
+
+  PageArray<char> folder;
+  PageArray<PathText> paths;
+  if (!folder.Allocate(kPathSize) || !paths.Allocate(static_cast<uint64_t>(cs.FileCount))) {
+    return ReportShapeError(nullptr, ShapeBox::kTaskModal, "Memory Error in BRN_CreateShape",
+                            "Can't initialize the CS structure !");
+  }
+  BRN_GetCalcMapDir(control_file, folder.data());
+  for (int32_t i = 0; i < cs.FileCount; ++i) {
+    paths[static_cast<uint64_t>(i)] = ControlFile(control_file, source.section, i + 1);
+    // The builder stops at a file without a name. The names behind it are not needed, and a
+    // nonsense FILENUM does not cost the time to look for them all.
+    if (paths[static_cast<uint64_t>(i)].text[0] == 0) break;
+  }
+  cs.Folder = folder.data();
+  cs.Paths = paths.data();
+
+  cs.ShowProgress = g_silent == 0 ? 1 : 0;
+  cs.ProgressStep = static_cast<float>((band_width - kFinishBand) / cs.FileCount);
+  for (cs.FileIndex = 0; cs.FileIndex < cs.FileCount; ++cs.FileIndex) {
+    cs.ProgressStart = band_start + static_cast<float>(cs.FileIndex) * cs.ProgressStep;
+    if (source.build(&cs) == 0) return 0;
+  }
+  cs.ProgressStep = static_cast<float>(kFinishBand);
+  cs.ProgressStart = static_cast<float>(band_start + band_width - kFinishBand);
+  return SHAPE_FinishShapeIndex(&cs);
+}
+
+}  // namespace zatlib
