@@ -5,20 +5,27 @@
 
 namespace zatlib {
 
-LoadResult LoadWholeFile(const char* path, uint64_t size, WholeFile* file) {
+LoadResult LoadWholeFile(const char* path, WholeFile* file) {
   file->Free();
-  PageArray<char> bytes;
-  if (size > UINT64_MAX - kFileMargin || !bytes.Allocate(size + kFileMargin)) {
-    return LoadResult::kNoMemory;
-  }
   platform::File source =
       platform::File::Open(path, platform::Access::kRead, platform::Share::kRead,
                            platform::Disposition::kOpenExisting, platform::Hint::kSequential);
   if (!source.IsOpen()) return LoadResult::kNotOpened;
-  if (!ReadExactly(source, bytes.data(), size)) return LoadResult::kNotRead;
+  const int64_t size = source.Size();
+  if (size < 0) return LoadResult::kNotRead;
+  PageArray<char> bytes;
+  if (!bytes.Allocate(static_cast<uint64_t>(size) + kFileMargin)) return LoadResult::kNoMemory;
+  if (!ReadExactly(source, bytes.data(), static_cast<uint64_t>(size))) return LoadResult::kNotRead;
   file->bytes = std::move(bytes);
-  file->size = size;
+  file->size = static_cast<uint64_t>(size);
   return LoadResult::kLoaded;
+}
+
+LoadResult LoadWholeFile(const char* path, uint64_t expected_size, WholeFile* file) {
+  const LoadResult result = LoadWholeFile(path, file);
+  if (result != LoadResult::kLoaded || file->size == expected_size) return result;
+  file->Free();
+  return LoadResult::kNotRead;
 }
 
 }  // namespace zatlib

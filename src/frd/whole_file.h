@@ -37,10 +37,12 @@ struct WholeFile {
 
 enum class LoadResult { kLoaded, kNoMemory, kNotOpened, kNotRead };
 
-// Takes memory for `size` bytes, opens the file for reading (others may read) and reads that many
-// bytes in one go; `size` is what FileSize told, so that the caller can judge it first. A file that
-// has become shorter meanwhile counts as not read. Reports nothing; `file` is empty after a
-// failure.
-LoadResult LoadWholeFile(const char* path, uint64_t size, WholeFile* file);
+// Opens the file for reading (others may read), takes memory for it and reads it in one go; an
+// empty file loads. Reports nothing; `file` is empty after a failure.
+LoadResult LoadWholeFile(const char* path, WholeFile* file);
+
+// The same for a file whose size the caller has judged already: one that has another size by now
+// counts as not read.
+LoadResult LoadWholeFile(const char* path, uint64_t expected_size, WholeFile* file);
 
 }  // namespace zatlib

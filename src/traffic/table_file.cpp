@@ -6,9 +6,12 @@ namespace {
 constexpr char kFileTitle[] = "File Error";
 constexpr char kMemoryTitle[] = "Memory Error";
 
-int Load(WindowHandle owner, uint64_t size, TableFile* table) {
+}  // namespace
+
+int LoadTable(WindowHandle owner, const char* folder, const char* name, TableFile* table) {
+  table->path = PathIn(folder, name);
   const char* path = table->path.c_str();
-  switch (LoadWholeFile(path, size, &table->content)) {
+  switch (LoadWholeFile(path, &table->content)) {
     case LoadResult::kLoaded:
       return 1;
     case LoadResult::kNoMemory:
@@ -24,19 +27,13 @@ int Load(WindowHandle owner, uint64_t size, TableFile* table) {
   return 0;
 }
 
-}  // namespace
-
-int LoadTable(WindowHandle owner, const char* folder, const char* name, TableFile* table) {
-  table->path = PathIn(folder, name);
-  return Load(owner, FileSize(table->path.c_str()), table);
-}
-
-int LoadStore(WindowHandle owner, const char* folder, const char* name, uint64_t record_size,
-              TableFile* store) {
-  store->path = PathIn(folder, name);
+int LoadStore(WindowHandle owner, const char* folder, const char* name, TableFile* store) {
+  bool read_only = false;
+  if (platform::GetAttributes(PathIn(folder, name).c_str(), &read_only)) {
+    return LoadTable(owner, folder, name, store);
+  }
   store->Free();
-  const uint64_t size = FileSize(store->path.c_str());
-  return size < record_size ? 1 : Load(owner, size, store);
+  return 1;
 }
 
 SaveResult SaveTable(WindowHandle owner, const TableFile& table) {

@@ -36,10 +36,8 @@ struct TableFile {
 // Error") with the full path.
 int LoadTable(WindowHandle owner, const char* folder, const char* name, TableFile* table);
 
-// The same for a work store: one that is missing or smaller than `record_size` bytes has no
-// records, which leaves the table empty and is no error.
-int LoadStore(WindowHandle owner, const char* folder, const char* name, uint64_t record_size,
-              TableFile* store);
+// The same for a work store: one that is missing has no records, which is no error.
+int LoadStore(WindowHandle owner, const char* folder, const char* name, TableFile* store);
 
 // Writes the table back over its file, with the size it was read with. A file that cannot be
 // created is reported ("Can't open %s !", "File Error"); a failed write is the caller's to report.

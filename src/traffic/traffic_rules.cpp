@@ -187,7 +187,7 @@ int RunSection(WindowHandle owner, const char* folder, const Section& section, i
                Apply apply) {
   TableFile store;
   int64_t set_count = 0;
-  int result = wanted != 0 ? LoadStore(owner, folder, section.store, sizeof(Record), &store) : 0;
+  int result = wanted != 0 ? LoadStore(owner, folder, section.store, &store) : 0;
   if (result != 0) {
     const Record* records = store.records<Record>();
     const int64_t count = store.count<Record>();

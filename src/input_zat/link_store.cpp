@@ -1,0 +1,146 @@
+#include "input_zat/link_store.h"
+
+#include "frd/control.h"
+#include "frd/log.h"
+#include "input_zat/record_copy.h"
+#include "input_zat/record_readers.h"
+#include "input_zat/store_table.h"
+#include "network/workstore/work_stores.h"
+
+namespace zatlib {
+namespace {
+
+constexpr int64_t kStatusInterval = 5000;  // links between two status texts
+
+// One link file into the store; `*count` grows by the records copied. Returns 1 or 0.
+int CopyLinkFile(WindowHandle owner, const char* control_file, int number, bool mif_mode,
+                 const char* store_path, int code_length, DefaultSpeeds defaults, int64_t* count) {
+  PathText path = ControlFile(control_file, "LINK", number);
+  if (mif_mode) FRD_MakeMidPath(path.c_str(), path.text);
+  LineReader data;
+  if (!data.Open(path.c_str())) {
+    ReportTaskModal(owner, "File Error", "Can't open the link data (FILE%02d) [%s] !", number,
+                    path.c_str());
+    return 0;
+  }
+  RecordWriter store;
+  if (!store.Open(store_path, sizeof(LinkStoreRecord), true)) {
+    ReportTaskModal(owner, "File Error", "Can't open the LinkStorage (%s) at %02d !", store_path,
+                    number);
+    return 0;
+  }
+  CopyProgress progress{"Reading Link Records (%d)...", kStatusInterval, 0};
+  const CopyResult result =
+      CopyRecords<LinkStoreRecord>(data, store, &progress, [&](LinkStoreRecord* record) {
+        return BRN_ZAT_ReadLinkRecord(data, record, code_length, defaults) != 0
+                   ? ReadResult::kRecord
+                   : ReadResult::kEnd;
+      });
+  *count += progress.records;
+  if (result == CopyResult::kReadFailed) {
+    ReportTaskModal(owner, "File Error in BRN_ZAT_SetLinkStore", "Can't read the file (%s) !",
+                    path.c_str());
+  } else if (result == CopyResult::kWriteFailed) {
+    ReportTaskModal(owner, "File Error", "Can't write the LinkStorage (%s) at %02d, %d !",
+                    store_path, number, static_cast<int>(store.failed_record()));
+  }
+  return result == CopyResult::kDone ? 1 : 0;
+}
+
+// A speed row put onto its link. False when its nodes are those of another link.
+bool ApplySpeeds(const LinkSpeedRecord& row, LinkStoreRecord* link) {
+  if (row.NodeA.IsEmpty() || row.NodeB.IsEmpty() ||
+      (row.NodeA == link->NodeA && row.NodeB == link->NodeB)) {
+    link->SpeedA = row.SpeedA;
+  } else if (row.NodeA == link->NodeB && row.NodeB == link->NodeA) {
+    link->SpeedA = row.SpeedB;
+  } else {
+    return false;
+  }
+  // Speed B is taken as it stands in both senses: in a reversed row both speeds become the row's
+  // speed B. Maps in use were built so.
+  link->SpeedB = row.SpeedB;
+  link->SpeedFileValue = row.Value;
+  return true;
+}
+
+}  // namespace
+
+int BRN_ZAT_SetLinkStore(WindowHandle owner, const char* control_file) {
+  if (BRN_BeginStep("Setting Link Storage...") == 0) return 0;
+  const int files = ControlInt(control_file, "LINK", "FILENUM", 0);
+  const bool mif_mode = ControlInt(control_file, "LINK", "MIF", 0) != 0;
+  const DefaultSpeeds defaults = ReadDefaultSpeeds(control_file);
+  const int code_length = BRN_GetCodeLength(control_file);
+  if (!IsValidCodeLength(code_length)) return 0;
+  const PathText store_path = OutputPath(control_file, kLinkStoreFile);
+  int result = files >= 1 ? 1 : 0;
+  if (files >= 1) platform::RemoveFile(store_path.c_str());
+  int64_t count = 0;
+  for (int i = 1; i <= files && result != 0; ++i) {
+    result = CopyLinkFile(owner, control_file, i, mif_mode, store_path.c_str(), code_length,
+                          defaults, &count);
+  }
+  LogBuild("Setting Link Storage end %s : set count = %d", ResultText(result),
+           static_cast<int>(count));
+  return result;
+}
+
+int BRN_ZAT_SetLinkSpeedData(WindowHandle owner, const char* control_file) {
+  if (BRN_BeginStep("Setting Link Speed...") == 0) return 0;
+  const DefaultSpeeds defaults = ReadDefaultSpeeds(control_file);
+  const int code_length = BRN_GetCodeLength(control_file);
+  if (!IsValidCodeLength(code_length)) {
+    ReportTaskModal(owner, "Logic Error in BRN_ZAT_SetLinkSpeedData",
+                    "The CodeLength = %d is invalid !", code_length);
+    return 0;
+  }
+  const int files = ControlInt(control_file, "LINKSPEED", "FILENUM", 0);
+  if (files < 1) return 1;
+
+  constexpr char kFileTitle[] = "File Error in BRN_ZAT_SetLinkSpeedData";
+  const PathText store_path = OutputPath(control_file, kLinkStoreFile);
+  int result = 1;
+  int64_t count = 0;
+  StoreTable<LinkStoreRecord> links;
+  const StoreTableResult loaded = links.Load(store_path.c_str());
+  if (loaded == StoreTableResult::kNoMemory) {
+    ReportTaskModal(owner, "Memory Error in BRN_ZAT_SetLinkSpeedData",
+                    "Can't allocate the memory for the LinkStore !");
+    result = 0;
+  } else if (loaded == StoreTableResult::kNotRead) {
+    ReportTaskModal(owner, kFileTitle, "Can't open / read the link storage %s !",
+                    store_path.c_str());
+    result = 0;
+  } else {
+    result = links.BuildIndex([](const LinkStoreRecord& link) { return link.LinkCode; });
+  }
+  for (int i = 1; i <= files && result != 0; ++i) {
+    const PathText path = ControlFile(control_file, "LINKSPEED", i);
+    LineReader file;
+    if (!file.Open(path.c_str())) {
+      ReportTaskModal(owner, kFileTitle, "Can't open LinkSpeed(%s) !", path.c_str());
+      result = 0;
+      break;
+    }
+    LinkSpeedRecord row;
+    while (BRN_ZAT_ReadLinkSpeed(file, &row, code_length, defaults) != 0) {
+      if (row.LinkCode.IsEmpty()) continue;
+      LinkStoreRecord* link = links.Find(row.LinkCode);
+      if (link != nullptr && ApplySpeeds(row, link)) ++count;
+    }
+    if (file.failed()) {
+      ReportTaskModal(owner, kFileTitle, "Can't read the file (%s) !", path.c_str());
+      result = 0;
+    }
+  }
+  if (result != 0 && !links.Save(store_path.c_str())) {
+    ReportTaskModal(owner, kFileTitle, "Can't write the link storage %s !", store_path.c_str());
+    result = 0;
+  }
+  LogBuild("Setting Link Speed end %s : set counter = %d", ResultText(result),
+           static_cast<int>(count));
+  return result;
+}
+
+}  // namespace zatlib

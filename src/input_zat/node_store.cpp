@@ -1,0 +1,159 @@
+#include "input_zat/node_store.h"
+
+#include "frd/control.h"
+#include "frd/cp932.h"
+#include "frd/log.h"
+#include "frd/mif_text.h"
+#include "input_zat/record_copy.h"
+#include "input_zat/record_readers.h"
+#include "input_zat/road_definition.h"
+#include "input_zat/store_table.h"
+#include "network/workstore/work_stores.h"
+
+namespace zatlib {
+namespace {
+
+constexpr int64_t kStatusInterval = 5000;  // nodes between two status texts
+
+// One node file into the open store; `*count` grows by the records copied. Returns 1 or 0.
+int CopyNodeFile(WindowHandle owner, const char* control_file, int number, bool mif_mode,
+                 const char* store_path, int code_length, int64_t* count) {
+  const PathText path = ControlFile(control_file, "NODE", number);
+  PathText data_path = path;
+  LineReader mif;
+  if (mif_mode) {
+    if (!mif.Open(path.c_str())) {
+      ReportTaskModal(owner, "File Error", "Can't open the node MIF (FILE%02d) [%s] !", number,
+                      path.c_str());
+      return 0;
+    }
+    if (BRN_SetMifInformation(owner, mif, control_file) == 0) return 0;
+    FRD_MakeMidPath(path.c_str(), data_path.text);
+  }
+  LineReader data;
+  if (!data.Open(data_path.c_str())) {
+    ReportTaskModal(owner, "File Error", "Can't open the node MID (FILE%02d) [%s] !", number,
+                    data_path.c_str());
+    return 0;
+  }
+  RecordWriter store;
+  if (!store.Open(store_path, sizeof(NodeStoreRecord), true)) {
+    ReportTaskModal(owner, "File Error", "Can't open the NodeStorage (%s) at %02d !", store_path,
+                    number);
+    return 0;
+  }
+  CopyProgress progress{"Reading Node Record (%d)...", kStatusInterval, 0};
+  const CopyResult result =
+      CopyRecords<NodeStoreRecord>(data, store, &progress, [&](NodeStoreRecord* record) {
+        if (BRN_ZAT_ReadNodeRecord(data, record, code_length) == 0) return ReadResult::kEnd;
+        if (!mif_mode) return ReadResult::kRecord;
+        // Every node of a MIF carries a point.
+        if (ReadMifPoint(mif, &record->X, &record->Y) == MifPoint::kEnd) return ReadResult::kUnfit;
+        return record->X == 0 && record->Y == 0 ? ReadResult::kUnfit : ReadResult::kRecord;
+      });
+  *count += progress.records;
+  switch (result) {
+    case CopyResult::kDone:
+      return 1;
+    case CopyResult::kCancelled:
+      return 0;
+    case CopyResult::kReadFailed:
+      ReportTaskModal(owner, "File Error in BRN_ZAT_SetNodeStore", "Can't read the file (%s) !",
+                      data_path.c_str());
+      return 0;
+    case CopyResult::kWriteFailed:
+      ReportTaskModal(owner, "File Error", "Can't write the NodeStorage (%s) at %02d, %d !",
+                      store_path, number, static_cast<int>(store.failed_record()));
+      return 0;
+    case CopyResult::kStopped:
+      if (mif.failed()) {
+        ReportTaskModal(owner, "File Error in BRN_ZAT_SetNodeStore", "Can't read the file (%s) !",
+                        path.c_str());
+        return 0;
+      }
+      ReportTaskModal(owner, "Data Error in BRN_ZAT_ReadNodeRecord",
+                      kCp932<u8"道路点オブジェクトがありません！\r\n%s (rec=%d)">,
+                      data_path.c_str(), static_cast<int>(progress.records + 1));
+      return 0;
+  }
+  return 0;
+}
+
+}  // namespace
+
+int BRN_ZAT_SetNodeStore(WindowHandle owner, const char* control_file) {
+  if (BRN_BeginStep("Setting Node Storage...") == 0) return 0;
+  const int files = ControlInt(control_file, "NODE", "FILENUM", 0);
+  const bool mif_mode = ControlInt(control_file, "NODE", "MIF", 0) != 0;
+  const int code_length = BRN_GetCodeLength(control_file);
+  if (!IsValidCodeLength(code_length)) return 0;
+  const PathText store_path = OutputPath(control_file, kNodeStoreFile);
+  int result = files >= 1 ? 1 : 0;
+  if (files >= 1) platform::RemoveFile(store_path.c_str());
+  int64_t count = 0;
+  for (int i = 1; i <= files && result != 0; ++i) {
+    result =
+        CopyNodeFile(owner, control_file, i, mif_mode, store_path.c_str(), code_length, &count);
+  }
+  LogBuild("Setting Node Storage end %s : set counter = %d", ResultText(result),
+           static_cast<int>(count));
+  return result;
+}
+
+int BRN_ZAT_SetNodeXYData(WindowHandle owner, const char* control_file) {
+  if (BRN_BeginStep("Setting Node XY...") == 0) return 0;
+  if (ControlInt(control_file, "NODE", "MIF", 0) != 0) return 1;
+  if (ControlInt(control_file, "NODEXY", "FILENUM", 0) < 1) return 1;
+  const int code_length = BRN_GetCodeLength(control_file);
+  if (!IsValidCodeLength(code_length)) return 0;
+
+  const PathText store_path = OutputPath(control_file, kNodeStoreFile);
+  int result = 1;
+  int64_t count = 0;
+  StoreTable<NodeStoreRecord> nodes;
+  const StoreTableResult loaded = nodes.Load(store_path.c_str());
+  if (loaded == StoreTableResult::kNoMemory) {
+    ReportError(owner, "Memory Error in BRN_ZAT_SetNodeXYData",
+                "Can't allocate the memory for the node store and the index !");
+    result = 0;
+  } else if (loaded == StoreTableResult::kNotRead) {
+    ReportError(owner, "File Error in BRN_ZAT_SetNodeXYData",
+                "Can't read the node store and the index !");
+    result = 0;
+  } else {
+    result = nodes.BuildIndex([](const NodeStoreRecord& node) { return node.NodeCode; });
+  }
+  if (result != 0) {
+    // Only the first file counts, whatever FILENUM says.
+    const PathText path = ControlFile(control_file, "NODEXY", 1);
+    LineReader file;
+    if (!file.Open(path.c_str())) {
+      ReportTaskModal(owner, "File Error in BRN_ZAT_SetNodeXYData",
+                      "Can't open the Node XY data (FILE%02d) [%s] !", 1, path.c_str());
+      result = 0;
+    } else {
+      NodeXYRecord row;
+      while (BRN_ZAT_ReadNodeXY(file, &row, code_length) != 0) {
+        if (row.Code.IsEmpty()) continue;
+        NodeStoreRecord* node = nodes.Find(row.Code);
+        if (node == nullptr) continue;
+        node->X = row.X;
+        node->Y = row.Y;
+        ++count;
+      }
+      if (file.failed()) {
+        ReportTaskModal(owner, "File Error in BRN_ZAT_SetNodeXYData", "Can't read the file (%s) !",
+                        path.c_str());
+        result = 0;
+      }
+    }
+  }
+  if (result != 0 && !nodes.Save(store_path.c_str())) {
+    ReportTaskModal(owner, "File Error in BRN_ZAT_SetNodeXYData", "Can't write the node store !");
+    result = 0;
+  }
+  LogBuild("Setting Node XY end %s : set count = %d", ResultText(result), static_cast<int>(count));
+  return result;
+}
+
+}  // namespace zatlib

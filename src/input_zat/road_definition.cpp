@@ -1,0 +1,199 @@
+#include "input_zat/road_definition.h"
+
+#include <algorithm>
+#include <string>
+
+#include "frd/control.h"
+#include "frd/cp932.h"
+#include "frd/log.h"
+#include "frd/mif_text.h"
+#include "network/workstore/work_stores.h"
+#include "platform/clock.h"
+#include "platform/profile.h"
+
+namespace zatlib {
+namespace {
+
+constexpr char kTitle[] = "File Error in BRN_CreateRoadDef";
+constexpr uint32_t kClassLineSize = 1024;  // bytes of a class file's line
+constexpr uint32_t kHeaderLineSize = 512;  // bytes of a MIF header line
+constexpr uint32_t kTollValueSize = 1024;  // bytes of a toll class value
+constexpr uint32_t kFlagValueSize = 512;   // bytes of a road flag value
+
+// A built-in list of classes: code as it stands in the link data, comma, label.
+struct ClassList {
+  const char* section;
+  const char* open_error;
+  const char* const* entries;
+  int count;
+};
+
+const char* const kRoadClasses[] = {
+    kCp932<u8"01,高速自動車国道">,
+    kCp932<u8"02,都市高速道路">,
+    kCp932<u8"03,一般国道">,
+    kCp932<u8"04,主要地方道(都道府県道)">,
+    kCp932<u8"05,主要地方道(指定市道)">,
+    kCp932<u8"06,一般都道府県道">,
+    kCp932<u8"07,指定市の一般市道">,
+    kCp932<u8"09,その他の道路">,
+    kCp932<u8"00,未調査">,
+};
+const char* const kWidthClasses[] = {
+    kCp932<u8"1,幅員13.0m以上">,
+    kCp932<u8"2,幅員5.5m以上～13.0m未満">,
+    kCp932<u8"3,幅員3.0m以上～5.5m未満">,
+    kCp932<u8"4,幅員3.0m未満">,
+    kCp932<u8"0,未調査">,
+};
+const ClassList kRoadClassList = {"ATTRIBUTE", "Can't open the Attribute File (%s) !", kRoadClasses,
+                                  std::size(kRoadClasses)};
+const ClassList kWidthClassList = {"WIDTH", "Can't open the Width Definition File (%s) !",
+                                   kWidthClasses, std::size(kWidthClasses)};
+
+// A road flag: the key written, the control file's key, the older key read when that is empty, and
+// the default. The file keeps the older names AIR and SHIP.
+struct RoadFlagKey {
+  const char* key;
+  const char* source;
+  const char* older_source;
+  const char* default_value;
+};
+const RoadFlagKey kRoadFlags[] = {
+    {"HIGHWAY", "HIGHWAY", nullptr, ""},
+    {"PAYROAD", "PAYROAD", nullptr, ""},
+    {"FERRY", "FERRY", nullptr, ""},
+    {"RAILROAD", "RAILROAD", nullptr, ""},
+    {"AIR", "PARKING", "AIR", ""},
+    {"TOLLGATE", "TOLLGATE", nullptr, ""},
+    {"SHIP", "PEDESTRIANWAY", "SHIP", ""},
+    {"ICWEIGHT", "ICWEIGHT", nullptr, "0"},
+    {"RTWEIGHT", "RTWEIGHT", nullptr, "0"},
+    {"RTWEIGHT_RIGHT", "RTWEIGHT_RIGHT", nullptr, "45"},
+    {"RTWEIGHT_LEFT", "RTWEIGHT_LEFT", nullptr, "135"},
+};
+
+void WriteNumber(const char* section, const char* key, int64_t number, const char* path) {
+  char text[32];
+  FRD_Format(text, sizeof text, "%ld", static_cast<long>(number));
+  platform::SaveProfileString(section, key, text, path);
+}
+
+void WriteEntry(const char* section, int64_t number, const char* value, const char* path) {
+  char key[32];
+  FRD_Format(key, sizeof key, "DEF%02d", static_cast<int>(number));
+  platform::SaveProfileString(section, key, value, path);
+}
+
+// The two comment lines, in a file made anew. False when it cannot be created.
+bool WriteHeader(const char* path) {
+  platform::File file = platform::File::Open(path, platform::Access::kWrite, platform::Share::kNone,
+                                             platform::Disposition::kCreateAlways);
+  if (!file.IsOpen()) return false;
+  const platform::DateTime now = platform::LocalTime();
+  const std::string parts[] = {"; Road Definition File for ZATLIB40\r\n; Created ",
+                               platform::RoadDefinitionDate(now) + ", ",
+                               platform::RoadDefinitionTime(now) + "\r\n"};
+  for (const std::string& part : parts) {
+    uint32_t written = 0;
+    file.Write(part.data(), static_cast<uint32_t>(part.size()), &written);
+  }
+  file.Flush();
+  return true;
+}
+
+// The classes of a file, one a line, and their count behind them. Returns 1, 0 when it cannot be
+// opened or read.
+int WriteClassFile(WindowHandle owner, const ClassList& list, const char* control_file,
+                   const char* path) {
+  const PathText source = ControlFile(control_file, list.section, 1);
+  LineReader file;
+  if (!file.Open(source.c_str())) {
+    ReportTaskModal(owner, kTitle, list.open_error, source.c_str());
+    return 0;
+  }
+  int64_t count = 0;
+  std::string_view line;
+  while (FRD_ReadLine(file, kClassLineSize, &line) != 0) {
+    std::string value(line.substr(0, line.find('\0')));
+    std::replace(value.begin(), value.end(), '"', ' ');
+    WriteEntry(list.section, ++count, value.c_str(), path);
+  }
+  if (file.failed()) {
+    ReportTaskModal(owner, kTitle, "Can't read the file (%s) !", source.c_str());
+    return 0;
+  }
+  WriteNumber(list.section, "NUMDEF", count, path);
+  return 1;
+}
+
+int WriteClasses(WindowHandle owner, const ClassList& list, const char* control_file,
+                 const char* path) {
+  if (ControlInt(control_file, list.section, "FILENUM", 0) == 1) {
+    return WriteClassFile(owner, list, control_file, path);
+  }
+  WriteNumber(list.section, "NUMDEF", list.count, path);
+  for (int i = 0; i < list.count; ++i) WriteEntry(list.section, i + 1, list.entries[i], path);
+  return 1;
+}
+
+void WriteTollRoads(const char* control_file, const char* path) {
+  const int count = ControlInt(control_file, "TOLLROAD", "NUMDEF", 0);
+  if (count < 1) {
+    WriteNumber("TOLLROAD", "NUMDEF", 2, path);
+    WriteEntry("TOLLROAD", 1, "01", path);
+    WriteEntry("TOLLROAD", 2, "02", path);
+    return;
+  }
+  WriteNumber("TOLLROAD", "NUMDEF", count, path);
+  for (int i = 1; i <= count; ++i) {
+    char key[32];
+    FRD_Format(key, sizeof key, "DEF%02d", i);
+    char value[kTollValueSize];
+    platform::ReadProfileString("TOLLROAD", key, "", value, sizeof value, control_file);
+    platform::SaveProfileString("TOLLROAD", key, value, path);
+  }
+}
+
+void WriteRoadFlags(const char* control_file, const char* path) {
+  for (const RoadFlagKey& flag : kRoadFlags) {
+    char value[kFlagValueSize];
+    platform::ReadProfileString("ROADFLAG", flag.source, flag.default_value, value, sizeof value,
+                                control_file);
+    if (value[0] == 0 && flag.older_source != nullptr) {
+      platform::ReadProfileString("ROADFLAG", flag.older_source, flag.default_value, value,
+                                  sizeof value, control_file);
+    }
+    platform::SaveProfileString("ROADFLAG", flag.key, value, path);
+  }
+}
+
+}  // namespace
+
+int BRN_CreateRoadDef(WindowHandle owner, const char* control_file, Prologue prologue) {
+  if (prologue == Prologue::kWith && BRN_BeginStep("Setting Road Definition...") == 0) return 0;
+  const PathText path = OutputPath(control_file, kRoadDefinitionFile);
+  if (!WriteHeader(path.c_str())) {
+    // The profile writes below create the file themselves; it then lacks the comment lines only.
+    ReportTaskModal(owner, kTitle, "Can't open the Road Definition File (%s) !", path.c_str());
+  }
+  if (WriteClasses(owner, kRoadClassList, control_file, path.c_str()) == 0) return 0;
+  if (WriteClasses(owner, kWidthClassList, control_file, path.c_str()) == 0) return 0;
+  WriteTollRoads(control_file, path.c_str());
+  WriteRoadFlags(control_file, path.c_str());
+  const int code_length = ControlInt(control_file, "SYSTEM", "CODELENGTH", kDecimalCode);
+  WriteNumber("SYSTEM", "CODELENGTH", code_length, path.c_str());
+  LogBuild("CODELENGTH=%d", code_length);
+  return 1;
+}
+
+int BRN_SetMifInformation(WindowHandle owner, LineReader& mif, const char* control_file) {
+  const PathText path = OutputPath(control_file, kRoadDefinitionFile);
+  if (ReadMifHeader(mif, kHeaderLineSize, path.c_str()) != 0) return 1;
+  // The text's place for the file has always been left empty here.
+  ReportTaskModal(owner, "File Error in BRN_SetMifInformation",
+                  "Can't read the MIF file header : %s", "");
+  return 0;
+}
+
+}  // namespace zatlib

@@ -1,0 +1,22 @@
+// The road definition file linkdef.dat: how the codes in the link attributes are to be read.
+#pragma once
+
+#include "frd/files.h"
+#include "frd/progress.h"
+
+namespace zatlib {
+
+// Whether a step shows and logs its title and tests for cancel before it begins.
+enum class Prologue { kWith, kWithout };
+
+// Writes linkdef.dat into the output folder: two comment lines, [ATTRIBUTE], [WIDTH], [TOLLROAD],
+// [ROADFLAG] and [SYSTEM] CODELENGTH, from the control file or the built-in lists. Returns 1, or 0
+// on cancel or when a class file cannot be opened (reported). A linkdef.dat that cannot be created
+// is reported only.
+int BRN_CreateRoadDef(WindowHandle owner, const char* control_file, Prologue prologue);
+
+// Copies the Charset and CoordSys lines of a MIF header to [INFORMATION] of linkdef.dat and leaves
+// the file behind its data line. Returns 1, or 0 when there is no such line (reported).
+int BRN_SetMifInformation(WindowHandle owner, LineReader& mif, const char* control_file);
+
+}  // namespace zatlib

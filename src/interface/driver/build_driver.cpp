@@ -1,0 +1,115 @@
+#include "interface/driver/build_driver.h"
+
+#include <cstring>
+#include <string>
+
+#include "frd/control.h"
+#include "frd/log.h"
+#include "input_msr/path_one.h"
+#include "input_zat/path_one.h"
+#include "network/build_network.h"
+#include "network/finishing.h"
+#include "network/workstore/work_stores.h"
+#include "platform/file.h"
+#include "platform/profile.h"
+#include "rtweight/right_turn_weight.h"
+#include "toll/interchange_flags.h"
+#include "traffic/one_way_links.h"
+#include "traffic/traffic_rules.h"
+
+namespace zatlib {
+namespace {
+
+constexpr uint32_t kFormatSize = 64;  // bytes of the FORMAT value
+
+// The interchange flags; neither step's result is the build's.
+void SetInterchangeFlags(const char* folder) {
+  if (TR_CheckFareData(folder) != 0) TR_SetInterchangeFlags(folder);
+}
+
+void DeleteWorkStores(const char* folder) {
+  for (const char* name : {kNodeStoreFile, kLinkStoreFile, kNodeNameStoreFile, kLinkNameStoreFile,
+                           kRuleStoreFile, kOneWayStoreFile}) {
+    platform::RemoveFile(PathIn(folder, name).c_str());
+  }
+}
+
+}  // namespace
+
+int64_t BRN_GetFormat(const char* control_file) {
+  char text[kFormatSize];
+  platform::ReadProfileString("SYSTEM", "FORMAT", "ZAT", text, sizeof text, control_file);
+  for (char* p = text; *p != 0; ++p) {
+    if (*p >= 'a' && *p <= 'z') *p = static_cast<char>(*p - 'a' + 'A');
+  }
+  return std::strcmp(text, "MSR") == 0 ? kFormatMsr : kFormatZat;
+}
+
+int BRN_PathOneZat(WindowHandle owner, int64_t, const char* control_file) {
+  return BRN_ZAT_PathOne(owner, control_file);
+}
+
+int BRN_PathOneMsr(WindowHandle owner, int64_t, const char* control_file) {
+  return BRN_MSR_PathOne(owner, control_file);
+}
+
+int BRN_BuildRoadNetworks(WindowHandle owner, int64_t format, const char* control_file) {
+  FRD_EraseOldLogs(kPerUser, kBuildTag);
+  LogBuild("Building Road Networks Start. ");
+  int result = Checkpoint(0.0f);
+  char folder[kPathSize];
+  BRN_GetCalcMapDir(control_file, folder);
+  if (result != 0) {
+    result = format == kFormatMsr ? BRN_MSR_PathOne(owner, control_file)
+                                  : BRN_ZAT_PathOne(owner, control_file);
+  }
+  if (Checkpoint(0.3f) == 0) result = 0;
+  if (result != 0) result = BRN_PathTwo(owner, format, control_file);
+  if (result != 0) {
+    if (BRN_SetStatus("Setting IC Flags...") == 0 || Checkpoint(0.95f) == 0) {
+      result = 0;
+    } else {
+      SetInterchangeFlags(folder);
+    }
+  }
+  if (Checkpoint(1.0f) == 0) result = 0;
+  if (result == 0) {
+    LogBuild("End Error.");
+    return 0;
+  }
+  if (ControlInt(control_file, "SYSTEM", "DEBUG", 0) == 0) DeleteWorkStores(folder);
+  LogBuild("End OK.");
+  return result;
+}
+
+int BRN_PathTwo(WindowHandle owner, int64_t, const char* control_file) {
+  LogBuild("Path Two Start. ");
+  int result = Checkpoint(0.3f);
+  if (result != 0) result = BRN_BuildNetwork(owner, control_file);
+
+  if (Checkpoint(0.8f) == 0) result = 0;
+  if (result != 0) result = BRN_FinishNodeAttribute(owner, control_file);
+
+  if (Checkpoint(0.825f) == 0) result = 0;
+  if (result != 0) result = BRN_FinishNodeName(owner, control_file);
+
+  if (Checkpoint(0.85f) == 0) result = 0;
+  if (result != 0) result = BRN_FinishLinkName(owner, control_file);
+
+  if (Checkpoint(0.9f) == 0) result = 0;
+  if (result != 0) result = BRN_TRF_AddTrafficRules(owner, control_file);
+  if (result != 0 && ControlInt(control_file, "TUKOUJ", "NOTADDONEWAY", 0) == 0) {
+    char folder[kPathSize];
+    BRN_GetCalcMapDir(control_file, folder);
+    result = BRN_TRF_AddOneWayLinks(owner, folder);
+  }
+
+  if (BRN_SetStatus("Creating Right Turn Weight...") == 0) {
+    FRD_SetProgress(0.95f);  // shows the position once more
+    return 0;
+  }
+  if (result != 0) result = MM_CreateRightTurnWeight(owner, control_file);
+  return Checkpoint(0.95f) == 0 ? 0 : result;
+}
+
+}  // namespace zatlib

@@ -1,0 +1,251 @@
+#include "network/build_network.h"
+
+#include <initializer_list>
+
+#include "frd/control.h"
+#include "frd/cp932.h"
+#include "frd/files.h"
+#include "frd/log.h"
+#include "network/network_data.h"
+#include "network/node_link_data.h"
+#include "network/store_checks.h"
+#include "platform/profile.h"
+
+namespace zatlib {
+namespace {
+
+constexpr double kMegabyte = 1024.0 * 1024.0;
+constexpr uint32_t kMethodSize = 512;  // bytes of the BUILDMETHOD value
+
+// A block of a trial allocation.
+struct TrialBlock {
+  uint64_t size;  // bytes
+  bool counted;   // whether it enters the sum of its case
+};
+
+// Blocks held during the choice.
+class Trial {
+ public:
+  // Allocates the blocks in turn; false when one is refused (blocks of no bytes never are).
+  // `*sum` grows by the page-rounded sizes of the counted ones.
+  bool Allocate(std::initializer_list<TrialBlock> blocks, uint64_t* sum) {
+    for (const TrialBlock& block : blocks) {
+      if (count_ == kMaxBlocks) return false;
+      PageArray<char>& pages = blocks_[count_];
+      if (block.size > 0 && !pages.Allocate(block.size)) return false;
+      ++count_;
+      if (block.counted) *sum += FRD_GetMemSize(pages.data());
+    }
+    return true;
+  }
+
+  uint64_t SizeOf(size_t block) const { return FRD_GetMemSize(blocks_[block].data()); }
+
+  // Frees all but the first `kept` blocks.
+  void FreeFrom(size_t kept) {
+    while (count_ > kept) blocks_[--count_].Free();
+  }
+
+ private:
+  static constexpr size_t kMaxBlocks = 16;
+  PageArray<char> blocks_[kMaxBlocks];
+  size_t count_ = 0;
+};
+
+void LogCase(char name, int64_t nodes, int64_t links, uint64_t bytes) {
+  LogBuild("CASE %c: NumNode=%ld NumLink=%ld AllocMem=%.1lfMB", name, static_cast<long>(nodes),
+           static_cast<long>(links), static_cast<double>(bytes) / 1024.0 / 1024.0);
+}
+
+// The blocks behind a case's three or first one: indexes, locations, names, turns, attributes and
+// connection attributes, or the indexes and drawing records of the network step.
+constexpr size_t kKept = 5;  // blocks that live through the whole build
+
+int ChooseByTrial(WindowHandle owner, const char* control_file) {
+  const platform::MemoryStatus memory = platform::GetMemoryStatus();
+  LogBuild(
+      "Total Physycal=%.1lfMB, Available Physycal=%.1lfMB\r\nTotal Paging=%.1lfMB, Available "
+      "Paging=%.1lfMB",
+      static_cast<double>(memory.total_physical) / 1024.0 / 1024.0,
+      static_cast<double>(memory.available_physical) / 1024.0 / 1024.0,
+      static_cast<double>(memory.total_paging) / 1024.0 / 1024.0,
+      static_cast<double>(memory.available_paging) / 1024.0 / 1024.0);
+  const uint64_t n =
+      FileSize(OutputPath(control_file, kNodeStoreFile).c_str()) / sizeof(NodeStoreRecord);
+  const uint64_t l =
+      FileSize(OutputPath(control_file, kLinkStoreFile).c_str()) / sizeof(LinkStoreRecord);
+  const auto nodes = static_cast<int64_t>(n);
+  const auto links = static_cast<int64_t>(l);
+
+  Trial trial;
+  uint64_t sum = 0;
+  // Case A: node and link data through files.
+  bool good = trial.Allocate({{3 * n, false},
+                              {4 * (l + 2), true},
+                              {4 * (n + 2), true},
+                              {16 * (l + 2), true},
+                              {16 * (n + 2), true},
+                              {16 * (n + 2), true},
+                              {32 * (n + 2), true},
+                              {8 * (n + 2), true},
+                              {n + 2, true},
+                              {8 * (n + 2), true}},
+                             &sum);
+  if (good) LogCase('A', nodes, links, sum);
+  trial.FreeFrom(good ? kKept : 0);
+  if (good) {
+    // Case B: network data through files.
+    sum = trial.SizeOf(1) + trial.SizeOf(2) + trial.SizeOf(3) + trial.SizeOf(4);
+    good = trial.Allocate({{32 * (n + 2), true}, {16 * (l + 2), true}, {32 * (l + 2), true}}, &sum);
+    if (good) LogCase('B', nodes, links, sum);
+    trial.FreeFrom(0);
+  }
+  if (!good) {
+    ReportError(owner, "Memory Error in Building Road Networks",
+                "Not enough memory for the operation!");
+    return kNotEnoughMemory;
+  }
+  // Case C: node and link data in memory.
+  sum = 0;
+  good = trial.Allocate({{4 * n, false},
+                         {48 * (l + 2), true},
+                         {96 * (n + 2), true},
+                         {16 * (l + 2), true},
+                         {16 * (n + 2), true},
+                         {16 * (n + 2), true},
+                         {32 * (n + 2), true},
+                         {8 * (n + 2), true},
+                         {n + 2, true},
+                         {8 * (n + 2), true}},
+                        &sum);
+  if (!good) return kFileOperation;
+  LogCase('C', nodes, links, sum);
+  trial.FreeFrom(kKept);
+  // Case D: network data in memory. Of the link index only the new block is counted.
+  sum = 0;
+  good = trial.Allocate({{32 * (n + 2), true}, {16 * (l + 2), true}, {32 * (l + 2), true}}, &sum);
+  if (!good) return kFileOperation;
+  sum += trial.SizeOf(1) + trial.SizeOf(2) + trial.SizeOf(3) + trial.SizeOf(4);
+  LogCase('D', nodes, links, sum);
+  const double need = static_cast<double>(sum) / kMegabyte;
+  const double physical = static_cast<double>(memory.total_physical) / kMegabyte;
+  if (need > physical) {
+    LogBuild("File Operation is recommended ( Need %.1lfMB > Physical %.1lfMB )", need, physical);
+    return kFileOperation;
+  }
+  return kMemoryOperation;
+}
+
+// The steps of one way of building.
+struct MemorySteps {
+  using Nodes = NodeArray;
+  using Links = LinkArray;
+  static constexpr auto LoadNodes = BRN_LoadNodeStore;
+  static constexpr auto CreateNodes = BRN_CreateNodeData;
+  static constexpr auto LoadLinks = BRN_LoadLinkStore;
+  static constexpr auto CreateLinks = BRN_CreateLinkData;
+  static constexpr auto CheckDummies = BRN_CheckDummyLinkNodes;
+  static constexpr auto CreateNetwork = BRN_CreateNetworkData;
+};
+struct FileSteps {
+  using Nodes = NodePositions;
+  using Links = LinkPositions;
+  static constexpr auto LoadNodes = BRN450_LoadNodeStorePtr;
+  static constexpr auto CreateNodes = BRN450_CreateNodeData;
+  static constexpr auto LoadLinks = BRN450_LoadLinkStorePtr;
+  static constexpr auto CreateLinks = BRN450_CreateLinkData;
+  static constexpr auto CheckDummies = BRN450_CheckDummyLinkNodes;
+  static constexpr auto CreateNetwork = BRN450_CreateNetworkData;
+};
+
+// Loads the stores and creates the network files.
+template <typename Steps>
+int CreateFiles(WindowHandle owner, const char* control_file) {
+  typename Steps::Nodes nodes;
+  typename Steps::Links links;
+  PageArray<CodeIndexRecord> node_index;
+  PageArray<CodeIndexRecord> link_index;
+
+  int result = Steps::LoadNodes(owner, &nodes, control_file);
+  if (Checkpoint(0.55f) == 0) result = 0;
+  if (result != 0 && nodes.count < 2) {
+    ReportError(owner, kCp932<u8"データエラー">,
+                kCp932<u8"ノードとリンクが不整合であるため計算用道路データが作成できません。%s">,
+                "");
+    result = 0;
+  }
+  if (result != 0 && !node_index.Allocate(static_cast<uint64_t>(nodes.count) + 2)) {
+    ReportError(owner, "Memory Error", "Can't allocate the memory for NodeIndex : num node=%d",
+                nodes.count);
+    result = 0;
+  }
+  if (result != 0) result = Steps::CreateNodes(owner, nodes, node_index.data(), control_file);
+
+  if (Checkpoint(0.6f) == 0) result = 0;
+  if (result != 0) result = Steps::LoadLinks(owner, &links, control_file);
+
+  if (Checkpoint(0.65f) == 0) result = 0;
+  if (result != 0 && !link_index.Allocate(static_cast<uint64_t>(links.count) + 2)) {
+    ReportError(owner, "Memory Error", "Can't allocate the memory for LinkIndex : num link=%d",
+                links.count);
+    result = 0;
+  }
+  if (result != 0) result = Steps::CreateLinks(owner, links, link_index.data(), control_file);
+
+  if (Checkpoint(0.7f) == 0) result = 0;
+  if (result != 0) {
+    result = Steps::CheckDummies(owner, nodes, node_index.data(), links, control_file);
+  }
+  if (Checkpoint(0.75f) == 0) result = 0;
+  if (result != 0) {
+    result = Steps::CreateNetwork(owner, nodes, node_index.data(), links, link_index.data(),
+                                  control_file);
+  }
+  if (Checkpoint(0.8f) == 0) result = 0;
+  return result;
+}
+
+}  // namespace
+
+int BRN_CheckMemories(WindowHandle owner, const char* control_file) {
+  if (BRN_BeginStep("Checking Memories...") == 0) return kNotEnoughMemory;
+  char method[kMethodSize];
+  platform::ReadProfileString("SYSTEM", "BUILDMETHOD", "", method, sizeof method, control_file);
+  if (method[0] == 'M' && method[1] == 0) return kMemoryOperation;
+  if (method[0] == 'F' && method[1] == 0) return kFileOperation;
+  return ChooseByTrial(owner, control_file);
+}
+
+int BRN_BuildNetwork(WindowHandle owner, const char* control_file) {
+  int result = 1;
+  if (Checkpoint(0.3f) == 0) result = 0;
+  if (result != 0) result = BRN_CheckNodeLinkDuplication(owner, control_file);
+
+  if (Checkpoint(0.35f) == 0) result = 0;
+  if (result != 0) result = BRN_CheckNodeStoreFromLinkStore(owner, control_file);
+
+  if (Checkpoint(0.4f) == 0) result = 0;
+  if (result != 0) {
+    SortedCodes nodes;
+    result = BRN_MakeDrotenNodeIndex(owner, &nodes, control_file);
+    if (result != 0) result = BRN_CheckLinkStore(owner, nodes, control_file);
+    if (result != 0) result = BRN_MakeDummyLinks(owner, nodes, control_file);
+  }
+
+  if (Checkpoint(0.5f) == 0) result = 0;
+  if (result == 0) {
+    // The bar passes the points of the steps that are left out.
+    for (const float fraction : {0.55f, 0.6f, 0.65f, 0.7f, 0.75f, 0.8f}) Checkpoint(fraction);
+    return 0;
+  }
+  const int method = BRN_CheckMemories(owner, control_file);
+  LogBuild(method == kMemoryOperation ? "*** memory operation ***"
+           : method == kFileOperation ? "*** file operation ***"
+                                      : "*** memory error ***");
+  if (method == kMemoryOperation) return CreateFiles<MemorySteps>(owner, control_file);
+  if (method == kFileOperation) return CreateFiles<FileSteps>(owner, control_file);
+  for (const float fraction : {0.55f, 0.6f, 0.65f, 0.7f, 0.75f, 0.8f}) Checkpoint(fraction);
+  return 0;
+}
+
+}  // namespace zatlib

@@ -1,0 +1,269 @@
+#include "network/finishing.h"
+
+#include <cstring>
+
+#include "frd/control.h"
+#include "frd/files.h"
+#include "frd/log.h"
+#include "frd/memory.h"
+#include "network/network_data.h"
+#include "network/network_files.h"
+
+namespace zatlib {
+namespace {
+
+// Reads the first `count` records of a file of the output folder; false when it cannot be opened
+// or is shorter.
+template <typename Record>
+bool LoadFile(const char* path, PageArray<Record>* records, int64_t count) {
+  platform::File file =
+      platform::File::Open(path, platform::Access::kRead, platform::Share::kRead,
+                           platform::Disposition::kOpenExisting, platform::Hint::kSequential);
+  return file.IsOpen() &&
+         ReadExactly(file, records->data(), static_cast<uint64_t>(count) * sizeof(Record));
+}
+
+template <typename Record>
+bool SaveRecords(const char* path, const PageArray<Record>& records, int64_t count) {
+  return SaveFile(path, records.data(), static_cast<uint64_t>(count) * sizeof(Record)) ==
+         SaveResult::kSaved;
+}
+
+int64_t CountRecords(const char* path, size_t size) {
+  return static_cast<int64_t>(FileSize(path) / size);
+}
+
+// The attribute of one node from its links' flags, and the flags of its slots.
+uint8_t NodeAttribute(const NodeLinks& links, const LinkNameRecord* names, int64_t link_count,
+                      SlotBytes* slots) {
+  uint8_t attribute = 0;
+  int plain = 0;
+  for (int s = 0; s < kSlots; ++s) {
+    const int32_t link = links.Link[s];
+    slots->Slot[s] = 0;
+    if (link < 0 || link >= link_count || names[link].RoadKind >= kDummyRoadKind) continue;
+    const uint8_t flags = names[link].Flags;
+    slots->Slot[s] = flags;
+    if (flags == 0) ++plain;
+    attribute = static_cast<uint8_t>(attribute | flags);
+  }
+  // One link without flags makes the node an ordinary one.
+  return plain > 0 ? 0 : attribute;
+}
+
+int FinishNodeAttribute(WindowHandle owner, const char* control_file, int64_t* node_count,
+                        int64_t* link_count) {
+  constexpr char kFileTitle[] = "File Error in BRN_FinishNodeAttribute";
+  const PathText node_link_path = OutputPath(control_file, kNodeLinkFile);
+  const PathText node_name_path = OutputPath(control_file, kNodeNameFile);
+  const PathText attribute_path = OutputPath(control_file, kNodeAttributeFile);
+  const PathText link_name_path = OutputPath(control_file, kLinkNameFile);
+  const PathText connection_path = OutputPath(control_file, kConnectionAttributeFile);
+  const int64_t n = CountRecords(node_link_path.c_str(), sizeof(NodeLinks));
+  const int64_t l = CountRecords(link_name_path.c_str(), sizeof(LinkNameRecord));
+  *node_count = n;
+  *link_count = l;
+  PageArray<NodeLinks> node_links;
+  PageArray<NodeNameRecord> node_names;
+  PageArray<uint8_t> attributes;
+  PageArray<LinkNameRecord> link_names;
+  PageArray<SlotBytes> connections;
+  if (!node_links.Allocate(static_cast<uint64_t>(n)) ||
+      !node_names.Allocate(static_cast<uint64_t>(n)) ||
+      !attributes.Allocate(static_cast<uint64_t>(n) + 2) ||
+      !link_names.Allocate(static_cast<uint64_t>(l) + 2) ||
+      !connections.Allocate(static_cast<uint64_t>(n))) {
+    ReportError(owner, "Memory Error in BRN_FinishNodeAttribute",
+                "Can't allocate the memory for 5 indexes (node=%ld,link=%ld) !",
+                static_cast<long>(n), static_cast<long>(l));
+    return 0;
+  }
+  if (!LoadFile(node_link_path.c_str(), &node_links, n)) {
+    ReportError(owner, kFileTitle, "Can't read the NodeLinkIndex file (%s) !",
+                node_link_path.c_str());
+    return 0;
+  }
+  if (!LoadFile(node_name_path.c_str(), &node_names, n)) {
+    ReportError(owner, kFileTitle, "Can't read the NodeName file (%s) !", node_name_path.c_str());
+    return 0;
+  }
+  if (!LoadFile(attribute_path.c_str(), &attributes, n)) {
+    ReportError(owner, kFileTitle, "Can't read the NodeAttribute file (%s) !",
+                attribute_path.c_str());
+    return 0;
+  }
+  if (!LoadFile(link_name_path.c_str(), &link_names, l)) {
+    ReportError(owner, kFileTitle, "Can't read the LinkName file (%s) !", link_name_path.c_str());
+    return 0;
+  }
+  for (uint64_t i = 0; i < static_cast<uint64_t>(n); ++i) {
+    const uint8_t attribute = NodeAttribute(node_links[i], link_names.data(), l, &connections[i]);
+    attributes[i] = attribute;
+    node_names[i].Attribute = attribute;
+  }
+  if (!SaveRecords(node_name_path.c_str(), node_names, n)) {
+    ReportError(owner, kFileTitle, "Can't write the NodeName file (%s) !", node_name_path.c_str());
+    return 0;
+  }
+  if (!SaveRecords(attribute_path.c_str(), attributes, n)) {
+    ReportError(owner, kFileTitle, "Can't write the NodeAttribute file (%s) !",
+                attribute_path.c_str());
+    return 0;
+  }
+  if (!SaveRecords(connection_path.c_str(), connections, n)) {
+    ReportError(owner, kFileTitle, "Can't write the CalcAttribute file (%s) !",
+                connection_path.c_str());
+    return 0;
+  }
+  return 1;
+}
+
+// The files and texts of one name step.
+struct NameTexts {
+  const char* status;
+  const char* store;
+  const char* index;
+  const char* names;
+  const char* memory_title;
+  const char* file_title;
+  const char* store_memory;  // with %ld
+  const char* store_error;   // with %s, as the other errors
+  const char* index_memory;
+  const char* index_error;
+  const char* names_memory;
+  const char* names_error;
+  const char* save_error;
+  const char* summary;  // with %ld (records), %d (store), %ld (hits), %d (result)
+};
+
+struct NameCounts {
+  int64_t records = 0;
+  int64_t stored = 0;
+  int64_t hits = 0;
+};
+
+// Puts the stored names of one kind into the name records, with `put(store record, name record)`.
+template <typename Name, typename Put>
+int FinishNames(WindowHandle owner, const char* control_file, const NameTexts& texts,
+                NameCounts* counts, Put put) {
+  const PathText store_path = OutputPath(control_file, texts.store);
+  const PathText index_path = OutputPath(control_file, texts.index);
+  const PathText names_path = OutputPath(control_file, texts.names);
+  PageArray<NameStoreRecord> store;
+  PageArray<CodeIndexRecord> index;
+  PageArray<Name> names;
+  counts->stored = CountRecords(store_path.c_str(), sizeof(NameStoreRecord));
+  if (!store.Allocate(static_cast<uint64_t>(counts->stored))) {
+    ReportError(owner, texts.memory_title, texts.store_memory, static_cast<long>(counts->stored));
+    return 0;
+  }
+  if (!LoadFile(store_path.c_str(), &store, counts->stored)) {
+    ReportError(owner, texts.file_title, texts.store_error, store_path.c_str());
+    return 0;
+  }
+  counts->records = CountRecords(index_path.c_str(), sizeof(CodeIndexRecord));
+  const int64_t n = counts->records;
+  if (!index.Allocate(static_cast<uint64_t>(n))) {
+    ReportError(owner, texts.memory_title, texts.index_memory, static_cast<long>(n));
+    return 0;
+  }
+  if (!LoadFile(index_path.c_str(), &index, n)) {
+    ReportError(owner, texts.file_title, texts.index_error, index_path.c_str());
+    return 0;
+  }
+  if (!names.Allocate(static_cast<uint64_t>(n))) {
+    ReportError(owner, texts.memory_title, texts.names_memory, static_cast<long>(n));
+    return 0;
+  }
+  if (!LoadFile(names_path.c_str(), &names, n)) {
+    ReportError(owner, texts.file_title, texts.names_error, names_path.c_str());
+    return 0;
+  }
+  for (uint64_t i = 0; i < static_cast<uint64_t>(counts->stored); ++i) {
+    const int32_t number = BRN_FindIndexRecord(store[i].Code, n, index.data());
+    if (number < 0 || number >= n) continue;
+    put(store[i], &names[static_cast<uint64_t>(number)]);
+    ++counts->hits;
+  }
+  if (!SaveRecords(names_path.c_str(), names, n)) {
+    ReportError(owner, texts.file_title, texts.save_error, names_path.c_str());
+    return 0;
+  }
+  return 1;
+}
+
+template <typename Name, typename Put>
+int RunNameStep(WindowHandle owner, const char* control_file, const NameTexts& texts, Put put) {
+  if (BRN_BeginStep(texts.status) == 0) return 0;
+  NameCounts counts;
+  const int result = FinishNames<Name>(owner, control_file, texts, &counts, put);
+  if (WantsSummary(control_file)) {
+    LogBuild(texts.summary, static_cast<long>(counts.records), static_cast<int>(counts.stored),
+             static_cast<long>(counts.hits), result);
+  }
+  return result;
+}
+
+}  // namespace
+
+int BRN_FinishNodeAttribute(WindowHandle owner, const char* control_file) {
+  if (BRN_BeginStep("Finishing Node Attribute...") == 0) return 0;
+  int64_t node_count = 0;
+  int64_t link_count = 0;
+  const int result = FinishNodeAttribute(owner, control_file, &node_count, &link_count);
+  if (WantsSummary(control_file)) {
+    LogBuild("lnNumNode=%ld, lnNumLink=%ld, BRN_FinishNodeAttriute returns=%d",
+             static_cast<long>(node_count), static_cast<long>(link_count), result);
+  }
+  return result;
+}
+
+int BRN_FinishNodeName(WindowHandle owner, const char* control_file) {
+  static const NameTexts kTexts = {
+      "Finishing Node Name...",
+      kNodeNameStoreFile,
+      kNodeIndexFile,
+      kNodeNameFile,
+      "Memory Error in BRN_FinishNodeName",
+      "File Error in BRN_FinishNodeName",
+      "Can't allocate the memory for NodeNameStore : num store = %ld",
+      "Can't open / read the NodeNameStore(%s)!",
+      "Can't allocate the memory for NodeIndex : num node = %ld",
+      "Can't open / read the NodeIndex(%s)!",
+      "Can't allocate the memory for NodeName : num node = %ld",
+      "Can't open / read the NodeName (%s) !",
+      "Can't save the NodeName (%s) !",
+      "lnNumNode=%ld, Storage=%d, HitNodeName=%ld, BRN_FinishNodeName returns=%d"};
+  return RunNameStep<NodeNameRecord>(owner, control_file, kTexts,
+                                     [](const NameStoreRecord& stored, NodeNameRecord* name) {
+                                       std::memcpy(name->Name, stored.Name, sizeof name->Name);
+                                       std::memset(name->reserved1, 0, sizeof name->reserved1);
+                                     });
+}
+
+int BRN_FinishLinkName(WindowHandle owner, const char* control_file) {
+  static const NameTexts kTexts = {
+      "Finishing Link Name...",
+      kLinkNameStoreFile,
+      kLinkIndexFile,
+      kLinkNameFile,
+      "Memory Error in BRN_FinishLinkName",
+      "File Error in BRN_FinishLinkName",
+      "Can't allocate the memory for LinkNameStore : num store = %ld",
+      "Can't open / read the LinkNameStore(%s)!",
+      "Can't allocate the memory for LinkIndex : num link = %ld",
+      "Can't open / read the LinkIndex(%s)!",
+      "Can't allocate the memory for LinkName : num link = %ld",
+      "Can't open / read the LinkName (%s) !",
+      "Can't save the LinkName (%s) !",
+      "lnNumLink=%ld, Storage=%d, HitLinkName=%ld, BRN_FinishLinkName returns=%d"};
+  return RunNameStep<LinkNameRecord>(owner, control_file, kTexts,
+                                     [](const NameStoreRecord& stored, LinkNameRecord* name) {
+                                       std::memcpy(name->Name, stored.Name, sizeof name->Name);
+                                       name->reserved = 0;
+                                       name->NameNumber = stored.LinkNumber;
+                                       name->NameValue = stored.LinkValue;
+                                     });
+}
+
+}  // namespace zatlib

@@ -1,0 +1,449 @@
+#include "network/network_data.h"
+
+#include "frd/control.h"
+#include "frd/files.h"
+#include "frd/keyed_table.h"
+#include "frd/log.h"
+
+namespace zatlib {
+namespace {
+
+constexpr int32_t kStatusInterval = 10000;  // records between two looks at the user, through files
+constexpr int kMaxConnectionErrors = 50;
+constexpr double kCostFactor = 360.0;  // hundredths of a second for one metre at 1 km/h
+
+// The texts in which the two ways of checking dummy links differ.
+struct DummyCheckTexts {
+  const char* status;
+  const char* progress;  // with %d; null = no progress
+  const char* title;
+  const char* file_title;
+};
+
+const DummyCheckTexts kDummyCheckInMemory = {
+    "Checking the dummy link nodes(M)...", nullptr,
+    "Internal Logic Error Found in BRN_CheckDummyLinkNodes",
+    "Internal Logic Error Found in BRN_CheckDummyLinkNodes"};
+const DummyCheckTexts kDummyCheckThroughFiles = {
+    "Checking the dummy link nodes(F)...", "Checking the dummy link nodes(F)...\n%d",
+    "Internal Logic Error Found in BRN450_CheckDummyLinkNodes",
+    "File Error in BRN450_CheckDummyLinkNode"};
+
+bool IsListed(const NodeStoreRecord& node, FeatureCode link) {
+  for (const FeatureCode slot : node.ConnLinkCode) {
+    if (slot == link) return true;
+  }
+  return false;
+}
+
+// Makes one end of a dummy link list it. `end` is 'A' or 'B'. Returns 1 or 0 (reported).
+template <typename Nodes>
+int ListDummyLink(WindowHandle owner, const DummyCheckTexts& texts, Nodes& nodes,
+                  const CodeIndexRecord* node_index, FeatureCode node_code, FeatureCode link_code,
+                  char end, int code_length) {
+  const int32_t number = BRN_FindIndexRecord(node_code, nodes.count, node_index);
+  if (number < 0) {
+    ReportError(owner, texts.title, "No edging node %c (%s) in the Dummy Link (%s)!", end,
+                CodeText(node_code, code_length).c_str(), CodeText(link_code, code_length).c_str());
+    return 0;
+  }
+  NodeStoreRecord* node = nodes.At(number);
+  if (node == nullptr) {
+    ReportError(owner, texts.title, "Can't seek / read the node storage file at %ld ( ptr=%ld )!",
+                static_cast<long>(number), PositionOf(nodes, number));
+    return 0;
+  }
+  if (IsListed(*node, link_code)) return 1;
+  for (FeatureCode& slot : node->ConnLinkCode) {
+    if (!slot.IsEmpty()) continue;
+    slot = link_code;
+    if (!nodes.Write(number)) {
+      ReportError(owner, texts.title, "Can't seek / write the node storage file at %ld !",
+                  static_cast<long>(number));
+      return 0;
+    }
+    return 1;
+  }
+  return 1;
+}
+
+template <typename Nodes, typename Links>
+int CheckDummyLinkNodes(WindowHandle owner, const DummyCheckTexts& texts, Nodes& nodes,
+                        const CodeIndexRecord* node_index, Links& links, const char* control_file) {
+  if (BRN_BeginStep(texts.status) == 0) return 0;
+  const int code_length = BRN_GetCodeLength(control_file);
+  if (!IsValidCodeLength(code_length)) {
+    ReportError(owner, texts.title, "The CodeLength = %d is invalid !", code_length);
+    return 0;
+  }
+  if (links.count < 1) return 1;
+  const PathText node_path = OutputPath(control_file, kNodeStoreFile);
+  const PathText link_path = OutputPath(control_file, kLinkStoreFile);
+  if (!nodes.Open(node_path.c_str(), platform::Access::kReadWrite) ||
+      !links.Open(link_path.c_str(), platform::Access::kRead)) {
+    ReportError(owner, texts.file_title, "Can't open the node store (%s) or the link store (%s) !",
+                node_path.c_str(), link_path.c_str());
+    return 0;
+  }
+  for (int32_t i = 0; i < links.count; ++i) {
+    if (texts.progress != nullptr && i % kStatusInterval == 0 &&
+        SetStatusNumber(texts.progress, i) == 0) {
+      return 0;
+    }
+    const LinkStoreRecord* link = links.At(i);
+    if (link == nullptr) {
+      ReportError(owner, texts.title, "Can't seek / read the link storage file at %d ( ptr=%ld )!",
+                  i, PositionOf(links, i));
+      return 0;
+    }
+    if (link->RoadKind != kDummyRoadKind) continue;
+    if (ListDummyLink(owner, texts, nodes, node_index, link->NodeA, link->LinkCode, 'A',
+                      code_length) == 0 ||
+        ListDummyLink(owner, texts, nodes, node_index, link->NodeB, link->LinkCode, 'B',
+                      code_length) == 0) {
+      return 0;
+    }
+  }
+  return 1;
+}
+
+// The texts in which the two ways of creating network data differ.
+struct NetworkTexts {
+  const char* status;
+  const char* link_nodes;
+  const char* link_nodes_progress;  // with %d; null = no progress
+  const char* calc_nodes;
+  const char* calc_nodes_progress;
+  const char* cities;
+  const char* cities_progress;
+  const char* code_length_title;
+  const char* logic_title;
+  const char* file_title;
+};
+
+const NetworkTexts kNetworkInMemory = {"Creating CalcNode(M)...",
+                                       "Making LinkNodeIndex(M)...",
+                                       nullptr,
+                                       "Creating the Road Networks(M)...",
+                                       nullptr,
+                                       "Setting Node's CityCodes(M)...",
+                                       nullptr,
+                                       "Logic Error in BRN_CreateNetworkData",
+                                       "Internal Logic Error in BRN_CreateNetworkData",
+                                       "File Error in BRN_CreateNetworkData"};
+const NetworkTexts kNetworkThroughFiles = {"Creating CalcNode(F)...",
+                                           "Making LinkNodeIndex(F)...",
+                                           "Making LinkNodeIndex(F)...\n%d",
+                                           "Creating the Road Networks(F)...",
+                                           "Creating the Road Networks(F)...\n%d",
+                                           "Setting Node's CityCodes(F)...",
+                                           "Setting Node's CityCodes(F)...\n%d",
+                                           "Internal Logic Error Found in BRN450_CreateNetworkData",
+                                           "Internal Logic Error in BRN450_CreateNetworkData",
+                                           "File Error in BRN450_CreateNetworkData"};
+
+// What one run of the step works with.
+template <typename Nodes, typename Links>
+struct NetworkBuilder {
+  WindowHandle owner;
+  const NetworkTexts& texts;
+  Nodes& nodes;
+  CodeIndexRecord* node_index;
+  Links& links;
+  const CodeIndexRecord* link_index;
+  const char* control_file;
+  int code_length;
+
+  PageArray<NodeLinks> node_links;    // N + 2
+  PageArray<LinkNodes> link_nodes;    // L + 2
+  PageArray<DrawingRecord> drawings;  // L + 2
+  int connection_errors = 0;
+
+  bool Reserve() {
+    const auto node_room = static_cast<uint64_t>(nodes.count) + 2;
+    const auto link_room = static_cast<uint64_t>(links.count) + 2;
+    return node_links.Allocate(node_room) && link_nodes.Allocate(link_room) &&
+           drawings.Allocate(link_room);
+  }
+
+  // Shows progress and tests for cancel every 10,000 records through files.
+  bool GoesOn(const char* progress, int32_t i) {
+    return progress == nullptr || i % kStatusInterval != 0 || SetStatusNumber(progress, i) != 0;
+  }
+
+  const NodeStoreRecord* NodeAt(int32_t i) {
+    const NodeStoreRecord* node = nodes.At(i);
+    if (node == nullptr) {
+      ReportError(owner, texts.file_title,
+                  "Can't seek / read the node storage file at %d ( ptr=%ld )!", i,
+                  static_cast<long>(i));
+    }
+    return node;
+  }
+
+  const LinkStoreRecord* LinkAt(int32_t i) {
+    const LinkStoreRecord* link = links.At(i);
+    if (link == nullptr) {
+      ReportError(owner, texts.file_title,
+                  "Can't seek / read the link storage file at %d ( ptr=%ld )!", i,
+                  static_cast<long>(i));
+    }
+    return link;
+  }
+
+  // Link-node records and drawing records, in link order.
+  int MakeLinkNodes() {
+    if (BRN_BeginStep(texts.link_nodes) == 0) return 0;
+    for (int32_t i = 0; i < links.count; ++i) {
+      if (!GoesOn(texts.link_nodes_progress, i)) return 0;
+      const LinkStoreRecord* link = LinkAt(i);
+      if (link == nullptr) return 0;
+      const int32_t a = BRN_FindIndexRecord(link->NodeA, nodes.count, node_index);
+      const int32_t b = BRN_FindIndexRecord(link->NodeB, nodes.count, node_index);
+      if (a < 0 || b < 0) {
+        ReportError(owner, texts.logic_title,
+                    "Can't find the edging Nodes : Link=%s(%ld), NodesA/B=%s(%ld)/%s(%ld)",
+                    CodeText(link->LinkCode, code_length).c_str(), static_cast<long>(i),
+                    CodeText(link->NodeA, code_length).c_str(), static_cast<long>(a),
+                    CodeText(link->NodeB, code_length).c_str(), static_cast<long>(b));
+        return 0;
+      }
+      const auto at = static_cast<uint64_t>(i);
+      link_nodes[at] = {a, b, link->SpeedA, link->SpeedB, link->Value3, 0};
+      DrawingRecord& drawing = drawings[at];
+      drawing.LinkCode = link->LinkCode;
+      drawing.Link = i;
+      drawing.RoadKind = link->RoadKind;
+      drawing.Value4 = link->Value4;
+      const NodeStoreRecord* node = NodeAt(a);
+      if (node == nullptr) return 0;
+      drawing.XA = node->X;
+      drawing.YA = node->Y;
+      node = NodeAt(b);
+      if (node == nullptr) return 0;
+      drawing.XB = node->X;
+      drawing.YB = node->Y;
+    }
+    return 1;
+  }
+
+  // One connection error: the first is shown, all are logged. False when there are too many.
+  bool CountConnectionError(FeatureCode node, FeatureCode link) {
+    if (++connection_errors == 1) {
+      ReportError(owner, texts.logic_title, "Unexpected NodeCode. Network connection error. %s",
+                  "");
+    }
+    LogBuild("Error connection : Node=%s => Link=%s", CodeText(node, code_length).c_str(),
+             CodeText(link, code_length).c_str());
+    if (connection_errors <= kMaxConnectionErrors) return true;
+    ReportError(owner, "Internal Logic Error in BRN450_CreateNetworkData",
+                "The number of network connection erros exceeds 50.\nThe process is canceled.%s",
+                "");
+    return false;
+  }
+
+  // Fills the eight slots of node i. Returns 1, or 0 after a connection error.
+  int FillSlots(int32_t i, const NodeStoreRecord& node, CalcNode* calc, NodeLinks* slot_links) {
+    *calc = CalcNode{};
+    const int errors_before = connection_errors;
+    for (int s = 0; s < kSlots; ++s) {
+      calc->OtherNode[s] = -1;
+      slot_links->Link[s] = -1;
+      const FeatureCode code = node.ConnLinkCode[s];
+      if (code.IsEmpty()) continue;
+      const int32_t link = BRN_FindIndexRecord(code, links.count, link_index);
+      if (link < 0) continue;
+      const LinkNodes& ends = link_nodes[static_cast<uint64_t>(link)];
+      slot_links->Link[s] = link;
+      calc->Length[s] = ends.Value3;
+      if (ends.NodeA == i) {
+        calc->OtherNode[s] = ends.NodeB;
+        calc->Cost[s] = ConnectionCost(ends.Value3, ends.SpeedA, kSpeedLimitA);
+      } else if (ends.NodeB == i) {
+        calc->OtherNode[s] = ends.NodeA;
+        calc->Cost[s] = ConnectionCost(ends.Value3, ends.SpeedB, kSpeedLimitB);
+      } else if (!CountConnectionError(node.NodeCode, code)) {
+        return 0;
+      }
+    }
+    return connection_errors == errors_before ? 1 : 0;
+  }
+
+  // Moves used slots down over empty ones; their order stays.
+  static void PackSlots(CalcNode* calc, NodeLinks* slot_links) {
+    int used = 0;
+    for (int s = 0; s < kSlots; ++s) {
+      if (slot_links->Link[s] < 0) continue;
+      if (s != used) {
+        calc->OtherNode[used] = calc->OtherNode[s];
+        calc->Cost[used] = calc->Cost[s];
+        calc->Length[used] = calc->Length[s];
+        slot_links->Link[used] = slot_links->Link[s];
+        calc->OtherNode[s] = -1;
+        calc->Cost[s] = 0;
+        calc->Length[s] = 0;
+        slot_links->Link[s] = -1;
+      }
+      ++used;
+    }
+  }
+
+  // mapcalc.dat and the node-link index, in node order.
+  int MakeCalcNodes() {
+    if (BRN_BeginStep(texts.calc_nodes) == 0) return 0;
+    const PathText path = OutputPath(control_file, kCalcNodeFile);
+    RecordWriter file;
+    if (!file.Open(path.c_str(), sizeof(CalcNode), false)) {
+      ReportError(owner, texts.file_title, "Can't open the CalcNode File (%s) !", path.c_str());
+      return 0;
+    }
+    int result = 1;
+    for (int32_t i = 0; i < nodes.count && result != 0; ++i) {
+      if (!GoesOn(texts.calc_nodes_progress, i)) {
+        result = 0;
+        break;
+      }
+      const NodeStoreRecord* node = NodeAt(i);
+      if (node == nullptr) {
+        result = 0;
+        break;
+      }
+      CalcNode calc;
+      NodeLinks& slot_links = node_links[static_cast<uint64_t>(i)];
+      result = FillSlots(i, *node, &calc, &slot_links);
+      if (result == 0) break;
+      PackSlots(&calc, &slot_links);
+      if (!file.Append(&calc)) break;
+    }
+    if (!file.Close()) {
+      ReportError(owner, texts.file_title, "Can't write the CalcNode Data(%s) at %ld !",
+                  path.c_str(), static_cast<long>(file.failed_record()));
+      result = 0;
+    }
+    return result;
+  }
+
+  // The city of a node is that of the link in its first slot.
+  int SetCities() {
+    if (BRN_BeginStep(texts.cities) == 0) return 0;
+    for (int32_t i = 0; i < nodes.count; ++i) {
+      if (!GoesOn(texts.cities_progress, i)) return 0;
+      const int32_t link = node_links[static_cast<uint64_t>(node_index[i].Number)].Link[0];
+      if (link == -1) continue;
+      const LinkStoreRecord* record = LinkAt(link);
+      if (record == nullptr) return 0;
+      node_index[i].CityCode = record->CityCode;
+    }
+    return 1;
+  }
+
+  int Save(const char* name, const char* error, const void* data, uint64_t size) {
+    const PathText path = OutputPath(control_file, name);
+    if (SaveFile(path.c_str(), data, size) == SaveResult::kSaved) return 1;
+    ReportError(owner, "File Error", error, path.c_str());
+    return 0;
+  }
+
+  int SaveIndexes() {
+    const auto node_count = static_cast<uint64_t>(nodes.count);
+    const auto link_count = static_cast<uint64_t>(links.count);
+    return Save(kNodeIndexFile, "Can't write the NodeIndex file(%s)", node_index,
+                node_count * sizeof(CodeIndexRecord)) != 0 &&
+                   Save(kNodeLinkFile, "Can't write the NodeLinkIndex file(%s)", node_links.data(),
+                        node_count * sizeof(NodeLinks)) != 0 &&
+                   Save(kLinkIndexFile, "Can't write the LinkIndex file(%s)", link_index,
+                        link_count * sizeof(CodeIndexRecord)) != 0 &&
+                   Save(kLinkNodeFile, "Can't write the LinkNodeIndex file(%s)", link_nodes.data(),
+                        link_count * sizeof(LinkNodes)) != 0 &&
+                   Save(kDrawingFile, "Can't write the DrawMap file(%s)", drawings.data(),
+                        link_count * sizeof(DrawingRecord)) != 0
+               ? 1
+               : 0;
+  }
+
+  int Run() {
+    if (BRN_BeginStep(texts.status) == 0) return 0;
+    code_length = BRN_GetCodeLength(control_file);
+    if (!IsValidCodeLength(code_length)) {
+      ReportError(owner, texts.code_length_title, "The CodeLength = %d is invalid !", code_length);
+      return 0;
+    }
+    const PathText node_path = OutputPath(control_file, kNodeStoreFile);
+    if (!nodes.Open(node_path.c_str(), platform::Access::kRead)) {
+      ReportError(owner, texts.file_title, "Can't open the node store (%s) !", node_path.c_str());
+      return 0;
+    }
+    const PathText link_path = OutputPath(control_file, kLinkStoreFile);
+    if (!links.Open(link_path.c_str(), platform::Access::kRead)) {
+      ReportError(owner, texts.file_title, "Can't open the link store (%s) !", link_path.c_str());
+      return 0;
+    }
+    if (!Reserve()) {
+      ReportError(owner, "Memory Error in BRN_CreateNetworkData",
+                  "Can't allocate the momories for NodeLinkIndex, LinkNodeIndex, DrawMapL!");
+      return 0;
+    }
+    return MakeLinkNodes() != 0 && MakeCalcNodes() != 0 && SetCities() != 0 && SaveIndexes() != 0
+               ? 1
+               : 0;
+  }
+};
+
+template <typename Nodes, typename Links>
+int CreateNetworkData(WindowHandle owner, const NetworkTexts& texts, Nodes& nodes,
+                      CodeIndexRecord* node_index, Links& links, const CodeIndexRecord* link_index,
+                      const char* control_file) {
+  NetworkBuilder<Nodes, Links> builder{owner,        texts, nodes, node_index, links, link_index,
+                                       control_file, 0,     {},    {},         {},    0};
+  const int result = builder.Run();
+  nodes.Close();
+  links.Close();
+  return result;
+}
+
+}  // namespace
+
+int32_t BRN_FindIndexRecord(FeatureCode code, int64_t count, const CodeIndexRecord* index) {
+  const int64_t found =
+      FindNarrowed(count, code.AsDouble(), [index](int64_t i) { return index[i].Code.AsDouble(); });
+  return found < 0 ? -1 : index[found].Number;
+}
+
+uint16_t ConnectionCost(uint16_t length, uint16_t speed, int speed_limit) {
+  if (length == 0) return 0;
+  if (speed == 0) return kClosedCost;
+  if (speed > speed_limit) return 0;
+  const double cost = length * kCostFactor / speed + 0.5;
+  return cost >= 65535.0 ? kClosedCost : static_cast<uint16_t>(cost);
+}
+
+int BRN_CheckDummyLinkNodes(WindowHandle owner, NodeArray& nodes, const CodeIndexRecord* node_index,
+                            LinkArray& links, const char* control_file) {
+  return CheckDummyLinkNodes(owner, kDummyCheckInMemory, nodes, node_index, links, control_file);
+}
+
+int BRN450_CheckDummyLinkNodes(WindowHandle owner, NodePositions& nodes,
+                               const CodeIndexRecord* node_index, LinkPositions& links,
+                               const char* control_file) {
+  const int result =
+      CheckDummyLinkNodes(owner, kDummyCheckThroughFiles, nodes, node_index, links, control_file);
+  nodes.Close();
+  links.Close();
+  return result;
+}
+
+int BRN_CreateNetworkData(WindowHandle owner, NodeArray& nodes, CodeIndexRecord* node_index,
+                          LinkArray& links, const CodeIndexRecord* link_index,
+                          const char* control_file) {
+  return CreateNetworkData(owner, kNetworkInMemory, nodes, node_index, links, link_index,
+                           control_file);
+}
+
+int BRN450_CreateNetworkData(WindowHandle owner, NodePositions& nodes, CodeIndexRecord* node_index,
+                             LinkPositions& links, const CodeIndexRecord* link_index,
+                             const char* control_file) {
+  return CreateNetworkData(owner, kNetworkThroughFiles, nodes, node_index, links, link_index,
+                           control_file);
+}
+
+}  // namespace zatlib

@@ -1,0 +1,40 @@
+// The network proper: adjacency with costs, city codes of nodes, drawing records.
+#pragma once
+
+#include <cstdint>
+
+#include "frd/progress.h"
+#include "network/network_files.h"
+#include "network/record_source.h"
+
+namespace zatlib {
+
+// Record number stored with a code in an index sorted by code, or -1.
+int32_t BRN_FindIndexRecord(FeatureCode code, int64_t count, const CodeIndexRecord* index);
+
+// Cost in hundredths of a second of a link of `length` at `speed` km/h: 0 for length 0, 65535 for
+// speed 0, 0 for a speed above the limit, else length x 360 / speed rounded, at most 65535.
+uint16_t ConnectionCost(uint16_t length, uint16_t speed, int speed_limit);
+
+inline constexpr int kSpeedLimitA = 10000;  // leaving through node A
+inline constexpr int kSpeedLimitB = 9998;   // leaving through node B; different on purpose
+
+// Make both ends of every link of road kind 99 list it, in the first free slot, if there is one.
+// The memory step changes the array only, the step through files the store. Return 1; 0 on cancel
+// or when an end is missing (reported).
+int BRN_CheckDummyLinkNodes(WindowHandle owner, NodeArray& nodes, const CodeIndexRecord* node_index,
+                            LinkArray& links, const char* control_file);
+int BRN450_CheckDummyLinkNodes(WindowHandle owner, NodePositions& nodes,
+                               const CodeIndexRecord* node_index, LinkPositions& links,
+                               const char* control_file);
+
+// Write mapcalc.dat, node.idx, nodelink.idx, link.idx, linknode.idx and mapdraw.dat; the node
+// index receives its city codes. Return 1; 0 on cancel or failure (reported).
+int BRN_CreateNetworkData(WindowHandle owner, NodeArray& nodes, CodeIndexRecord* node_index,
+                          LinkArray& links, const CodeIndexRecord* link_index,
+                          const char* control_file);
+int BRN450_CreateNetworkData(WindowHandle owner, NodePositions& nodes, CodeIndexRecord* node_index,
+                             LinkPositions& links, const CodeIndexRecord* link_index,
+                             const char* control_file);
+
+}  // namespace zatlib

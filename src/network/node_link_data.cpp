@@ -1,0 +1,352 @@
+#include "network/node_link_data.h"
+
+#include "frd/control.h"
+#include "frd/log.h"
+#include "network/road_attributes.h"
+#include "network/workstore/index_sort.h"
+
+namespace zatlib {
+namespace {
+
+constexpr int32_t kStatusInterval = 10000;  // records between two looks at the user, through files
+constexpr int64_t kMaxRecords = INT32_MAX - 2;  // record numbers are signed 32-bit numbers
+
+// The texts of one load step.
+struct LoadTexts {
+  const char* status;
+  const char* store;
+  const char* no_memory;  // with %ld (records)
+  const char* memory_title;
+  const char* not_opened;  // with %s
+  const char* not_read;    // with %s, %ld
+  const char* file_title;
+  const char* summary;  // with %ld (kept), %ld (records), %d (result)
+};
+
+// Keeps the records of a store that are not empty, with `keep(kept so far, position, record)`.
+// `reserve(records)` makes room for count + 2.
+template <typename Record, typename Reserve, typename Keep, typename CodeOf>
+int LoadStore(WindowHandle owner, const LoadTexts& texts, const char* control_file,
+              int32_t* kept_count, Reserve reserve, Keep keep, CodeOf code_of) {
+  *kept_count = 0;
+  if (BRN_BeginStep(texts.status) == 0) return 0;
+  const PathText path = OutputPath(control_file, texts.store);
+  const auto count = static_cast<int64_t>(FileSize(path.c_str()) / sizeof(Record));
+  StoreFile<Record> store;
+  int64_t kept = 0;
+  int result = 1;
+  if (count > kMaxRecords || !reserve(static_cast<uint64_t>(count) + 2)) {
+    ReportError(owner, texts.memory_title, texts.no_memory, static_cast<long>(count));
+    result = 0;
+  } else if (!store.Open(path.c_str(), platform::Access::kRead)) {
+    ReportError(owner, texts.file_title, texts.not_opened, path.c_str());
+    result = 0;
+  }
+  for (int64_t i = 0; i < count && result != 0; ++i) {
+    const Record* record = store.At(i);
+    if (record == nullptr) {
+      ReportError(owner, texts.file_title, texts.not_read, path.c_str(), static_cast<long>(i));
+      result = 0;
+    } else if (!code_of(*record).IsEmpty()) {
+      keep(static_cast<uint64_t>(kept++), i, *record);
+    }
+  }
+  if (result == 0) kept = 0;
+  *kept_count = static_cast<int32_t>(kept);
+  if (WantsSummary(control_file)) {
+    LogBuild(texts.summary, static_cast<long>(kept), static_cast<long>(count), result);
+  }
+  return result;
+}
+
+FeatureCode CodeOfNode(const NodeStoreRecord& node) { return node.NodeCode; }
+FeatureCode CodeOfLink(const LinkStoreRecord& link) { return link.LinkCode; }
+
+template <typename Record, typename CodeOf>
+int LoadRecords(WindowHandle owner, const LoadTexts& texts, const char* control_file,
+                RecordArray<Record>* array, CodeOf code_of) {
+  const int result = LoadStore<Record>(
+      owner, texts, control_file, &array->count,
+      [array](uint64_t records) { return array->records.Allocate(records); },
+      [array](uint64_t number, int64_t, const Record& record) { array->records[number] = record; },
+      code_of);
+  if (result == 0) array->records.Free();
+  return result;
+}
+
+template <typename Record, typename CodeOf>
+int LoadPositions(WindowHandle owner, const LoadTexts& texts, const char* control_file,
+                  RecordPositions<Record>* list, CodeOf code_of) {
+  const int result = LoadStore<Record>(
+      owner, texts, control_file, &list->count,
+      [list](uint64_t records) { return list->positions.Allocate(records); },
+      [list](uint64_t number, int64_t position, const Record&) {
+        list->positions[number] = static_cast<uint32_t>(position);
+      },
+      code_of);
+  if (result == 0) list->positions.Free();
+  return result;
+}
+
+// The texts in which the two ways of creating node data differ.
+struct NodeDataTexts {
+  const char* status;
+  const char* progress;  // with %d; null = no progress
+  const char* no_memory;
+  const char* not_opened;  // with %s
+  const char* not_read;    // with %d (node), %ld (position)
+  const char* file_title;
+  const char* save_locations;
+  const char* summary;  // with %ld, %d
+};
+
+// One of the files that node data creation writes.
+template <typename Record>
+int SaveArray(WindowHandle owner, const char* status, const char* name, const char* error,
+              const char* control_file, PageArray<Record>* array, int32_t count) {
+  if (BRN_BeginStep(status) == 0) return 0;
+  const PathText path = OutputPath(control_file, name);
+  const SaveResult saved =
+      SaveFile(path.c_str(), array->data(), static_cast<uint64_t>(count) * sizeof(Record));
+  array->Free();
+  if (saved == SaveResult::kSaved) return 1;
+  ReportError(owner, "File Error", error, path.c_str());
+  return 0;
+}
+
+template <typename Nodes>
+int FillNodeData(WindowHandle owner, const NodeDataTexts& texts, Nodes& nodes,
+                 CodeIndexRecord* index, const char* control_file) {
+  const auto room = static_cast<uint64_t>(nodes.count) + 2;
+  PageArray<NodeLocation> locations;
+  PageArray<NodeNameRecord> names;
+  PageArray<SlotBytes> turns;
+  PageArray<uint8_t> attributes;
+  if (!locations.Allocate(room) || !names.Allocate(room) || !turns.Allocate(room) ||
+      !attributes.Allocate(room)) {
+    ReportError(owner, "Memory Error", texts.no_memory, nodes.count);
+    return 0;
+  }
+  const PathText store = OutputPath(control_file, kNodeStoreFile);
+  if (!nodes.Open(store.c_str(), platform::Access::kRead)) {
+    ReportError(owner, texts.file_title, texts.not_opened, store.c_str());
+    return 0;
+  }
+  for (int32_t i = 0; i < nodes.count; ++i) {
+    if (texts.progress != nullptr && i % kStatusInterval == 0 &&
+        SetStatusNumber(texts.progress, i) == 0) {
+      return 0;
+    }
+    const NodeStoreRecord* node = nodes.At(i);
+    if (node == nullptr) {
+      ReportError(owner, texts.file_title, texts.not_read, i, PositionOf(nodes, i));
+      return 0;
+    }
+    const auto at = static_cast<uint64_t>(i);
+    locations[at] = {node->NodeCode, node->X, node->Y};
+    names[at].NodeAttrWord = node->NodeAttrWord;
+    index[at] = {node->NodeCode, i, node->CityCode};
+  }
+  nodes.Close();
+  if (SaveArray(owner, texts.save_locations, kNodeLocationFile, "Can't save the NodeLoc : %s",
+                control_file, &locations, nodes.count) == 0 ||
+      SaveArray(owner, "Saving NodeName ...", kNodeNameFile, "Can't save the NodeName : %s",
+                control_file, &names, nodes.count) == 0 ||
+      SaveArray(owner, "Saving TrafRule...", kTurnTableFile, "Can't save the TrafRule : %s",
+                control_file, &turns, nodes.count) == 0 ||
+      SaveArray(owner, "Saving NodeAttribute...", kNodeAttributeFile,
+                "Can't save the NodeAttribute : %s", control_file, &attributes, nodes.count) == 0) {
+    return 0;
+  }
+  return BRN_SortCommonIndex(nodes.count, reinterpret_cast<KeyedRecord*>(index));
+}
+
+template <typename Nodes>
+int CreateNodeData(WindowHandle owner, const NodeDataTexts& texts, Nodes& nodes,
+                   CodeIndexRecord* index, const char* control_file) {
+  if (BRN_BeginStep(texts.status) == 0) return 0;
+  const int result = FillNodeData(owner, texts, nodes, index, control_file);
+  nodes.Close();
+  if (WantsSummary(control_file)) {
+    LogBuild(texts.summary, static_cast<long>(nodes.count), result);
+  }
+  return result;
+}
+
+// The texts in which the two ways of creating link data differ.
+struct LinkDataTexts {
+  const char* status;
+  const char* progress;  // with %d; null = no progress
+  const char* no_memory;
+  const char* memory_title;
+  const char* not_opened;  // with %s
+  const char* not_read;    // with %d (link), %ld (position)
+  const char* file_title;
+  const char* summary;  // with %ld, %d
+};
+
+template <typename Links>
+int FillLinkData(WindowHandle owner, const LinkDataTexts& texts, Links& links,
+                 CodeIndexRecord* index, const char* control_file) {
+  RoadDefinition definition;
+  BRN_LoadRoadDef(&definition, control_file);
+  PageArray<LinkNameRecord> names;
+  if (!names.Allocate(static_cast<uint64_t>(links.count) + 2)) {
+    ReportError(owner, texts.memory_title, texts.no_memory, links.count);
+    return 0;
+  }
+  const PathText store = OutputPath(control_file, kLinkStoreFile);
+  if (!links.Open(store.c_str(), platform::Access::kRead)) {
+    ReportError(owner, texts.file_title, texts.not_opened, store.c_str());
+    return 0;
+  }
+  for (int32_t i = 0; i < links.count; ++i) {
+    if (texts.progress != nullptr && i % kStatusInterval == 0 &&
+        SetStatusNumber(texts.progress, i) == 0) {
+      return 0;
+    }
+    const LinkStoreRecord* link = links.At(i);
+    if (link == nullptr) {
+      ReportError(owner, texts.file_title, texts.not_read, i, PositionOf(links, i));
+      return 0;
+    }
+    LinkNameRecord& name = names[static_cast<uint64_t>(i)];
+    name.RoadKind = link->RoadKind;
+    name.Value6 = link->Value6;
+    BRN_SetLinkFlags(link->RoadFlag, definition, &name);
+    index[i] = {link->LinkCode, i, link->CityCode};
+  }
+  links.Close();
+  if (BRN_BeginStep("Saving LinkName...") == 0) return 0;
+  const PathText path = OutputPath(control_file, kLinkNameFile);
+  if (SaveFile(path.c_str(), names.data(),
+               static_cast<uint64_t>(links.count) * sizeof(LinkNameRecord)) != SaveResult::kSaved) {
+    ReportError(owner, texts.file_title, "Can't write the LinkName (%s) rec=%ld !", path.c_str(),
+                static_cast<long>(links.count));
+    return 0;
+  }
+  names.Free();
+  return BRN_SortCommonIndex(links.count, reinterpret_cast<KeyedRecord*>(index));
+}
+
+template <typename Links>
+int CreateLinkData(WindowHandle owner, const LinkDataTexts& texts, Links& links,
+                   CodeIndexRecord* index, const char* control_file) {
+  if (BRN_BeginStep(texts.status) == 0) return 0;
+  const int result = FillLinkData(owner, texts, links, index, control_file);
+  links.Close();
+  if (WantsSummary(control_file)) {
+    LogBuild(texts.summary, static_cast<long>(links.count), result);
+  }
+  return result;
+}
+
+}  // namespace
+
+int BRN_LoadNodeStore(WindowHandle owner, NodeArray* nodes, const char* control_file) {
+  static const LoadTexts kTexts = {
+      "Loading Nodes(M)...",
+      kNodeStoreFile,
+      "Can't allocate the memory for NodeStore (rec=%ld) !",
+      "File Error in BRN_LoadNodeStore",
+      "Can't open the NODESTORE(%s) !",
+      "Can't read the NodeStore(%s) at %ld!",
+      "File Error in BRN_LoadNodeStore",
+      "lnNumNode=%ld, lnNumRec(NodeStore)=%ld, BRN_LoadNodeStore returns=%d"};
+  return LoadRecords(owner, kTexts, control_file, nodes, CodeOfNode);
+}
+
+int BRN_LoadLinkStore(WindowHandle owner, LinkArray* links, const char* control_file) {
+  static const LoadTexts kTexts = {
+      "Loading Links(M)...",
+      kLinkStoreFile,
+      "Can't allocate the memory for the LinkStore (rec=%ld)!",
+      "Memory Error in BRN_LoadLinkStore",
+      "Can't open LINKSTORE(%s) !",
+      "Can't read the LINKSTORE(%s) at %ld !",
+      "File Error in BRN_LoadLinkStore",
+      "lnNumLink=%ld, lnNumRec(LinkStore)=%ld, BRN_LoadLinkStore returns=%d"};
+  return LoadRecords(owner, kTexts, control_file, links, CodeOfLink);
+}
+
+int BRN450_LoadNodeStorePtr(WindowHandle owner, NodePositions* nodes, const char* control_file) {
+  static const LoadTexts kTexts = {
+      "Loading Nodes(F)...",
+      kNodeStoreFile,
+      "Can't allocate the memory for NodeStorePtr (rec=%ld) !",
+      "File Error in BRN450_LoadNodeStorePtr",
+      "Can't open the NODESTORE(%s) !",
+      "Can't read the NodeStore(%s) at %ld!",
+      "File Error in BRN450_LoadNodeStorePtr",
+      "lnNumNode=%ld, lnNumRec(NodeStore)=%ld, BRN450_LoadNodeStorePtr returns=%d"};
+  return LoadPositions(owner, kTexts, control_file, nodes, CodeOfNode);
+}
+
+int BRN450_LoadLinkStorePtr(WindowHandle owner, LinkPositions* links, const char* control_file) {
+  static const LoadTexts kTexts = {
+      "Loading Links(F)...",
+      kLinkStoreFile,
+      "Can't allocate the memory for the LinkStorePtr (rec=%ld)!",
+      "Memory Error in BRN450_LoadLinkStorePtr",
+      "Can't open LINKSTORE(%s) !",
+      "Can't read the LINKSTORE(%s) at %ld !",
+      "File Error in BRN450_LoadLinkStorePtr",
+      "lnNumLink=%ld, lnNumRec(LinkStore)=%ld, BRN450_LoadLinkStorePtr returns=%d"};
+  return LoadPositions(owner, kTexts, control_file, links, CodeOfLink);
+}
+
+int BRN_CreateNodeData(WindowHandle owner, NodeArray& nodes, CodeIndexRecord* index,
+                       const char* control_file) {
+  static const NodeDataTexts kTexts = {
+      "Creating Node Data(M)...",
+      nullptr,
+      "Can't allocate the memory for NodeLoc, NodeName, TrafRule, and NodeAttribute : num node=%d",
+      "",
+      "",
+      "",
+      "Saving NodeLoc...",
+      "lnNumNode=%ld, BRN_CreateNodeData returns=%d"};
+  return CreateNodeData(owner, kTexts, nodes, index, control_file);
+}
+
+int BRN450_CreateNodeData(WindowHandle owner, NodePositions& nodes, CodeIndexRecord* index,
+                          const char* control_file) {
+  static const NodeDataTexts kTexts = {
+      "Creating Node Data(F)...",
+      "Creating Node Data(F)...\n%d",
+      "Can't allocate the memory for NodeLoc, NodeName, TrafRule, and NodeAttribute !",
+      "Can't open the NODESTORE(%s) !",
+      "Can't seek / read the node storage file at %d ( ptr=%ld )!",
+      "File Error in BRN450_CreateNodeData",
+      "Saving NodeLoc ...",
+      "lnNumNode=%ld, BRN450_CreateNodeData returns=%d"};
+  return CreateNodeData(owner, kTexts, nodes, index, control_file);
+}
+
+int BRN_CreateLinkData(WindowHandle owner, LinkArray& links, CodeIndexRecord* index,
+                       const char* control_file) {
+  static const LinkDataTexts kTexts = {"Creating Link Data(M)...",
+                                       nullptr,
+                                       "Can't allocate the memory for LinkName : num link=%d",
+                                       "Memory Error in BRN_CreateLinkData",
+                                       "",
+                                       "",
+                                       "File Error in BRN_CreateLinkData",
+                                       "lnNumLink=%ld, BRN_CreateLinkData returns=%d"};
+  return CreateLinkData(owner, kTexts, links, index, control_file);
+}
+
+int BRN450_CreateLinkData(WindowHandle owner, LinkPositions& links, CodeIndexRecord* index,
+                          const char* control_file) {
+  static const LinkDataTexts kTexts = {"Creating Link Data(F)...",
+                                       "Creating Link Data(F)...\n%d",
+                                       "Can't allocate the memory for LinkName : num link = %d",
+                                       "Memory Error in BRN450_CreateLinkData",
+                                       "Can't open LINKSTORE(%s) !",
+                                       "Can't seek / read the link storage file at %d ( ptr=%ld )!",
+                                       "File Error in BRN450_CreateLinkData",
+                                       "lnNumLink=%ld, BRN450_CreateLinkData returns=%d"};
+  return CreateLinkData(owner, kTexts, links, index, control_file);
+}
+
+}  // namespace zatlib

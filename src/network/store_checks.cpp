@@ -1,0 +1,446 @@
+#include "network/store_checks.h"
+
+#include <algorithm>
+#include <unordered_map>
+
+#include "frd/control.h"
+#include "frd/cp932.h"
+#include "frd/files.h"
+#include "frd/log.h"
+#include "network/workstore/index_sort.h"
+#include "network/workstore/store_file.h"
+#include "network/workstore/work_stores.h"
+
+namespace zatlib {
+namespace {
+
+constexpr uint32_t kDummyCityCode = 99000;
+constexpr uint16_t kDummyValue4 = 99;
+constexpr int64_t kLeastDummyList = 8192;  // entries of the dummy link list at first, at least
+
+const char* const kNodeDuplicate =
+    kCp932<u8"道路点 %s が重複しています。重複を取り除いてください。">;
+const char* const kLinkDuplicate =
+    kCp932<u8"道路区間 %s が重複しています。重複を取り除いてください。">;
+
+// Reports a duplicate; false when the user wants to see no more of them.
+bool ShowDuplicate(WindowHandle owner, const char* format, FeatureCode code, int code_length,
+                   const char* title) {
+  char message[kMessageSize];
+  FRD_Format(message, sizeof message, format, CodeText(code, code_length).c_str());
+  return BRN_ShowError(owner, message, title, platform::kOkCancelBox | platform::kErrorIcon) !=
+         platform::kAnswerCancel;
+}
+
+// The texts of one half of the duplication check.
+struct DuplicationTexts {
+  const char* status;
+  const char* no_memory;  // may take the record count
+  const char* not_opened;
+  const char* not_read;
+  const char* duplicate;
+  const char* duplicate_title;
+};
+
+// Looks for records of one code in one store. `*duplicates` grows by those found. Returns 1, or 0
+// on cancel, failure or an empty store.
+template <typename Record>
+int CheckDuplicates(WindowHandle owner, const char* path, int code_length,
+                    const DuplicationTexts& texts, int64_t* duplicates) {
+  const auto count = static_cast<int64_t>(FileSize(path) / sizeof(Record));
+  if (count < 1) return 0;
+  constexpr char kFileTitle[] = "File Error in BRN_CheckNodeLinkDuplication";
+  PageArray<FeatureCode> codes;
+  StoreFile<Record> store;
+  if (!codes.Allocate(static_cast<uint64_t>(count) + 2)) {
+    ReportError(owner, "Memory Error in BRN_CheckNodeLinkDuplication", texts.no_memory,
+                static_cast<long>(count));
+    return 0;
+  }
+  if (!store.Open(path, platform::Access::kRead)) {
+    ReportError(owner, kFileTitle, texts.not_opened, path);
+    return 0;
+  }
+  for (int64_t i = 0; i < count; ++i) {
+    const Record* record = store.At(i);
+    if (record == nullptr) {
+      ReportError(owner, kFileTitle, texts.not_read, path, static_cast<long>(i));
+      return 0;
+    }
+    // The code is the first field of either record.
+    codes[static_cast<uint64_t>(i)] = *reinterpret_cast<const FeatureCode*>(record);
+  }
+  if (BRN_SortIndex(owner, count, codes.data()) == 0) return 0;
+  bool listing = true;
+  for (int64_t i = 1; i < count && listing; ++i) {
+    const auto at = static_cast<uint64_t>(i);
+    if (!(codes[at - 1] == codes[at])) continue;
+    ++*duplicates;
+    listing = ShowDuplicate(owner, texts.duplicate, codes[at], code_length, texts.duplicate_title);
+  }
+  return 1;
+}
+
+// An invalid code length is reported under the name of the node index step here too.
+int TakeCodeLength(WindowHandle owner, const char* control_file, const char* title) {
+  const int code_length = BRN_GetCodeLength(control_file);
+  if (IsValidCodeLength(code_length)) return code_length;
+  ReportError(owner, title, "The CodeLength = %d is invalid !", code_length);
+  return 0;
+}
+
+void ReportShortStore(WindowHandle owner, const char* store, int64_t read, int64_t count) {
+  ReportError(owner, "File Error", "Read %s data (%ld) is smaller than %ld!\r\nMaybe A file error!",
+              store, static_cast<long>(read), static_cast<long>(count));
+}
+
+bool Contains(const PageArray<FeatureCode>& codes, int64_t count, FeatureCode code) {
+  return BRN_CodeExists(code, count, codes.data()) != 0;
+}
+
+// Collects the end nodes of all links, sorted. Returns 1 or 0 (reported).
+int CollectEndNodes(WindowHandle owner, const char* path, SortedCodes* ends) {
+  const auto count = static_cast<int64_t>(FileSize(path) / sizeof(LinkStoreRecord));
+  if (!ends->codes.Allocate(static_cast<uint64_t>(count) * 2 + 2)) {
+    ReportError(owner, "Memory Error in BRN_CheckNodeStoreFromLinkStore",
+                "Can't allocate the memory for the Index (rec=%ld)!", static_cast<long>(count));
+    return 0;
+  }
+  StoreFile<LinkStoreRecord> links;
+  if (!links.Open(path, platform::Access::kRead)) {
+    ReportError(owner, "File Error in BRN_CheckNodeStoreFromLinkStore",
+                "Can't open LINKSTORE(%s) !", path);
+    return 0;
+  }
+  for (int64_t i = 0; i < count; ++i) {
+    const LinkStoreRecord* link = links.At(i);
+    if (link == nullptr) {
+      ReportShortStore(owner, "LinkStorage", i, count);
+      return 0;
+    }
+    ends->codes[static_cast<uint64_t>(ends->count++)] = link->NodeA;
+    ends->codes[static_cast<uint64_t>(ends->count++)] = link->NodeB;
+  }
+  return BRN_SortIndex(owner, ends->count, ends->codes.data());
+}
+
+// Kills the nodes that are no link's end. Returns 1 or 0 (reported).
+int KillUnusedNodes(WindowHandle owner, const char* path, const SortedCodes& ends,
+                    int64_t* node_count, int64_t* killed) {
+  StoreFile<NodeStoreRecord> nodes;
+  if (!nodes.Open(path, platform::Access::kReadWrite)) {
+    ReportError(owner, "File Error in BRN_CheckNodeStoreFromLinkStore",
+                "Can't open NODESTORE(%s) !", path);
+    return 0;
+  }
+  *node_count = nodes.count();
+  for (int64_t i = 0; i < nodes.count(); ++i) {
+    NodeStoreRecord* node = nodes.At(i);
+    if (node == nullptr) {
+      ReportShortStore(owner, "NodeStorage", i, nodes.count());
+      return 0;
+    }
+    if (!node->NodeCode.IsEmpty() && Contains(ends.codes, ends.count, node->NodeCode)) continue;
+    node->NodeCode = FeatureCode{};
+    node->PartnerCode = FeatureCode{};
+    ++*killed;
+    if (!nodes.Write(i)) {
+      ReportError(owner, "File Error in BRN_CheckNodeStoreFromLinkStore",
+                  "Can't write NodeStore(%s) at %ld !", path, static_cast<long>(i));
+      return 0;
+    }
+  }
+  return 1;
+}
+
+// Puts a dummy link into the first empty slot; nothing when all eight are used.
+void AddToFreeSlot(NodeStoreRecord* node, FeatureCode link) {
+  for (FeatureCode& slot : node->ConnLinkCode) {
+    if (slot.IsEmpty()) {
+      slot = link;
+      return;
+    }
+  }
+}
+
+// The dummy links made so far. The list has the sizes that the memory of a build was planned with;
+// a table over it answers which pair has its link already.
+class DummyLinkList {
+ public:
+  struct Entry {
+    FeatureCode link, node_a, node_b;
+  };
+
+  bool Reserve(int64_t link_count) {
+    const int64_t wanted = std::max(link_count / 100, kLeastDummyList);
+    return entries_.Allocate(static_cast<uint64_t>(wanted)) ||
+           entries_.Allocate(static_cast<uint64_t>(wanted / 10));
+  }
+
+  const Entry* Find(FeatureCode a, FeatureCode b) const {
+    const auto found = by_pair_.find(PairOf(a, b));
+    return found == by_pair_.end() ? nullptr : &entries_[found->second];
+  }
+
+  // Grows by doubling when the reservation is used up.
+  bool Add(const Entry& entry) {
+    const uint64_t count = by_pair_.size();
+    if (count == entries_.size() && !entries_.Grow(count * 2)) return false;
+    entries_[count] = entry;
+    by_pair_.emplace(PairOf(entry.node_a, entry.node_b), count);
+    return true;
+  }
+
+ private:
+  struct Pair {
+    uint64_t low, high;
+    bool operator==(const Pair&) const = default;
+  };
+  struct PairHash {
+    size_t operator()(const Pair& pair) const {
+      return static_cast<size_t>((pair.low * 0x9E3779B97F4A7C15u) ^ (pair.high >> 7) ^ pair.high);
+    }
+  };
+  // Either order names the same pair.
+  static Pair PairOf(FeatureCode a, FeatureCode b) {
+    return {std::min(a.bits, b.bits), std::max(a.bits, b.bits)};
+  }
+
+  PageArray<Entry> entries_;
+  std::unordered_map<Pair, uint64_t, PairHash> by_pair_;
+};
+
+// The counts of the dummy link step's summary.
+struct DummyLinkCounts {
+  int64_t visited = 0;
+  int64_t nodes = 0;
+  int64_t links = 0;
+  int64_t made = 0;
+};
+
+int JoinPartners(WindowHandle owner, const SortedCodes& list, const char* control_file,
+                 int code_length, DummyLinkCounts* counts) {
+  constexpr char kFileTitle[] = "File Error in BRN_MakeDummyLinks";
+  const PathText link_path = OutputPath(control_file, kLinkStoreFile);
+  const PathText node_path = OutputPath(control_file, kNodeStoreFile);
+  platform::File links =
+      platform::File::Open(link_path.c_str(), platform::Access::kReadWrite, platform::Share::kRead,
+                           platform::Disposition::kOpenExisting);
+  if (!links.IsOpen()) {
+    ReportError(owner, kFileTitle, "Can't open the LinkStore(%s) !", link_path.c_str());
+    return 0;
+  }
+  counts->links = links.Size() / static_cast<int64_t>(sizeof(LinkStoreRecord));
+  StoreFile<NodeStoreRecord> nodes;
+  if (!nodes.Open(node_path.c_str(), platform::Access::kReadWrite)) {
+    ReportError(owner, kFileTitle, "Can't open the NODESTORE(%s) !", node_path.c_str());
+    return 0;
+  }
+  counts->nodes = nodes.count();
+  DummyLinkList made;
+  if (!made.Reserve(counts->links)) {
+    ReportError(owner, "Memory Error in BRN_MakeDummyLinks",
+                "Can't allocate memory for the DummyLink Storage : num link store = %ld",
+                static_cast<long>(counts->links));
+    return 0;
+  }
+  for (int64_t i = 0; i < nodes.count(); ++i) {
+    NodeStoreRecord* node = nodes.At(i);
+    if (node == nullptr) break;
+    ++counts->visited;
+    if (node->NodeCode.IsEmpty() || node->PartnerCode.IsEmpty()) continue;
+    if (const auto* known = made.Find(node->NodeCode, node->PartnerCode)) {
+      AddToFreeSlot(node, known->link);
+      if (!nodes.Write(i)) {
+        ReportError(owner, "File Error", "Can't write the NODESTORE(%s)!", node_path.c_str());
+        return 0;
+      }
+      continue;
+    }
+    if (BRN_CodeExists(node->PartnerCode, list.count, list.codes.data()) == 0) continue;
+    LinkStoreRecord link{};
+    link.LinkCode = DummyLinkCode(counts->made + 1, code_length);
+    link.NodeA = node->NodeCode;
+    link.NodeB = node->PartnerCode;
+    link.CityCode = kDummyCityCode;
+    link.RoadKind = kDummyRoadKind;
+    link.Value4 = kDummyValue4;
+    uint32_t written = 0;
+    if (links.Seek(0, platform::SeekFrom::kEnd) < 0 || !links.Write(&link, sizeof link, &written) ||
+        written != sizeof link) {
+      ReportError(owner, "File Error", "Can't append the LINKSTORE(%s)", link_path.c_str());
+      return 0;
+    }
+    ++counts->made;
+    ++counts->links;
+    AddToFreeSlot(node, link.LinkCode);
+    if (!nodes.Write(i)) {
+      ReportError(owner, "File Error", "Can't write the NODESTR.WRK(%s)!", node_path.c_str());
+      return 0;
+    }
+    if (!made.Add({link.LinkCode, link.NodeA, link.NodeB})) {
+      ReportError(owner, "Memory Error", "Can't re-allocate the memory for DummyLinkIndex at %ld!",
+                  static_cast<long>(counts->made));
+      return 0;
+    }
+  }
+  return 1;
+}
+
+}  // namespace
+
+int BRN_CodeExists(FeatureCode code, int64_t count, const FeatureCode* codes) {
+  return FindNarrowed(count, code.AsDouble(), [codes](int64_t i) { return codes[i].AsDouble(); }) <
+                 0
+             ? 0
+             : 1;
+}
+
+int BRN_CheckNodeLinkDuplication(WindowHandle owner, const char* control_file) {
+  static const DuplicationTexts kNodeTexts = {"Checking Node Duplication...",
+                                              "Can't allocate the index memory for NODESTORE!",
+                                              "Can't open NODESTORE(%s) !",
+                                              "Can't read the NODESTORE(%s) at %ld !",
+                                              kNodeDuplicate,
+                                              kCp932<u8"道路点データの重複エラー">};
+  static const DuplicationTexts kLinkTexts = {"Checking Link Duplication...",
+                                              "Can't allocate the memory for the Index (rec=%ld)!",
+                                              "Can't open LINKSTORE(%s) !",
+                                              "Can't read the LINKSTORE(%s) at %ld !",
+                                              kLinkDuplicate,
+                                              kCp932<u8"道路区間データの重複エラー">};
+  if (BRN_BeginStep(kNodeTexts.status) == 0) return 0;
+  const int code_length =
+      TakeCodeLength(owner, control_file, "Logic Error in BRN_MakeDrotenNodeIndex");
+  if (code_length == 0) return 0;
+  int64_t duplicates = 0;
+  if (CheckDuplicates<NodeStoreRecord>(owner, OutputPath(control_file, kNodeStoreFile).c_str(),
+                                       code_length, kNodeTexts, &duplicates) == 0) {
+    return 0;
+  }
+  if (BRN_BeginStep(kLinkTexts.status) == 0) return 0;
+  if (CheckDuplicates<LinkStoreRecord>(owner, OutputPath(control_file, kLinkStoreFile).c_str(),
+                                       code_length, kLinkTexts, &duplicates) == 0) {
+    return 0;
+  }
+  return duplicates == 0 ? 1 : 0;
+}
+
+int BRN_CheckNodeStoreFromLinkStore(WindowHandle owner, const char* control_file) {
+  if (BRN_BeginStep("Checking Node Data (P1)...") == 0) return 0;
+  const PathText link_path = OutputPath(control_file, kLinkStoreFile);
+  const PathText node_path = OutputPath(control_file, kNodeStoreFile);
+  SortedCodes ends;
+  int64_t node_count = 0;
+  int64_t killed = 0;
+  int result = CollectEndNodes(owner, link_path.c_str(), &ends);
+  if (result != 0) result = BRN_BeginStep("Checking Node Data (P2)...");
+  if (result != 0) result = KillUnusedNodes(owner, node_path.c_str(), ends, &node_count, &killed);
+  LogBuild("NodeStore=%ld, Killed Node=%ld, BRN_CheckNodeStoreFromLinkStore returns=%s",
+           static_cast<long>(node_count), static_cast<long>(killed), ResultText(result));
+  return result;
+}
+
+int BRN_MakeDrotenNodeIndex(WindowHandle owner, SortedCodes* list, const char* control_file) {
+  constexpr char kTitle[] = "File Error in BRN_MakeDrotenNodeIndex";
+  list->codes.Free();
+  list->count = 0;
+  if (BRN_BeginStep("Making Node Index ...") == 0) return 0;
+  const int code_length =
+      TakeCodeLength(owner, control_file, "Logic Error in BRN_MakeDrotenNodeIndex");
+  if (code_length == 0) return 0;
+  const PathText path = OutputPath(control_file, kNodeStoreFile);
+  const auto count = static_cast<int64_t>(FileSize(path.c_str()) / sizeof(NodeStoreRecord));
+  StoreFile<NodeStoreRecord> nodes;
+  int result = 1;
+  if (!list->codes.Allocate(static_cast<uint64_t>(count) + 2)) {
+    ReportError(owner, kTitle, "Can't allocate the memory for Index (rec=%ld) !",
+                static_cast<long>(count));
+    result = 0;
+  } else if (!nodes.Open(path.c_str(), platform::Access::kRead)) {
+    // The text has always named the link store here.
+    ReportError(owner, kTitle, "Can't open LINKSTR.WRK(%s) !", path.c_str());
+    result = 0;
+  }
+  for (int64_t i = 0; i < count && result != 0; ++i) {
+    const NodeStoreRecord* node = nodes.At(i);
+    if (node == nullptr) {
+      ReportError(owner, kTitle, "Can't read the NodeStore(%s) at %ld!", path.c_str(),
+                  static_cast<long>(i));
+      result = 0;
+    } else if (!node->NodeCode.IsEmpty()) {
+      list->codes[static_cast<uint64_t>(list->count++)] = node->NodeCode;
+    }
+  }
+  if (result != 0) result = BRN_SortIndex(owner, list->count, list->codes.data());
+  bool listing = result != 0;
+  for (int64_t i = 1; i < list->count && listing; ++i) {
+    const auto at = static_cast<uint64_t>(i);
+    if (!(list->codes[at - 1] == list->codes[at])) continue;
+    // The code shown counts up from the smallest one; it is not the duplicate's own.
+    const FeatureCode shown =
+        FeatureCode::FromDouble(list->codes[0].AsDouble() + static_cast<double>(i) - 1.0);
+    listing =
+        ShowDuplicate(owner, kNodeDuplicate, shown, code_length, kCp932<u8"道路点重複チェック">);
+  }
+  if (result == 0) {
+    list->codes.Free();
+    list->count = 0;
+  }
+  if (WantsSummary(control_file)) {
+    LogBuild("lnNumIndex=%ld, lnNumNodeStore=%ld, BRN_MakeDrotenNodeIndex returns=%d",
+             static_cast<long>(list->count), static_cast<long>(count), result);
+  }
+  return result;
+}
+
+int BRN_CheckLinkStore(WindowHandle owner, const SortedCodes& nodes, const char* control_file) {
+  if (BRN_BeginStep("Checking Link Data ...") == 0) return 0;
+  const PathText path = OutputPath(control_file, kLinkStoreFile);
+  StoreFile<LinkStoreRecord> links;
+  int64_t killed = 0;
+  int result = 1;
+  if (!links.Open(path.c_str(), platform::Access::kReadWrite)) {
+    ReportError(owner, "File Error in BRN_CheckLinkStore", "Can't open LINKSTORE(%s) !",
+                path.c_str());
+    result = 0;
+  }
+  for (int64_t i = 0; i < links.count() && result != 0; ++i) {
+    LinkStoreRecord* link = links.At(i);
+    if (link == nullptr) {
+      ReportShortStore(owner, "LinkStorage", i, links.count());
+      result = 0;
+      break;
+    }
+    if (Contains(nodes.codes, nodes.count, link->NodeA) &&
+        Contains(nodes.codes, nodes.count, link->NodeB)) {
+      continue;
+    }
+    link->LinkCode = FeatureCode{};
+    ++killed;
+    if (!links.Write(i)) {
+      ReportError(owner, "File Error", "Can't write LINKSTR.WRK(%s) at %ld !", path.c_str(),
+                  static_cast<long>(i));
+      result = 0;
+    }
+  }
+  LogBuild("LinkStore=%ld Killed Links=%ld, BRN_CheckLinkStore returns=%s",
+           static_cast<long>(links.count()), static_cast<long>(killed), ResultText(result));
+  return result;
+}
+
+int BRN_MakeDummyLinks(WindowHandle owner, const SortedCodes& nodes, const char* control_file) {
+  if (BRN_BeginStep("Making Dummy Link...") == 0) return 0;
+  const int code_length = TakeCodeLength(owner, control_file, "Logic Error in BRN_MakeDummyLinks");
+  if (code_length == 0) return 0;
+  DummyLinkCounts counts;
+  const int result = JoinPartners(owner, nodes, control_file, code_length, &counts);
+  LogBuild(
+      "lnCtr=%ld lnNumNodeStore=%ld lnNumLinkStore=%ld lnDummyCtr=%ld, BRN_MakeDummyLinks "
+      "returns=%d",
+      static_cast<long>(counts.visited), static_cast<long>(counts.nodes),
+      static_cast<long>(counts.links), static_cast<long>(counts.made), result);
+  return result;
+}
+
+}  // namespace zatlib

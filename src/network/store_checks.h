@@ -1,0 +1,39 @@
+// Checks and repairs of the node and link stores before any network file is made. Records are
+// killed by setting their code to 0; dummy links between partner nodes are appended.
+#pragma once
+
+#include <cstdint>
+
+#include "frd/memory.h"
+#include "frd/progress.h"
+#include "network/workstore/feature_code.h"
+
+namespace zatlib {
+
+// Reports every code that two node records or two link records share. Returns 1 when there is
+// none; 0 on a duplicate, an empty store, cancel or failure.
+int BRN_CheckNodeLinkDuplication(WindowHandle owner, const char* control_file);
+
+// Kills the nodes that no link names as an end. Returns 1; 0 on cancel or failure (reported).
+int BRN_CheckNodeStoreFromLinkStore(WindowHandle owner, const char* control_file);
+
+// Sorted list of the node codes that are not empty.
+struct SortedCodes {
+  PageArray<FeatureCode> codes;
+  int64_t count = 0;
+};
+
+// Fills the list. Returns 1; 0 on cancel or failure (reported), the list is then empty.
+int BRN_MakeDrotenNodeIndex(WindowHandle owner, SortedCodes* list, const char* control_file);
+
+// 1 when the code is in the sorted list, else 0.
+int BRN_CodeExists(FeatureCode code, int64_t count, const FeatureCode* codes);
+
+// Kills the links of which an end is not in the list. Returns 1; 0 on cancel or failure (reported).
+int BRN_CheckLinkStore(WindowHandle owner, const SortedCodes& nodes, const char* control_file);
+
+// Joins nodes that name a partner by one dummy link each pair and puts it into the node's first
+// empty slot. Returns 1; 0 on cancel or failure (reported).
+int BRN_MakeDummyLinks(WindowHandle owner, const SortedCodes& nodes, const char* control_file);
+
+}  // namespace zatlib

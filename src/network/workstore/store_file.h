@@ -1,0 +1,73 @@
+// A work store on disk, record by record: read in blocks, changed in place.
+#pragma once
+
+#include <cstdint>
+
+#include "frd/files.h"
+#include "frd/memory.h"
+
+namespace zatlib {
+
+template <typename Record>
+class StoreFile {
+ public:
+  // Opens the store for reading, or for reading and writing. False when the system refuses.
+  bool Open(const char* path, platform::Access access) {
+    file_ = platform::File::Open(path, access, platform::Share::kRead,
+                                 platform::Disposition::kOpenExisting);
+    if (!file_.IsOpen()) return false;
+    const int64_t size = file_.Size();
+    count_ = size < 0 ? 0 : size / static_cast<int64_t>(sizeof(Record));
+    first_ = 0;
+    loaded_ = 0;
+    return block_ || block_.Allocate(kBlockRecords);
+  }
+
+  bool IsOpen() const { return file_.IsOpen(); }
+
+  // Number of whole records when the store was opened.
+  int64_t count() const { return count_; }
+
+  // Record i, good until the next call; null when it cannot be read.
+  Record* At(int64_t i) {
+    if (i < first_ || i >= first_ + loaded_) {
+      if (!Load(i)) return nullptr;
+    }
+    return &block_[static_cast<uint64_t>(i - first_)];
+  }
+
+  // Writes record i, as At(i) gave it and the caller changed it, back in place.
+  bool Write(int64_t i) {
+    uint32_t written = 0;
+    return file_.Seek(i * static_cast<int64_t>(sizeof(Record)), platform::SeekFrom::kBegin) >= 0 &&
+           file_.Write(&block_[static_cast<uint64_t>(i - first_)], sizeof(Record), &written) &&
+           written == sizeof(Record);
+  }
+
+ private:
+  static constexpr uint64_t kBlockRecords = (1 << 20) / sizeof(Record);
+
+  bool Load(int64_t i) {
+    loaded_ = 0;
+    if (i < 0 || i >= count_) return false;
+    const auto per_block = static_cast<int64_t>(kBlockRecords);
+    first_ = i / per_block * per_block;
+    const int64_t wanted = count_ - first_ < per_block ? count_ - first_ : per_block;
+    if (file_.Seek(first_ * static_cast<int64_t>(sizeof(Record)), platform::SeekFrom::kBegin) < 0) {
+      return false;
+    }
+    uint32_t read = 0;
+    file_.Read(block_.data(), static_cast<uint32_t>(wanted) * sizeof(Record), &read);
+    // What was read whole is good, also when the file has become shorter or a read failed.
+    loaded_ = read / sizeof(Record);
+    return i < first_ + loaded_;
+  }
+
+  platform::File file_;
+  PageArray<Record> block_;
+  int64_t count_ = 0;
+  int64_t first_ = 0;
+  int64_t loaded_ = 0;
+};
+
+}  // namespace zatlib

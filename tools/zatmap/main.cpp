@@ -1,0 +1,21 @@
+// zatmap: builds calc map data from the command line.
+#include "commands.h"
+
+int main(int argc, char** argv) {
+  CLI::App app{"zatmap builds calc map data: a road network prepared for route calculation."};
+  app.name("zatmap");
+  app.set_version_flag("--version", "zatmap 4.0.8.5");
+  app.require_subcommand(1);
+  app.footer(
+      "Exit status: 0 done, 1 the build failed or was cancelled, 2 wrong usage.\n"
+      "Example: zatmap build control.ini");
+  int exit_status = zatmap::kExitDone;
+  zatmap::AddBuildCommand(app, &exit_status);
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::ParseError& error) {
+    // Help and version end here too, with status 0.
+    return app.exit(error) == 0 ? zatmap::kExitDone : zatmap::kExitUsage;
+  }
+  return exit_status;
+}
