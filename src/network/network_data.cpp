@@ -112,7 +112,7 @@ struct NetworkTexts {
   const char* status;
   const char* link_nodes;
   const char* link_nodes_progress;  // with %d; null = no progress
-  const char* calc_nodes;
+  const char* calc_nodes;  // null = goes on under the step's own title
   const char* calc_nodes_progress;
   const char* cities;
   const char* cities_progress;
@@ -134,8 +134,8 @@ const NetworkTexts kNetworkInMemory = {"Creating CalcNode(M)...",
 const NetworkTexts kNetworkThroughFiles = {"Creating CalcNode(F)...",
                                            "Making LinkNodeIndex(F)...",
                                            "Making LinkNodeIndex(F)...\n%d",
-                                           "Creating the Road Networks(F)...",
-                                           "Creating the Road Networks(F)...\n%d",
+                                           nullptr,
+                                           "Creating CalcNode(F)...\n%d",
                                            "Setting Node's CityCodes(F)...",
                                            "Setting Node's CityCodes(F)...\n%d",
                                            "Internal Logic Error Found in BRN450_CreateNetworkData",
@@ -290,7 +290,7 @@ struct NetworkBuilder {
 
   // mapcalc.dat and the node-link index, in node order.
   int MakeCalcNodes() {
-    if (BRN_BeginStep(texts.calc_nodes) == 0) return 0;
+    if (texts.calc_nodes != nullptr && BRN_BeginStep(texts.calc_nodes) == 0) return 0;
     const PathText path = OutputPath(control_file, kCalcNodeFile);
     RecordWriter file;
     if (!file.Open(path.c_str(), sizeof(CalcNode), false)) {

@@ -34,19 +34,24 @@ bool ReadAll(const char* file, std::string* text) {
   return got == 0;
 }
 
+// Overwrites in place and cuts what is left over: emptying the file first would make some file
+// systems write it out to the disk at every key.
 bool WriteAll(const char* file, const std::string& text) {
-  const int fd = ::open(NativePath(file).c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
+  const int fd = ::open(NativePath(file).c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0666);
   if (fd < 0) return false;
+  struct stat status {};
+  bool good = ::fstat(fd, &status) == 0;
   size_t done = 0;
-  while (done < text.size()) {
+  while (good && done < text.size()) {
     const ssize_t put = ::write(fd, text.data() + done, text.size() - done);
-    if (put < 0) {
-      if (errno == EINTR) continue;
-      break;
-    }
-    done += static_cast<size_t>(put);
+    if (put < 0 && errno == EINTR) continue;
+    if (put < 0) good = false;
+    if (put > 0) done += static_cast<size_t>(put);
   }
-  return ::close(fd) == 0 && done == text.size();
+  if (good && static_cast<size_t>(status.st_size) > text.size()) {
+    good = ::ftruncate(fd, static_cast<off_t>(text.size())) == 0;
+  }
+  return ::close(fd) == 0 && good;
 }
 
 bool IsBlank(char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n' || c == '\0'; }
