@@ -20,7 +20,8 @@ import sys
 import tempfile
 
 STAMP = re.compile(rb"^\d{8} \d\d:\d\d:\d\d\.\d{3} ")
-LOG_FOLDER = os.path.join("Orvilex Systems,Inc.", "ZatLib")
+# Windows drops the dot at the end of the company folder's name.
+LOG_FOLDER = os.path.join("Orvilex Systems,Inc*", "ZatLib")
 OWN_OF_THE_MACHINE = (b"Total Physycal=", b"Total Paging=")
 TIMEOUT = 300
 
@@ -78,14 +79,15 @@ def run(command, folder, environment=None):
     return None
 
 
-def log_content(folders):
-    """Bytes of the build logs below the application-data folders, oldest day first."""
-    files = [path for folder in folders
-             for path in sorted(glob.glob(os.path.join(folder, LOG_FOLDER, "*.log")))]
-    return b"".join(read(path) for path in files)
+def log_files(folders):
+    """The build logs below the application-data folders: path to content, oldest day first."""
+    return {path: read(path) for folder in folders
+            for path in sorted(glob.glob(os.path.join(glob.escape(folder), LOG_FOLDER, "*.log")))}
 
 
-def log_lines(content):
+def log_lines(after, before):
+    """Lines that were added to logs since `before`. A build may have erased old files."""
+    content = b"".join(text[len(before.get(path, b"")):] for path, text in after.items())
     lines = [STAMP.sub(b"", line) for line in content.replace(b"\r\n", b"\n").split(b"\n")]
     return [line for line in lines
             if not line.startswith(OWN_OF_THE_MACHINE)
@@ -125,7 +127,7 @@ def compare(source, control, options, prefix):
 
         logs = glob.glob(os.path.join(glob.escape(prefix), "drive_c", "users", "*", "AppData",
                                       "Local"))
-        before = len(log_content(logs))
+        before = log_files(logs)
         fault = run(options.wine_run + [options.host, options.dll, "ZAT_NWB_BuildRoadNetworksEx",
                                         ".\\" + control], windows)
         if fault:
@@ -142,8 +144,8 @@ def compare(source, control, options, prefix):
                 differences.append("%s: %d bytes against %d, first difference at byte %d" % (
                     name, len(ours[name]), len(theirs[name]),
                     first_difference(ours[name], theirs[name])))
-        our_log = log_lines(log_content([data]))
-        their_log = log_lines(log_content(logs)[before:])
+        our_log = log_lines(log_files([data]), {})
+        their_log = log_lines(log_files(logs), before)
         if len(our_log) < 2:
             differences.append("the native build left no log")
         if our_log != their_log:
