@@ -54,6 +54,26 @@ Integer ParseClamped(std::string_view text) {
   return static_cast<Integer>(negative ? 0 - value : value);
 }
 
+// Tells a number that is too large for a double from one that is too small. `number` is made of
+// digits, a point and an exponent.
+bool IsAboveOne(std::string_view number) {
+  int64_t power = 0;  // of ten; places of the first digit that is not 0, from the point
+  bool after_point = false;
+  bool found = false;
+  size_t i = 0;
+  for (; i < number.size() && (IsDigit(number[i]) || number[i] == '.'); ++i) {
+    if (number[i] == '.') {
+      after_point = true;
+    } else {
+      if (after_point && !found) --power;
+      found = found || number[i] != '0';
+      if (!after_point && found) ++power;
+    }
+  }
+  if (i < number.size()) power += ParseClamped<int32_t>(number.substr(i + 1));
+  return power > 0;
+}
+
 }  // namespace
 
 size_t FRD_FormatV(char* out, size_t size, const char* format, va_list arguments) {
@@ -77,7 +97,7 @@ size_t FRD_Format(char* out, size_t size, const char* format, ...) {
 size_t FRD_CopyText(char* out, size_t size, std::string_view text) {
   if (size == 0) return 0;
   const size_t length = std::min(text.size(), size - 1);
-  std::memcpy(out, text.data(), length);
+  if (length > 0) std::memcpy(out, text.data(), length);
   out[length] = 0;
   return length;
 }
@@ -114,7 +134,9 @@ void FRD_SplitPath(const char* path, char* folder_out, char* name_out) {
   size_t name_start = 0;
   // Forward over whole characters; the last separator or colon met is the first one from behind.
   for (size_t i = 0; i < text.size();) {
-    const size_t unit = text[i] == '/' ? 1 : FRD_CharLength(text.substr(i));
+    size_t unit = FRD_CharLength(text.substr(i));
+    // '/' ends no double-byte character: here the path is in another encoding.
+    if (unit == 2 && text[i + 1] == '/') unit = 1;
     if (unit == 1 && platform::IsSeparator(text[i])) {
       folder_length = i;
       name_start = i + 1;
@@ -151,8 +173,13 @@ void FRD_MakeMidPath(const char* mif_path, char* mid_out) {
 int FRD_GetCsvField(int index, int length, const char* line, char* out) {
   if (out != nullptr) out[0] = 0;
   if (index < 0) return -1;
-  std::string_view text(line, length < 0 ? 0 : static_cast<size_t>(length));
-  text = text.substr(0, std::min({text.find('\0'), text.find('\r'), text.find('\n')}));
+  // Byte by byte: behind a terminator before `length` nothing may be looked at.
+  size_t line_length = 0;
+  while (static_cast<int64_t>(line_length) < length && line[line_length] != 0 &&
+         line[line_length] != '\r' && line[line_length] != '\n') {
+    ++line_length;
+  }
+  const std::string_view text(line, line_length);
   size_t start = 0;
   for (int field = 0;; ++field) {
     const size_t end = std::min(text.find_first_of(",\t;", start), text.size());
@@ -213,12 +240,8 @@ double FRD_ParseDouble(std::string_view text) {
   const auto parsed = std::from_chars(begin, end, value, std::chars_format::general);
   if (parsed.ec == std::errc::invalid_argument) return 0.0;
   if (parsed.ec == std::errc::result_out_of_range) {
-    // Too large or too small: told apart by the sign of the exponent.
     const std::string_view number(begin, static_cast<size_t>(parsed.ptr - begin));
-    value =
-        number.find("e-") != std::string_view::npos || number.find("E-") != std::string_view::npos
-            ? 0.0
-            : std::numeric_limits<double>::infinity();
+    value = IsAboveOne(number) ? std::numeric_limits<double>::infinity() : 0.0;
   }
   return negative ? -value : value;
 }
