@@ -118,7 +118,7 @@ bool LineReader::Fill(uint32_t wanted) {
   if (wanted > kLineSize + 1) return false;
   if (!block_ && !block_.Allocate(kReadBlock + kLineSize + 1)) return false;
   const auto left = static_cast<size_t>(end_ - position_);
-  std::memmove(block_.data(), position_, left);
+  if (left > 0) std::memmove(block_.data(), position_, left);
   position_ = block_.data();
   end_ = position_ + left;
   while (static_cast<uint64_t>(end_ - position_) < wanted && !at_end_) {
