@@ -41,8 +41,8 @@ int FRD_GetAppDataFolder(int folder_kind, const char* tag, char* path_out) {
   if (!IsBlankTag(tag)) {
     // The tag of the service logs names two levels.
     std::string native(tag);
-    for (char& c : native) {
-      if (c == '\\') c = platform::NativeSeparator();
+    for (size_t i = 0; i < native.size(); i += FRD_CharLength(native.c_str() + i)) {
+      if (native[i] == '\\') native[i] = platform::NativeSeparator();
     }
     char tagged[kPathSize];
     FRD_JoinPath(tagged, path, native.c_str());
