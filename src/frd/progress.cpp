@@ -49,8 +49,9 @@ int FRD_RunDialog(WindowHandle owner, FrdCallback callback, int64_t argument,
 }
 
 int FRD_ProgressPosition(float fraction) {
-  const int position = static_cast<int>(fraction * 100.0 + 0.5);
-  return position < 0 ? 0 : position > 100 ? 100 : position;
+  const double position = fraction * 100.0 + 0.5;
+  // Clamped before it is cut: a number that no int holds has no defined conversion.
+  return position >= 100.0 ? 100 : position > 0.0 ? static_cast<int>(position) : 0;
 }
 
 int FRD_SetProgress(float fraction) {
