@@ -43,6 +43,11 @@ Integer ParseClamped(std::string_view text) {
   constexpr uint64_t kMax = static_cast<uint64_t>(std::numeric_limits<Integer>::max());
   const uint64_t limit = negative ? kMax + 1 : kMax;
   uint64_t value = 0;
+  // 18 digits fit into 64 bits; only what is longer needs a test, with its division, a digit.
+  const size_t safe_end = std::min(text.size(), i + 18);
+  for (; i < safe_end && IsDigit(text[i]); ++i) {
+    value = value * 10 + static_cast<uint64_t>(text[i] - '0');
+  }
   for (; i < text.size() && IsDigit(text[i]); ++i) {
     const auto digit = static_cast<uint64_t>(text[i] - '0');
     if (value > (limit - digit) / 10) {
@@ -51,6 +56,7 @@ Integer ParseClamped(std::string_view text) {
     }
     value = value * 10 + digit;
   }
+  value = std::min(value, limit);
   return static_cast<Integer>(negative ? 0 - value : value);
 }
 
