@@ -52,17 +52,21 @@ int ReadMifHeader(LineReader& mif, uint32_t line_size, const char* info_path) {
   return 0;
 }
 
-MifPoint ReadMifPoint(LineReader& mif, int32_t* x, int32_t* y) {
+MifPoint ReadMifPoint(LineReader& mif, MifPointTest test, int32_t* x, int32_t* y) {
   std::string_view line;
   while (FRD_ReadLine(mif, kLineSize, &line) != 0) {
-    if (BeginsWith(line, "point")) {
-      line = line.substr(0, line.find('\0'));
-      NextToken(&line);
-      *x = FRD_ParseFixed6(NextToken(&line));
-      *y = FRD_ParseFixed6(NextToken(&line));
+    line = line.substr(0, line.find('\0'));
+    std::string_view rest = line;
+    const std::string_view word = NextToken(&rest);
+    const bool whole = test == MifPointTest::kFirstWord;
+    if (whole ? word.size() == 5 && BeginsWith(word, "point") : BeginsWith(line, "point")) {
+      *x = FRD_ParseFixed6(NextToken(&rest));
+      *y = FRD_ParseFixed6(NextToken(&rest));
       return MifPoint::kPoint;
     }
-    if (BeginsWith(line, "none")) return MifPoint::kNone;
+    if (whole ? word.size() == 4 && BeginsWith(word, "none") : BeginsWith(line, "none")) {
+      return MifPoint::kNone;
+    }
   }
   return MifPoint::kEnd;
 }

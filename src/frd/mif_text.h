@@ -20,8 +20,14 @@ enum class MifPoint {
   kEnd     // no object left
 };
 
+// By what a line is taken for an object: the two formats' readers differ.
+enum class MifPointTest {
+  kFirstLetters,  // the line's first letters are Point or none
+  kFirstWord      // the line's first word is Point or none; blanks may stand before it
+};
+
 // Reads lines up to the next Point or NONE object (any case); other lines are skipped.
 // Coordinates in millionths of a degree.
-MifPoint ReadMifPoint(LineReader& mif, int32_t* x, int32_t* y);
+MifPoint ReadMifPoint(LineReader& mif, MifPointTest test, int32_t* x, int32_t* y);
 
 }  // namespace zatlib

@@ -2,50 +2,18 @@
 
 #include "frd/control.h"
 #include "frd/log.h"
-#include "input_zat/record_copy.h"
 #include "input_zat/record_readers.h"
 #include "input_zat/store_table.h"
+#include "network/workstore/record_copy.h"
 #include "network/workstore/work_stores.h"
 
 namespace zatlib {
 namespace {
 
-constexpr int64_t kStatusInterval = 5000;  // links between two status texts
-
-// One link file into the store; `*count` grows by the records copied. Returns 1 or 0.
-int CopyLinkFile(WindowHandle owner, const char* control_file, int number, bool mif_mode,
-                 const char* store_path, int code_length, DefaultSpeeds defaults, int64_t* count) {
-  PathText path = ControlFile(control_file, "LINK", number);
-  if (mif_mode) FRD_MakeMidPath(path.c_str(), path.text);
-  LineReader data;
-  if (!data.Open(path.c_str())) {
-    ReportTaskModal(owner, "File Error", "Can't open the link data (FILE%02d) [%s] !", number,
-                    path.c_str());
-    return 0;
-  }
-  RecordWriter store;
-  if (!store.Open(store_path, sizeof(LinkStoreRecord), true)) {
-    ReportTaskModal(owner, "File Error", "Can't open the LinkStorage (%s) at %02d !", store_path,
-                    number);
-    return 0;
-  }
-  CopyProgress progress{"Reading Link Records (%d)...", kStatusInterval, 0};
-  const CopyResult result =
-      CopyRecords<LinkStoreRecord>(data, store, &progress, [&](LinkStoreRecord* record) {
-        return BRN_ZAT_ReadLinkRecord(data, record, code_length, defaults) != 0
-                   ? ReadResult::kRecord
-                   : ReadResult::kEnd;
-      });
-  *count += progress.records;
-  if (result == CopyResult::kReadFailed) {
-    ReportTaskModal(owner, "File Error in BRN_ZAT_SetLinkStore", "Can't read the file (%s) !",
-                    path.c_str());
-  } else if (result == CopyResult::kWriteFailed) {
-    ReportTaskModal(owner, "File Error", "Can't write the LinkStorage (%s) at %02d, %d !",
-                    store_path, number, static_cast<int>(store.failed_record()));
-  }
-  return result == CopyResult::kDone ? 1 : 0;
-}
+const AppendTexts kTexts = {"Can't open the link data (FILE%02d) [%s] !",
+                            "Can't open the LinkStorage (%s) at %02d !",
+                            "Can't write the LinkStorage (%s) at %02d, %d !",
+                            "Reading Link Records (%d)...", "File Error in BRN_ZAT_SetLinkStore"};
 
 // A speed row put onto its link. False when its nodes are those of another link.
 bool ApplySpeeds(const LinkSpeedRecord& row, LinkStoreRecord* link) {
@@ -78,8 +46,17 @@ int BRN_ZAT_SetLinkStore(WindowHandle owner, const char* control_file) {
   if (files >= 1) platform::RemoveFile(store_path.c_str());
   int64_t count = 0;
   for (int i = 1; i <= files && result != 0; ++i) {
-    result = CopyLinkFile(owner, control_file, i, mif_mode, store_path.c_str(), code_length,
-                          defaults, &count);
+    PathText path = ControlFile(control_file, "LINK", i);
+    if (mif_mode) FRD_MakeMidPath(path.c_str(), path.text);
+    LineReader data;
+    const CopyResult copied = AppendFile<LinkStoreRecord>(
+        owner, kTexts, i, path.c_str(), store_path.c_str(), data, &count,
+        [&](LinkStoreRecord* record) {
+          return BRN_ZAT_ReadLinkRecord(data, record, code_length, defaults) != 0
+                     ? ReadResult::kRecord
+                     : ReadResult::kEnd;
+        });
+    if (copied != CopyResult::kDone) result = 0;
   }
   LogBuild("Setting Link Storage end %s : set count = %d", ResultText(result),
            static_cast<int>(count));

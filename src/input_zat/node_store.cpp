@@ -4,16 +4,19 @@
 #include "frd/cp932.h"
 #include "frd/log.h"
 #include "frd/mif_text.h"
-#include "input_zat/record_copy.h"
 #include "input_zat/record_readers.h"
 #include "input_zat/road_definition.h"
 #include "input_zat/store_table.h"
+#include "network/workstore/record_copy.h"
 #include "network/workstore/work_stores.h"
 
 namespace zatlib {
 namespace {
 
-constexpr int64_t kStatusInterval = 5000;  // nodes between two status texts
+const AppendTexts kTexts = {"Can't open the node MID (FILE%02d) [%s] !",
+                            "Can't open the NodeStorage (%s) at %02d !",
+                            "Can't write the NodeStorage (%s) at %02d, %d !",
+                            "Reading Node Record (%d)...", "File Error in BRN_ZAT_SetNodeStore"};
 
 // One node file into the open store; `*count` grows by the records copied. Returns 1 or 0.
 int CopyNodeFile(WindowHandle owner, const char* control_file, int number, bool mif_mode,
@@ -31,52 +34,27 @@ int CopyNodeFile(WindowHandle owner, const char* control_file, int number, bool 
     FRD_MakeMidPath(path.c_str(), data_path.text);
   }
   LineReader data;
-  if (!data.Open(data_path.c_str())) {
-    ReportTaskModal(owner, "File Error", "Can't open the node MID (FILE%02d) [%s] !", number,
-                    data_path.c_str());
-    return 0;
-  }
-  RecordWriter store;
-  if (!store.Open(store_path, sizeof(NodeStoreRecord), true)) {
-    ReportTaskModal(owner, "File Error", "Can't open the NodeStorage (%s) at %02d !", store_path,
-                    number);
-    return 0;
-  }
-  CopyProgress progress{"Reading Node Record (%d)...", kStatusInterval, 0};
-  const CopyResult result =
-      CopyRecords<NodeStoreRecord>(data, store, &progress, [&](NodeStoreRecord* record) {
+  const int64_t before = *count;
+  const CopyResult result = AppendFile<NodeStoreRecord>(
+      owner, kTexts, number, data_path.c_str(), store_path, data, count,
+      [&](NodeStoreRecord* record) {
         if (BRN_ZAT_ReadNodeRecord(data, record, code_length) == 0) return ReadResult::kEnd;
         if (!mif_mode) return ReadResult::kRecord;
         // Every node of a MIF carries a point.
-        if (ReadMifPoint(mif, &record->X, &record->Y) == MifPoint::kEnd) return ReadResult::kUnfit;
+        if (ReadMifPoint(mif, MifPointTest::kFirstLetters, &record->X, &record->Y) ==
+            MifPoint::kEnd) {
+          return ReadResult::kUnfit;
+        }
         return record->X == 0 && record->Y == 0 ? ReadResult::kUnfit : ReadResult::kRecord;
       });
-  *count += progress.records;
-  switch (result) {
-    case CopyResult::kDone:
-      return 1;
-    case CopyResult::kCancelled:
-      return 0;
-    case CopyResult::kReadFailed:
-      ReportTaskModal(owner, "File Error in BRN_ZAT_SetNodeStore", "Can't read the file (%s) !",
-                      data_path.c_str());
-      return 0;
-    case CopyResult::kWriteFailed:
-      ReportTaskModal(owner, "File Error", "Can't write the NodeStorage (%s) at %02d, %d !",
-                      store_path, number, static_cast<int>(store.failed_record()));
-      return 0;
-    case CopyResult::kStopped:
-      if (mif.failed()) {
-        ReportTaskModal(owner, "File Error in BRN_ZAT_SetNodeStore", "Can't read the file (%s) !",
-                        path.c_str());
-        return 0;
-      }
-      ReportTaskModal(owner, "Data Error in BRN_ZAT_ReadNodeRecord",
-                      kCp932<u8"道路点オブジェクトがありません！\r\n%s (rec=%d)">,
-                      data_path.c_str(), static_cast<int>(progress.records + 1));
-      return 0;
+  if (result == CopyResult::kStopped && mif.failed()) {
+    ReportTaskModal(owner, kTexts.read_title, "Can't read the file (%s) !", path.c_str());
+  } else if (result == CopyResult::kStopped) {
+    ReportTaskModal(owner, "Data Error in BRN_ZAT_ReadNodeRecord",
+                    kCp932<u8"道路点オブジェクトがありません！\r\n%s (rec=%d)">, data_path.c_str(),
+                    static_cast<int>(*count - before + 1));
   }
-  return 0;
+  return result == CopyResult::kDone ? 1 : 0;
 }
 
 }  // namespace

@@ -1,39 +1,7 @@
 #include "input_zat/record_readers.h"
 
-#include <cstring>
-
-#include "frd/control.h"
-#include "frd/fields.h"
-
 namespace zatlib {
 namespace {
-
-// Clears the record, reads the next line and hands every field with its column (from 1) to `take`.
-template <typename Record, typename Take>
-int ReadFields(LineReader& file, Record* record, Take take) {
-  *record = Record{};
-  std::string_view line;
-  if (FRD_ReadLine(file, kLineSize, &line) == 0) return 0;
-  FieldCursor fields(line, &file);
-  std::string_view field;
-  for (int column = 1; fields.Next(&field); ++column) take(column, field);
-  return 1;
-}
-
-uint16_t ParseWord(std::string_view field) { return static_cast<uint16_t>(FRD_ParseInt(field)); }
-
-int16_t ParseShort(std::string_view field) { return static_cast<int16_t>(FRD_ParseInt(field)); }
-
-uint16_t ParseSpeed(std::string_view field, uint16_t default_speed) {
-  const int32_t speed = FRD_ParseInt(field);
-  if (speed < 0) return 0;
-  return speed == 0 ? default_speed : static_cast<uint16_t>(speed);
-}
-
-void TakeName(std::string_view field, NameStoreRecord* record) {
-  const std::string_view name = FRD_CutText(field, kNameSize);
-  std::memcpy(record->Name, name.data(), name.size());
-}
 
 // A name row: where its number, value and name stand (0 = no such column).
 struct NameColumns {
@@ -58,11 +26,6 @@ int ReadNameRecord(LineReader& file, NameStoreRecord* record, int code_length,
 }
 
 }  // namespace
-
-DefaultSpeeds ReadDefaultSpeeds(const char* control_file) {
-  return {static_cast<uint16_t>(ControlInt(control_file, "DEFAULTSPEED", "SPEEDA", 0)),
-          static_cast<uint16_t>(ControlInt(control_file, "DEFAULTSPEED", "SPEEDB", 0))};
-}
 
 int BRN_ZAT_ReadNodeRecord(LineReader& file, NodeStoreRecord* record, int code_length) {
   constexpr int kFirstLink = 5;

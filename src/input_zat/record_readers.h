@@ -6,6 +6,7 @@
 #include <cstdint>
 
 #include "frd/files.h"
+#include "network/workstore/source_fields.h"
 #include "network/workstore/work_stores.h"
 
 namespace zatlib {
@@ -27,15 +28,6 @@ struct NodeXYRecord {
   int32_t Y;
 };
 int BRN_ZAT_ReadNodeXY(LineReader& file, NodeXYRecord* record, int code_length);
-
-// The speeds that rows without a speed get, km/h.
-struct DefaultSpeeds {
-  uint16_t a;
-  uint16_t b;
-};
-
-// [DEFAULTSPEED] SPEEDA and SPEEDB of the control file, default 0.
-DefaultSpeeds ReadDefaultSpeeds(const char* control_file);
 
 // Columns 1: code, 2: road kind, 3: city code, 4 to 7: link values 3, 4, 5, 6, 8 and 9: nodes A and
 // B, 10 and 11: speeds A and B, 12: road flag. Speeds: 0 takes the default, below 0 gives 0.

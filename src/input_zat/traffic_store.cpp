@@ -2,8 +2,8 @@
 
 #include "frd/control.h"
 #include "frd/log.h"
-#include "input_zat/record_copy.h"
 #include "input_zat/record_readers.h"
+#include "network/workstore/record_copy.h"
 #include "network/workstore/work_stores.h"
 
 namespace zatlib {

@@ -60,4 +60,44 @@ CopyResult CopyRecords(const LineReader& source, RecordWriter& store, CopyProgre
   return result;
 }
 
+// The texts of a step that appends source files to a store.
+struct AppendTexts {
+  const char* data_error;   // a source file cannot be opened; with %02d (file), %s (path)
+  const char* store_error;  // the store cannot be opened; with %s (store), %02d (file)
+  const char* write_error;  // with %s (store), %02d (file), %d (record, from 0)
+  const char* status;       // with %d
+  const char* read_title;   // of the error report for a read that the system refused
+};
+
+inline constexpr int64_t kAppendInterval = 5000;  // records between two looks at the user
+
+// Appends the records of one source file to a store. `read(&record)` works on `data`, which is
+// opened here. Errors but kUnfit are reported. Returns what became of it; `*count` grows by the
+// records copied.
+template <typename Record, typename Read>
+CopyResult AppendFile(WindowHandle owner, const AppendTexts& texts, int number,
+                      const char* data_path, const char* store_path, LineReader& data,
+                      int64_t* count, Read read) {
+  if (!data.Open(data_path)) {
+    ReportTaskModal(owner, "File Error", texts.data_error, number, data_path);
+    return CopyResult::kReadFailed;
+  }
+  RecordWriter store;
+  if (!store.Open(store_path, sizeof(Record), true)) {
+    ReportTaskModal(owner, "File Error", texts.store_error, store_path, number);
+    return CopyResult::kWriteFailed;
+  }
+  CopyProgress progress{texts.status, kAppendInterval, 0};
+  const CopyResult result = CopyRecords<Record>(data, store, &progress, read);
+  *count += progress.records;
+  if (result == CopyResult::kReadFailed) {
+    ReportTaskModal(owner, texts.read_title, "Can't read the file (%s) !", data_path);
+  } else if (result == CopyResult::kWriteFailed) {
+    ReportTaskModal(owner, "File Error", texts.write_error, store_path, number,
+                    static_cast<int>(store.failed_record()));
+  }
+  store.Close();
+  return result;
+}
+
 }  // namespace zatlib

@@ -1,0 +1,85 @@
+#include "input_msr/point_store.h"
+
+#include "frd/control.h"
+#include "frd/cp932.h"
+#include "frd/mif_text.h"
+#include "input_msr/record_readers.h"
+#include "input_zat/road_definition.h"
+#include "network/workstore/name_copy.h"
+#include "network/workstore/record_copy.h"
+#include "platform/file.h"
+
+namespace zatlib {
+namespace {
+
+// "DROTEM" is how the messages have always spelt it.
+constexpr char kMidError[] = "Can't open the DROTEM.MID(FILE%02d) [%s] !";
+
+const AppendTexts kTexts = {kMidError, "Can't open the NodeStorage (%s) at %02d !",
+                            "Can't write the NodeStorage (%s) at %02d, %d !",
+                            "Reading Droten Record (%d)...", "File Error in BRN_MSR_SetNodeStore"};
+
+// One pair of road point files into the store. Returns 1 or 0 (reported).
+int CopyPointFile(WindowHandle owner, const char* control_file, int number, const char* store_path,
+                  int code_length) {
+  const PathText path = ControlFile(control_file, "DROTEN", number);
+  LineReader mif;
+  if (!mif.Open(path.c_str())) {
+    ReportTaskModal(owner, "File Error", "Can't open the DROTEM.MIF(FILE%02d) [%s] !", number,
+                    path.c_str());
+    return 0;
+  }
+  if (BRN_SetMifInformation(owner, mif, control_file) == 0) return 0;
+  PathText mid_path;
+  FRD_MakeMidPath(path.c_str(), mid_path.text);
+  LineReader mid;
+  int64_t count = 0;
+  const CopyResult result = AppendFile<NodeStoreRecord>(
+      owner, kTexts, number, mid_path.c_str(), store_path, mid, &count,
+      [&](NodeStoreRecord* record) {
+        if (BRN_MSR_ReadDrotenRecord(mid, record, code_length) == 0) return ReadResult::kEnd;
+        // The end of the MIF ends the file as the end of the MID does.
+        if (ReadMifPoint(mif, MifPointTest::kFirstWord, &record->X, &record->Y) == MifPoint::kEnd) {
+          return mif.failed() ? ReadResult::kUnfit : ReadResult::kEnd;
+        }
+        return record->X == 0 && record->Y == 0 ? ReadResult::kUnfit : ReadResult::kRecord;
+      });
+  if (result == CopyResult::kStopped && mif.failed()) {
+    ReportTaskModal(owner, kTexts.read_title, "Can't read the file (%s) !", path.c_str());
+  } else if (result == CopyResult::kStopped) {
+    ReportTaskModal(owner, "Data Error in BRN_MSR_ReadDrotenRecord",
+                    kCp932<u8"道路点オブジェクトがありません！\r\n%s (rec=%d)">, mid_path.c_str(),
+                    static_cast<int>(count + 1));
+  }
+  return result == CopyResult::kDone ? 1 : 0;
+}
+
+}  // namespace
+
+int BRN_MSR_SetNodeStore(WindowHandle owner, const char* control_file) {
+  const int files = ControlInt(control_file, "DROTEN", "FILENUM", 0);
+  const int code_length = BRN_GetCodeLength(control_file);
+  const PathText store_path = OutputPath(control_file, kNodeStoreFile);
+  platform::RemoveFile(store_path.c_str());
+  for (int i = 1; i <= files; ++i) {
+    if (CopyPointFile(owner, control_file, i, store_path.c_str(), code_length) == 0) return 0;
+  }
+  return 1;
+}
+
+int BRN_MSR_SetNodeNameStore(WindowHandle owner, const char* control_file) {
+  static const NameStoreTexts kNameTexts = {kNodeNameStoreFile,
+                                            "Can't open the NodeNameStorage %s !",
+                                            "Can't write the NodeNameStore (%s) at file=%02d !",
+                                            "File Error in BRN_MSR_SetNodeNameStore"};
+  static const NameSource kSource = {"DROTEN", true, BRN_MSR_ReadNodeName, kMidError, "File Error"};
+  if (BRN_SetStatus("Setting Node Name Storage...") == 0) return 0;
+  RecordWriter store;
+  if (!OpenNameStore(owner, control_file, kNameTexts, &store)) return 0;
+  int64_t count = 0;
+  const int result = CopyNames(owner, control_file, kNameTexts, kSource, store, &count);
+  store.Close();
+  return result;
+}
+
+}  // namespace zatlib
