@@ -112,7 +112,7 @@ struct NetworkTexts {
   const char* status;
   const char* link_nodes;
   const char* link_nodes_progress;  // with %d; null = no progress
-  const char* calc_nodes;  // null = goes on under the step's own title
+  const char* calc_nodes;           // null = goes on under the step's own title
   const char* calc_nodes_progress;
   const char* cities;
   const char* cities_progress;
