@@ -5,12 +5,18 @@
  *
  *   Linux
  *     gcc -Wall -Iinclude examples/host_c/host.c -Lbuild/native/lib -lzatlib \
- *         -Wl,-rpath,"$PWD/build/native/lib" -o host
- *     cd examples/monaco && ../../host control.ini
+ *         -Wl,-rpath,"$PWD/build/native/lib" -o build/host
+ *     cd examples/monaco && ../../build/host "$PWD/control.ini"
  *
- *   Windows, cross-compiled; zatlib.dll lies beside host.exe when it runs
+ *   Windows, cross-compiled
  *     x86_64-w64-mingw32-gcc -Wall -Iinclude examples/host_c/host.c -Lbuild/windows/lib -lzatlib \
- *         -o host.exe
+ *         -o build/windows/bin/host.exe
+ *     and there, zatlib.dll beside host.exe:
+ *     cd examples\monaco
+ *     ..\..\build\windows\bin\host.exe %CD%\control.ini
+ *
+ * The control file is named with its full path: Windows looks for a bare name in its own folder.
+ * The paths inside it count from the current folder.
  *
  * Exit status: 0 the map is built, 1 the build failed or was cancelled, 2 wrong usage. */
 #include <stdio.h>
