@@ -1390,13 +1390,12 @@ class Build:
 
     # -- network build step ------------------------------------------------
 
+    # The sorts show their texts in the status line only; they are not logged.
     def sort_index(self, keys):
-        self.log(b"Sorting The Index")
         heap_sort(keys, lambda k: k)
         return 1
 
     def sort_common(self, table):
-        self.log(b"Sorting The Common Index")
         heap_sort(table, lambda e: e[0])
         return 1
 
@@ -2368,6 +2367,8 @@ def main(argv=None):
             good = build.run()
     except FieldOverflow:
         return 134
+    finally:
+        build.log_file.close()
     return 0 if good else 1
 
 
