@@ -143,12 +143,14 @@ TEST_F(InterchangeFlagsTest, UnknownLinksAreSkipped) {
 }
 
 TEST_F(InterchangeFlagsTest, LinkNumbersOutsideTheMapAreSkipped) {
-  WriteBytes(folder_ / "link.idx",
-             IndexRecord(1000, 3) + IndexRecord(2000, -2) + IndexRecord(3000, 1));
   WriteBytes(folder_ / "TR_LINK.DAT",
              FareLink(1000, 1, 1) + FareLink(2000, 1, 1) + FareLink(3000, 1, 1));
-  EXPECT_EQ(Run(), 1);
-  EXPECT_EQ(Flags(), (std::vector<int>{0x01, 0x22, 0x04}));
+  for (const int64_t number : {3, 100000000, 2147483647}) {
+    WriteBytes(folder_ / "link.idx",
+               IndexRecord(1000, number) + IndexRecord(2000, -2) + IndexRecord(3000, 1));
+    EXPECT_EQ(Run(), 1);
+    EXPECT_EQ(Flags(), (std::vector<int>{0x01, 0x22, 0x04}));
+  }
 }
 
 TEST_F(InterchangeFlagsTest, FlagsOfAnEarlierRunAreTakenBack) {
