@@ -39,10 +39,10 @@ struct Object {
   int32_t y = -7;
 };
 
-Object Next(LineReader& mif) {
+Object Next(LineReader& mif, MifPointTest test = MifPointTest::kFirstLetters) {
   Object object{};
   object.x = object.y = -7;
-  object.kind = ReadMifPoint(mif, MifPointTest::kFirstLetters, &object.x, &object.y);
+  object.kind = ReadMifPoint(mif, test, &object.x, &object.y);
   return object;
 }
 
@@ -163,6 +163,21 @@ TEST_F(MifTextTest, TheWordsCountAtTheStartWhateverFollows) {
   Open("Pointer 1 2\r\nnonesuch\r\n");
   EXPECT_EQ(Next(mif_).x, 1000000);
   EXPECT_EQ(Next(mif_).kind, MifPoint::kNone);
+}
+
+TEST_F(MifTextTest, TheFirstWordMustBeWholeWhereItIsAskedFor) {
+  Open("Pointer 1 2\r\nnonesuch\r\nPline 2\r\n  pOINT 3 4\r\n nONE\r\nPOINT,5,6\r\nnone x\r\n");
+  Object object = Next(mif_, MifPointTest::kFirstWord);
+  EXPECT_EQ(object.kind, MifPoint::kPoint);
+  EXPECT_EQ(object.x, 3000000);
+  EXPECT_EQ(object.y, 4000000);
+  EXPECT_EQ(Next(mif_, MifPointTest::kFirstWord).kind, MifPoint::kNone);
+  object = Next(mif_, MifPointTest::kFirstWord);
+  EXPECT_EQ(object.kind, MifPoint::kPoint);
+  EXPECT_EQ(object.x, 5000000);
+  EXPECT_EQ(object.y, 6000000);
+  EXPECT_EQ(Next(mif_, MifPointTest::kFirstWord).kind, MifPoint::kNone);
+  EXPECT_EQ(Next(mif_, MifPointTest::kFirstWord).kind, MifPoint::kEnd);
 }
 
 TEST_F(MifTextTest, TokensEndAtBlanksAndCommas) {
