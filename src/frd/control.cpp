@@ -59,7 +59,11 @@ int BRN_ShowError(WindowHandle owner, const char* message, const char* title, un
   FRD_Format(line, sizeof line, "[%s][%s]", message, title);
   FRD_LogTagged(kBuildTag, line, 1);
   if (g_silent != 0) return 1;
-  if (owner == nullptr || !platform::IsLiveWindow(owner)) flags |= platform::kTaskModal;
+  if (owner == nullptr || !platform::IsLiveWindow(owner)) {
+    // The system refuses to show the box of a window that is gone.
+    owner = nullptr;
+    flags |= platform::kTaskModal;
+  }
   return platform::ShowMessageBox(owner, message, title, flags);
 }
 

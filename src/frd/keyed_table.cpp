@@ -1,15 +1,6 @@
 #include "frd/keyed_table.h"
 
-#include <cstring>
-
 namespace zatlib {
-
-uint64_t SortableBits(double key) {
-  uint64_t bits;
-  std::memcpy(&bits, &key, sizeof bits);
-  constexpr uint64_t kSign = uint64_t{1} << 63;
-  return (bits & kSign) != 0 ? ~bits : bits | kSign;
-}
 
 int32_t FRD_FindByKey(const KeyedRecord* table, int64_t count, double key) {
   const int64_t found = FindNarrowed(count, key, [table](int64_t i) { return table[i].key; });

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <cstring>
 
 namespace zatlib {
 
@@ -56,7 +57,12 @@ int FRD_SortByKey(int64_t count, KeyedRecord* table);
 
 // Maps a double's bits to an unsigned number of the same order (NaNs at the ends), so that a sort
 // is safe with any bits.
-uint64_t SortableBits(double key);
+inline uint64_t SortableBits(double key) {
+  uint64_t bits;
+  std::memcpy(&bits, &key, sizeof bits);
+  constexpr uint64_t kSign = uint64_t{1} << 63;
+  return (bits & kSign) != 0 ? ~bits : bits | kSign;
+}
 
 // Sorts records ascending by the double that `key_of(record)` gives; at once when they are in
 // order already. O(n log n) at worst, in place.

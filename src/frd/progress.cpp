@@ -1,7 +1,6 @@
 #include "frd/progress.h"
 
 #include <atomic>
-#include <cstring>
 
 #include "frd/cp932.h"
 #include "platform/profile.h"
@@ -19,10 +18,13 @@ float g_fraction = 0.0f;
 
 constexpr int kJapan = 81;  // country code
 
+bool InJapan() { return platform::CountryCode() == kJapan; }
+
 }  // namespace
 
 int FRD_RunDialog(WindowHandle owner, FrdCallback callback, int64_t argument,
                   const char* control_file) {
+  if (owner == nullptr) owner = platform::ActiveWindow();
   if (g_dialog_open) {
     platform::ShowMessageBox(owner, "FRD Window has already opened!", "FRD Message",
                              platform::kErrorIcon);
@@ -32,17 +34,17 @@ int FRD_RunDialog(WindowHandle owner, FrdCallback callback, int64_t argument,
   platform::ProgressRun run;
   run.owner = owner;
   run.title = kCp932<u8"計算用道路ネットワークデータ作成">;
+  run.first_status = "Initalizing...";
+  run.cancel_button = InJapan() ? kCp932<u8"キャンセル">.c_str() : "&Cancel";
   run.worker = [=](WindowHandle window) { return callback(window, argument, control_file); };
   run.on_open = [] {
     g_cancelled = false;
     g_dialog_open = true;
-    platform::SetProgressText("Initalizing...");
   };
   run.on_cancel = [] {
     g_cancelled = true;
-    platform::SetProgressText(platform::CountryCode() == kJapan
-                                  ? kCp932<u8"キャンセル処理中・・・">.c_str()
-                                  : "Canceling ...");
+    platform::SetProgressText(InJapan() ? kCp932<u8"キャンセル処理中・・・">.c_str()
+                                        : "Canceling ...");
   };
   run.on_close = [] { g_dialog_open = false; };
   return platform::RunProgressWindow(run);

@@ -5,8 +5,10 @@
 #include <cstdint>
 
 #include "frd/files.h"
+#include "frd/key_tree.h"
 #include "frd/keyed_table.h"
 #include "frd/memory.h"
+#include "frd/whole_file.h"
 #include "network/workstore/feature_code.h"
 #include "network/workstore/index_sort.h"
 
@@ -17,20 +19,15 @@ enum class StoreTableResult { kLoaded, kNoMemory, kNotRead };
 template <typename Record>
 class StoreTable {
  public:
-  // Reads the file (its size plus 64 bytes of memory) and reserves count + 2 index entries.
+  // Reads the file (its size plus kFileMargin bytes of memory) and reserves count + 2 index
+  // entries. A store that cannot be opened is never taken for an empty one: Save would empty it.
   StoreTableResult Load(const char* path) {
-    size_ = FileSize(path);
-    count_ = static_cast<int64_t>(size_ / sizeof(Record));
-    if (!image_.Allocate(size_ + kSlack) || !index_.Allocate(static_cast<uint64_t>(count_) + 2)) {
-      return StoreTableResult::kNoMemory;
-    }
-    platform::File file =
-        platform::File::Open(path, platform::Access::kRead, platform::Share::kRead,
-                             platform::Disposition::kOpenExisting, platform::Hint::kSequential);
-    if (!file.IsOpen() || !ReadExactly(file, image_.data(), size_)) {
-      return StoreTableResult::kNotRead;
-    }
-    return StoreTableResult::kLoaded;
+    const LoadResult loaded = LoadWholeFile(path, &image_);
+    if (loaded == LoadResult::kNoMemory) return StoreTableResult::kNoMemory;
+    if (loaded != LoadResult::kLoaded) return StoreTableResult::kNotRead;
+    count_ = image_.count<Record>();
+    return index_.Allocate(static_cast<uint64_t>(count_) + 2) ? StoreTableResult::kLoaded
+                                                              : StoreTableResult::kNoMemory;
   }
 
   // Fills and sorts the index; `code_of` gives a record's code. Returns 1, 0 on cancel.
@@ -40,26 +37,29 @@ class StoreTable {
       index_[static_cast<uint64_t>(i)] = {code_of(records()[i]).AsDouble(), static_cast<int32_t>(i),
                                           0};
     }
-    return BRN_SortCommonIndex(count_, index_.data());
+    const int result = BRN_SortCommonIndex(count_, index_.data());
+    tree_.Build(index_.data(), count_);
+    return result;
   }
 
   // The record of a code, null when there is none.
   Record* Find(FeatureCode code) {
-    const int32_t position = FRD_FindByKey(index_.data(), count_, code.AsDouble());
-    return position < 0 ? nullptr : &records()[position];
+    const int64_t found = tree_.Find(code.AsDouble());
+    return found < 0 ? nullptr : &records()[index_[static_cast<uint64_t>(found)].value];
   }
 
   // Writes the whole image back; false when the system refuses.
-  bool Save(const char* path) { return SaveFile(path, image_.data(), size_) == SaveResult::kSaved; }
+  bool Save(const char* path) {
+    return SaveFile(path, image_.bytes.data(), image_.size) == SaveResult::kSaved;
+  }
 
  private:
-  static constexpr uint64_t kSlack = 64;
-  Record* records() { return reinterpret_cast<Record*>(image_.data()); }
+  Record* records() { return image_.records<Record>(); }
 
-  uint64_t size_ = 0;
   int64_t count_ = 0;
-  PageArray<char> image_;
+  WholeFile image_;
   PageArray<KeyedRecord> index_;
+  KeyTree tree_;
 };
 
 }  // namespace zatlib

@@ -4,6 +4,7 @@
 
 #include "frd/control.h"
 #include "frd/files.h"
+#include "frd/key_tree.h"
 #include "frd/log.h"
 #include "frd/memory.h"
 #include "network/network_data.h"
@@ -179,8 +180,11 @@ int FinishNames(WindowHandle owner, const char* control_file, const NameTexts& t
     ReportError(owner, texts.file_title, texts.names_error, names_path.c_str());
     return 0;
   }
+  KeyTree tree;
+  tree.Build(index.data(), n);
   for (uint64_t i = 0; i < static_cast<uint64_t>(counts->stored); ++i) {
-    const int32_t number = BRN_FindIndexRecord(store[i].Code, n, index.data());
+    const int64_t found = tree.Find(store[i].Code.AsDouble());
+    const int32_t number = found < 0 ? -1 : index[static_cast<uint64_t>(found)].Number;
     if (number < 0 || number >= n) continue;
     put(store[i], &names[static_cast<uint64_t>(number)]);
     ++counts->hits;

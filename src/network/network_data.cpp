@@ -2,6 +2,7 @@
 
 #include "frd/control.h"
 #include "frd/files.h"
+#include "frd/key_tree.h"
 #include "frd/keyed_table.h"
 #include "frd/log.h"
 
@@ -152,18 +153,26 @@ struct NetworkBuilder {
   Links& links;
   const CodeIndexRecord* link_index;
   const char* control_file;
-  int code_length;
+  int code_length = 0;
 
-  PageArray<NodeLinks> node_links;    // N + 2
-  PageArray<LinkNodes> link_nodes;    // L + 2
-  PageArray<DrawingRecord> drawings;  // L + 2
+  PageArray<NodeLinks> node_links{};    // N + 2
+  PageArray<LinkNodes> link_nodes{};    // L + 2
+  PageArray<DrawingRecord> drawings{};  // L + 2
   int connection_errors = 0;
+  KeyTree node_tree{};  // over node_index
+  KeyTree link_tree{};  // over link_index
 
   bool Reserve() {
     const auto node_room = static_cast<uint64_t>(nodes.count) + 2;
     const auto link_room = static_cast<uint64_t>(links.count) + 2;
     return node_links.Allocate(node_room) && link_nodes.Allocate(link_room) &&
            drawings.Allocate(link_room);
+  }
+
+  // What BRN_FindIndexRecord finds.
+  static int32_t NumberOf(const KeyTree& tree, const CodeIndexRecord* index, FeatureCode code) {
+    const int64_t found = tree.Find(code.AsDouble());
+    return found < 0 ? -1 : index[found].Number;
   }
 
   // Shows progress and tests for cancel every 10,000 records through files.
@@ -198,8 +207,8 @@ struct NetworkBuilder {
       if (!GoesOn(texts.link_nodes_progress, i)) return 0;
       const LinkStoreRecord* link = LinkAt(i);
       if (link == nullptr) return 0;
-      const int32_t a = BRN_FindIndexRecord(link->NodeA, nodes.count, node_index);
-      const int32_t b = BRN_FindIndexRecord(link->NodeB, nodes.count, node_index);
+      const int32_t a = NumberOf(node_tree, node_index, link->NodeA);
+      const int32_t b = NumberOf(node_tree, node_index, link->NodeB);
       if (a < 0 || b < 0) {
         ReportError(owner, texts.logic_title,
                     "Can't find the edging Nodes : Link=%s(%ld), NodesA/B=%s(%ld)/%s(%ld)",
@@ -251,7 +260,7 @@ struct NetworkBuilder {
       slot_links->Link[s] = -1;
       const FeatureCode code = node.ConnLinkCode[s];
       if (code.IsEmpty()) continue;
-      const int32_t link = BRN_FindIndexRecord(code, links.count, link_index);
+      const int32_t link = NumberOf(link_tree, link_index, code);
       if (link < 0) continue;
       const LinkNodes& ends = link_nodes[static_cast<uint64_t>(link)];
       slot_links->Link[s] = link;
@@ -383,6 +392,8 @@ struct NetworkBuilder {
                   "Can't allocate the momories for NodeLinkIndex, LinkNodeIndex, DrawMapL!");
       return 0;
     }
+    node_tree.Build(node_index, nodes.count);
+    link_tree.Build(link_index, links.count);
     return MakeLinkNodes() != 0 && MakeCalcNodes() != 0 && SetCities() != 0 && SaveIndexes() != 0
                ? 1
                : 0;
@@ -393,8 +404,8 @@ template <typename Nodes, typename Links>
 int CreateNetworkData(WindowHandle owner, const NetworkTexts& texts, Nodes& nodes,
                       CodeIndexRecord* node_index, Links& links, const CodeIndexRecord* link_index,
                       const char* control_file) {
-  NetworkBuilder<Nodes, Links> builder{owner,        texts, nodes, node_index, links, link_index,
-                                       control_file, 0,     {},    {},         {},    0};
+  NetworkBuilder<Nodes, Links> builder{owner, texts,      nodes,       node_index,
+                                       links, link_index, control_file};
   const int result = builder.Run();
   nodes.Close();
   links.Close();

@@ -6,6 +6,7 @@
 #include "frd/control.h"
 #include "frd/cp932.h"
 #include "frd/files.h"
+#include "frd/key_tree.h"
 #include "frd/log.h"
 #include "network/workstore/index_sort.h"
 #include "network/workstore/store_file.h"
@@ -94,9 +95,15 @@ void ReportShortStore(WindowHandle owner, const char* store, int64_t read, int64
               store, static_cast<long>(read), static_cast<long>(count));
 }
 
-bool Contains(const PageArray<FeatureCode>& codes, int64_t count, FeatureCode code) {
-  return BRN_CodeExists(code, count, codes.data()) != 0;
-}
+// Answers what BRN_CodeExists answers, for many codes.
+class CodeSet {
+ public:
+  explicit CodeSet(const SortedCodes& list) { tree_.Build(list.codes.data(), list.count); }
+  bool Contains(FeatureCode code) const { return tree_.Find(code.AsDouble()) >= 0; }
+
+ private:
+  KeyTree tree_;
+};
 
 // Collects the end nodes of all links, sorted. Returns 1 or 0 (reported).
 int CollectEndNodes(WindowHandle owner, const char* path, SortedCodes* ends) {
@@ -134,13 +141,14 @@ int KillUnusedNodes(WindowHandle owner, const char* path, const SortedCodes& end
     return 0;
   }
   *node_count = nodes.count();
+  const CodeSet end_nodes(ends);
   for (int64_t i = 0; i < nodes.count(); ++i) {
     NodeStoreRecord* node = nodes.At(i);
     if (node == nullptr) {
       ReportShortStore(owner, "NodeStorage", i, nodes.count());
       return 0;
     }
-    if (!node->NodeCode.IsEmpty() && Contains(ends.codes, ends.count, node->NodeCode)) continue;
+    if (!node->NodeCode.IsEmpty() && end_nodes.Contains(node->NodeCode)) continue;
     node->NodeCode = FeatureCode{};
     node->PartnerCode = FeatureCode{};
     ++*killed;
@@ -405,6 +413,7 @@ int BRN_CheckLinkStore(WindowHandle owner, const SortedCodes& nodes, const char*
                 path.c_str());
     result = 0;
   }
+  const CodeSet known(nodes);
   for (int64_t i = 0; i < links.count() && result != 0; ++i) {
     LinkStoreRecord* link = links.At(i);
     if (link == nullptr) {
@@ -412,8 +421,7 @@ int BRN_CheckLinkStore(WindowHandle owner, const SortedCodes& nodes, const char*
       result = 0;
       break;
     }
-    if (Contains(nodes.codes, nodes.count, link->NodeA) &&
-        Contains(nodes.codes, nodes.count, link->NodeB)) {
+    if (known.Contains(link->NodeA) && known.Contains(link->NodeB)) {
       continue;
     }
     link->LinkCode = FeatureCode{};

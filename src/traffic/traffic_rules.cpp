@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "frd/control.h"
+#include "frd/key_tree.h"
 #include "frd/keyed_table.h"
 #include "frd/log.h"
 #include "network/network_files.h"
@@ -36,19 +37,20 @@ struct Network {
   int64_t node_index_count = 0;
   const KeyedRecord* link_index = nullptr;
   int64_t link_index_count = 0;
+  KeyTree node_tree;
+  KeyTree link_tree;
 
   // Record number of a node or link, -1 when the code is not given or unknown.
-  int64_t FindNode(FeatureCode code) const {
-    return Find(node_index, node_index_count, node_count, code);
-  }
-  int64_t FindLink(FeatureCode code) const {
-    return Find(link_index, link_index_count, link_count, code);
-  }
+  int64_t FindNode(FeatureCode code) const { return Find(node_tree, node_index, node_count, code); }
+  int64_t FindLink(FeatureCode code) const { return Find(link_tree, link_index, link_count, code); }
 
-  static int64_t Find(const KeyedRecord* index, int64_t index_count, int64_t limit,
+  // What FRD_FindByKey finds.
+  static int64_t Find(const KeyTree& tree, const KeyedRecord* index, int64_t limit,
                       FeatureCode code) {
     if (code.IsEmpty()) return -1;
-    const int64_t number = FRD_FindByKey(index, index_count, code.AsDouble());
+    const int64_t found = tree.Find(code.AsDouble());
+    if (found < 0) return -1;
+    const int64_t number = index[found].value;
     return number < limit ? number : -1;
   }
 
@@ -86,6 +88,8 @@ int LoadNetwork(WindowHandle owner, const char* folder, Network* network) {
   network->link_index = network->link_index_file.records<KeyedRecord>();
   network->link_index_count =
       std::min(network->link_count, network->link_index_file.count<KeyedRecord>());
+  network->node_tree.Build(network->node_index, network->node_index_count);
+  network->link_tree.Build(network->link_index, network->link_index_count);
   return 1;
 }
 
