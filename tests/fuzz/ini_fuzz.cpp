@@ -17,7 +17,8 @@ struct Name {
 const Name kNames[] = {{"SYSTEM", "CODELENGTH"}, {"FOLDER", "CALCMAPDIR"},   {"SYSTEM", "LOG"},
                        {"NODE", "FILE01"},       {"INFORMATION", "Charset"}, {"a", "b"}};
 
-constexpr char kMissing[] = "?missing?";
+// No value holds a line end.
+constexpr char kMissing[] = "\n";
 
 std::string Trim(const std::string& text) {
   const auto is_blank = [](char c) {
