@@ -85,6 +85,8 @@ bool IsLiveWindow(WindowHandle) { return false; }
 
 WindowHandle ForegroundWindow() { return nullptr; }
 
+WindowHandle ActiveWindow() { return nullptr; }
+
 void EnableOwnedWindows(WindowHandle, bool) {}
 
 int ShowMessageBox(WindowHandle, const char* text, const char* title, unsigned) {
@@ -107,6 +109,7 @@ int RunProgressWindow(const ProgressRun& run) {
     g_terminal.started = Clock::now();
   }
   run.on_open();
+  SetProgressText(run.first_status);
 
   // The first Ctrl-C is the Cancel button; the second one does what it did before the build.
   struct sigaction before {};
