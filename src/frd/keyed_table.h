@@ -2,8 +2,10 @@
 #pragma once
 
 #include <algorithm>
+#include <bit>
 #include <cstdint>
 #include <cstring>
+#include <utility>
 
 namespace zatlib {
 
@@ -64,15 +66,70 @@ inline uint64_t SortableBits(double key) {
   return (bits & kSign) != 0 ? ~bits : bits | kSign;
 }
 
+// Sorts [begin, end) ascending by the bits of the key above `shift` downward: a radix sort, most
+// significant byte first, that swaps records into place and needs no second array. Small ranges
+// go to a comparison sort.
+template <typename Record, typename BitsOf>
+void RadixSortRange(Record* begin, Record* end, int shift, BitsOf bits_of) {
+  constexpr int64_t kSmallRange = 256;  // records below which comparing is faster
+  constexpr int kBuckets = 256;
+  if (end - begin < kSmallRange) {
+    std::sort(begin, end,
+              [&](const Record& a, const Record& b) { return bits_of(a) < bits_of(b); });
+    return;
+  }
+  int64_t counts[kBuckets] = {};
+  const auto bucket_of = [&](const Record& record) { return (bits_of(record) >> shift) & 0xFF; };
+  for (const Record* r = begin; r != end; ++r) ++counts[bucket_of(*r)];
+  Record* next[kBuckets];   // where the bucket's next record goes
+  Record* limit[kBuckets];  // behind the bucket
+  Record* position = begin;
+  for (int b = 0; b < kBuckets; ++b) {
+    next[b] = position;
+    position += counts[b];
+    limit[b] = position;
+  }
+  for (int b = 0; b < kBuckets; ++b) {
+    while (next[b] != limit[b]) {
+      const auto home = bucket_of(*next[b]);
+      if (home == static_cast<uint64_t>(b)) {
+        ++next[b];
+      } else {
+        std::swap(*next[b], *next[home]);
+        ++next[home];
+      }
+    }
+  }
+  if (shift == 0) return;
+  Record* start = begin;
+  for (int b = 0; b < kBuckets; ++b) {
+    if (limit[b] - start > 1) RadixSortRange(start, limit[b], shift - 8, bits_of);
+    start = limit[b];
+  }
+}
+
 // Sorts records ascending by the double that `key_of(record)` gives; at once when they are in
-// order already. O(n log n) at worst, in place.
+// order already. In place; the time grows with count x key length at worst.
 template <typename Record, typename KeyOf>
 void SortRecords(Record* records, int64_t count, KeyOf key_of) {
-  const auto less = [&key_of](const Record& a, const Record& b) {
-    return SortableBits(key_of(a)) < SortableBits(key_of(b));
-  };
-  if (std::is_sorted(records, records + count, less)) return;
-  std::sort(records, records + count, less);
+  if (count < 2) return;
+  const auto bits_of = [&key_of](const Record& record) { return SortableBits(key_of(record)); };
+  // Codes of one map share their first bytes: the sort begins where the smallest and the largest
+  // differ.
+  uint64_t low = bits_of(records[0]);
+  uint64_t high = low;
+  uint64_t before = low;
+  bool sorted = true;
+  for (int64_t i = 1; i < count; ++i) {
+    const uint64_t bits = bits_of(records[i]);
+    sorted = sorted && before <= bits;
+    before = bits;
+    low = std::min(low, bits);
+    high = std::max(high, bits);
+  }
+  if (sorted) return;
+  const int top_byte = (63 - std::countl_zero(low ^ high)) / 8;
+  RadixSortRange(records, records + count, top_byte * 8, bits_of);
 }
 
 }  // namespace zatlib

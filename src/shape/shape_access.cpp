@@ -63,6 +63,8 @@ int SHAPE_OpenShape(WindowHandle owner, ShapeHolder* holder, const char* folder,
     return fail(kFileError, "Can't open / read the shape index DBL (%s) !", index_path.c_str());
   }
 
+  holder->tree_.Build(holder->index_.data(), holder->entry_count_);
+
   const PathText data_path = PathIn(folder, kShapeDataFile);
   const uint64_t data_size = FileSize(data_path.c_str());
   if (data_size == 0) {
@@ -89,8 +91,7 @@ int SHAPE_OpenShape(WindowHandle owner, ShapeHolder* holder, const char* folder,
 
 int SHAPE_GetShapePoints(FeatureCode code, ShapePoint* points, ShapeHolder* holder) {
   const ShapeIndexEntry* const entries = holder->index_.data();
-  const int64_t found = FindNarrowed(holder->entry_count_, code.AsDouble(),
-                                     [entries](int64_t i) { return entries[i].Code.AsDouble(); });
+  const int64_t found = holder->tree_.Find(code.AsDouble());
   if (found < 0) return -1;
   const ShapeIndexEntry& entry = entries[found];
   const int count = std::min(entry.Count, kMaxShapePoints);
@@ -112,6 +113,7 @@ int SHAPE_GetShapePoints(FeatureCode code, ShapePoint* points, ShapeHolder* hold
 
 void SHAPE_CloseShape(ShapeHolder* holder) {
   holder->entry_count_ = 0;
+  holder->tree_ = KeyTree();
   holder->index_.Free();
   holder->point_count_ = 0;
   holder->points_.Free();

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 
+#include "frd/key_tree.h"
 #include "frd/memory.h"
 #include "frd/progress.h"
 #include "platform/file.h"
@@ -35,6 +36,7 @@ class ShapeHolder {
 
   int32_t entry_count_ = 0;
   PageArray<ShapeIndexEntry> index_;
+  KeyTree tree_;  // over the index
   int32_t point_count_ = 0;
   PageArray<ShapePoint> points_;  // memory mode
   platform::File data_file_;      // file mode
