@@ -57,9 +57,9 @@ void LogCase(char name, int64_t nodes, int64_t links, uint64_t bytes) {
            static_cast<long>(links), static_cast<double>(bytes) / 1024.0 / 1024.0);
 }
 
-// The blocks behind a case's three or first one: indexes, locations, names, turns, attributes and
-// connection attributes, or the indexes and drawing records of the network step.
-constexpr size_t kKept = 5;  // blocks that live through the whole build
+// The first blocks of cases A and C live through the whole build: the stores or their positions and
+// the two indexes. Cases B and D keep them.
+constexpr size_t kKept = 5;
 
 int ChooseByTrial(WindowHandle owner, const char* control_file) {
   const platform::MemoryStatus memory = platform::GetMemoryStatus();
@@ -121,7 +121,7 @@ int ChooseByTrial(WindowHandle owner, const char* control_file) {
   if (!good) return kFileOperation;
   LogCase('C', nodes, links, sum);
   trial.FreeFrom(kKept);
-  // Case D: network data in memory. Of the link index only the new block is counted.
+  // Case D: network data in memory, with the kept blocks counted as in case B.
   sum = 0;
   good = trial.Allocate({{32 * (n + 2), true}, {16 * (l + 2), true}, {32 * (l + 2), true}}, &sum);
   if (!good) return kFileOperation;

@@ -185,7 +185,7 @@ struct NetworkBuilder {
     if (node == nullptr) {
       ReportError(owner, texts.file_title,
                   "Can't seek / read the node storage file at %d ( ptr=%ld )!", i,
-                  static_cast<long>(i));
+                  PositionOf(nodes, i));
     }
     return node;
   }
@@ -195,7 +195,7 @@ struct NetworkBuilder {
     if (link == nullptr) {
       ReportError(owner, texts.file_title,
                   "Can't seek / read the link storage file at %d ( ptr=%ld )!", i,
-                  static_cast<long>(i));
+                  PositionOf(links, i));
     }
     return link;
   }

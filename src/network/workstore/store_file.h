@@ -1,6 +1,7 @@
 // A work store on disk, record by record: read in blocks, changed in place.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 
 #include "frd/files.h"
@@ -20,7 +21,8 @@ class StoreFile {
     count_ = size < 0 ? 0 : size / static_cast<int64_t>(sizeof(Record));
     first_ = 0;
     loaded_ = 0;
-    return block_ || block_.Allocate(kBlockRecords);
+    window_ = kNearRecords;
+    return block_ || block_.Allocate(static_cast<uint64_t>(kBlockRecords));
   }
 
   bool IsOpen() const { return file_.IsOpen(); }
@@ -45,14 +47,19 @@ class StoreFile {
   }
 
  private:
-  static constexpr uint64_t kBlockRecords = (1 << 20) / sizeof(Record);
+  static constexpr int64_t kBlockRecords = (1 << 20) / sizeof(Record);
+  static constexpr int64_t kNearRecords = (1 << 12) / sizeof(Record);
 
   bool Load(int64_t i) {
+    // Where the caller goes on behind the block, more and more is read ahead; after a jump little
+    // is: a node's neighbours may lie anywhere in the store.
+    const int64_t end = first_ + loaded_;
+    const bool goes_on = i >= end && i - end < kNearRecords;
     loaded_ = 0;
     if (i < 0 || i >= count_) return false;
-    const auto per_block = static_cast<int64_t>(kBlockRecords);
-    first_ = i / per_block * per_block;
-    const int64_t wanted = count_ - first_ < per_block ? count_ - first_ : per_block;
+    window_ = goes_on ? std::min(window_ * 4, kBlockRecords) : kNearRecords;
+    first_ = goes_on ? i : i / kNearRecords * kNearRecords;
+    const int64_t wanted = std::min(count_ - first_, window_);
     if (file_.Seek(first_ * static_cast<int64_t>(sizeof(Record)), platform::SeekFrom::kBegin) < 0) {
       return false;
     }
@@ -68,6 +75,7 @@ class StoreFile {
   int64_t count_ = 0;
   int64_t first_ = 0;
   int64_t loaded_ = 0;
+  int64_t window_ = kNearRecords;  // records that the last load asked for
 };
 
 }  // namespace zatlib
