@@ -9,8 +9,9 @@ namespace zatlib::fuzz {
 namespace {
 
 constexpr size_t kBlock = 1 << 20;    // bytes that the reader takes at a time
-constexpr size_t kQuietLine = 1024;   // bytes of a line in front of the block border
-constexpr size_t kQuietLines = 1000;  // whole lines there, the same in every run
+constexpr size_t kQuietLine = 1024;   // bytes of a line far in front of the block border
+constexpr size_t kQuietLines = 1000;  // the same in every run
+constexpr size_t kFiller = 16;        // bytes of a line nearer to the border
 
 // Reads on with both, the sizes taking turns. A line that is too long is not the end: both go on
 // behind the bytes that they have read.
@@ -44,7 +45,9 @@ void Compare(const ScratchFile& file, const std::string& text, uint32_t first_si
 }
 
 // The same text across the border of the reader's first block; `before` of its bytes lie in front.
-void CompareAtBorder(const ScratchFile& file, const std::string& text, size_t before) {
+// The lines in front of it are read with buffers so small that the reader keeps that border.
+void CompareAtBorder(const ScratchFile& file, const std::string& text, size_t before,
+                     uint32_t first_size, uint32_t second_size) {
   static const std::string quiet = [] {
     std::string lines;
     for (size_t i = 0; i < kQuietLines; ++i) {
@@ -53,17 +56,20 @@ void CompareAtBorder(const ScratchFile& file, const std::string& text, size_t be
     return lines;
   }();
   std::string padded = quiet;
-  while (padded.size() + before + 2 < kBlock) {
-    padded += std::string(std::min(kQuietLine, kBlock - before - padded.size()) - 2, 'y') + "\r\n";
+  size_t fillers = 0;
+  for (; padded.size() + before + 2 < kBlock; ++fillers) {
+    padded += std::string(std::min(kFiller, kBlock - before - padded.size()) - 2, 'y') + "\r\n";
   }
+  const size_t start = padded.size();
   padded += text;
   file.Write(padded);
   LineReader reader;
   FUZZ_CHECK(reader.Open(file.path()));
   std::string_view line;
   for (size_t i = 0; i < kQuietLines; ++i) FUZZ_CHECK(FRD_ReadLine(reader, 2048, &line) == 1);
-  NaiveLines naive(padded, quiet.size());
-  ReadOn(&reader, &naive, 2048, 512);
+  for (size_t i = 0; i < fillers; ++i) FUZZ_CHECK(FRD_ReadLine(reader, kFiller, &line) == 1);
+  NaiveLines naive(padded, start);
+  ReadOn(&reader, &naive, first_size, second_size);
 }
 
 int Run(const uint8_t* data, size_t size) {
@@ -71,9 +77,13 @@ int Run(const uint8_t* data, size_t size) {
   static const uint32_t kSizes[] = {2048, 1024, 512, 16, 5, 2, 1, 2047};
   if (size < 2 || size > 8192) return 0;
   const std::string text(reinterpret_cast<const char*>(data) + 2, size - 2);
-  Compare(file, text, kSizes[data[0] % 8], kSizes[data[0] / 8 % 8]);
+  const uint32_t first = kSizes[data[0] % 8];
+  const uint32_t second = kSizes[data[0] / 8 % 8];
+  Compare(file, text, first, second);
   // Now and then: a file of a mebibyte takes its time.
-  if (data[1] < 4) CompareAtBorder(file, text, text.size() * data[1] / 4);
+  if (data[1] < 64) {
+    CompareAtBorder(file, text, std::min<size_t>(text.size(), data[1]), first, second);
+  }
   return 0;
 }
 

@@ -403,6 +403,27 @@ TEST_F(FilesTest, ABlockBorderBetweenCrAndLf) {
   EXPECT_EQ(lines[1024], "after");
 }
 
+TEST_F(FilesTest, ABlockThatEndsWithTheCrOfAFullBuffer) {
+  // 1,022 lines and 2,048 bytes make a block; the buffer has taken all of it.
+  const std::string text = Kibibytes(1022, 0) + std::string(2047, 'y') + "\r\nafter\r\n";
+  ASSERT_EQ(text[kBlock - 1], '\r');
+  const Strings lines = Lines(text);
+  ASSERT_EQ(lines.size(), 1024u);
+  EXPECT_EQ(lines[1022], std::string(2047, 'y'));
+  EXPECT_EQ(lines[1023], "after");
+}
+
+TEST_F(FilesTest, ABlockThatEndsWithTheCrOfAFullSmallBuffer) {
+  std::string text;
+  for (int i = 0; i < 2047; ++i) text += std::string(510, 'x') + "\r\n";
+  text += std::string(511, 'y') + "\r\nafter\r\n";
+  ASSERT_EQ(text[kBlock - 1], '\r');
+  const Strings lines = Lines(text, 512);
+  ASSERT_EQ(lines.size(), 2049u);
+  EXPECT_EQ(lines[2047], std::string(511, 'y'));
+  EXPECT_EQ(lines[2048], "after");
+}
+
 TEST_F(FilesTest, ABlockBorderInsideAQuotedBreak) {
   const std::string text = Kibibytes(1023, 0) + "\"" + std::string(1022, 'y') + "\r\nz\"\r\nafter";
   ASSERT_EQ(text[kBlock - 1], '\r');
