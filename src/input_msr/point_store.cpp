@@ -29,14 +29,20 @@ int CopyPointFile(WindowHandle owner, const char* control_file, int number, cons
                     path.c_str());
     return 0;
   }
-  if (BRN_SetMifInformation(owner, mif, control_file) == 0) return 0;
   PathText mid_path;
   FRD_MakeMidPath(path.c_str(), mid_path.text);
   LineReader mid;
   int64_t count = 0;
+  // The header is read when all three files are open: a pair without its MID leaves [INFORMATION]
+  // alone, and one without a data line leaves an empty store.
+  bool in_header = true;
   const CopyResult result = AppendFile<NodeStoreRecord>(
       owner, kTexts, number, mid_path.c_str(), store_path, mid, &count,
       [&](NodeStoreRecord* record) {
+        if (in_header) {
+          if (BRN_SetMifInformation(owner, mif, control_file) == 0) return ReadResult::kUnfit;
+          in_header = false;
+        }
         if (BRN_MSR_ReadDrotenRecord(mid, record, code_length) == 0) return ReadResult::kEnd;
         // The end of the MIF ends the file as the end of the MID does.
         if (ReadMifPoint(mif, MifPointTest::kFirstWord, &record->X, &record->Y) == MifPoint::kEnd) {
@@ -44,6 +50,7 @@ int CopyPointFile(WindowHandle owner, const char* control_file, int number, cons
         }
         return record->X == 0 && record->Y == 0 ? ReadResult::kUnfit : ReadResult::kRecord;
       });
+  if (result == CopyResult::kStopped && in_header) return 0;
   if (result == CopyResult::kStopped && mif.failed()) {
     ReportTaskModal(owner, kTexts.read_title, "Can't read the file (%s) !", path.c_str());
   } else if (result == CopyResult::kStopped) {

@@ -3,8 +3,9 @@
 every log line (time stamps, the date line of linkdef.dat and the machine's memory left out).
 
     compare_with_model.py --zatmap PATH FOLDER[:CONTROL.INI] ...
-    compare_with_model.py --zatmap PATH --random FIRST COUNT
+    compare_with_model.py --zatmap PATH [--msr] --random FIRST COUNT
 
+With --msr the random networks are in the MSR layout.
 Exit status 0: all agree."""
 import argparse
 import os
@@ -124,6 +125,7 @@ def main():
     parser = argparse.ArgumentParser()
     parser.add_argument("--zatmap", required=True)
     parser.add_argument("--random", nargs=2, type=int, metavar=("FIRST", "COUNT"))
+    parser.add_argument("--msr", action="store_true", help="random networks in the MSR layout")
     parser.add_argument("--method", default="", help="force BUILDMETHOD")
     parser.add_argument("sets", nargs="*")
     options = parser.parse_args()
@@ -148,10 +150,11 @@ def main():
         for seed in range(first, first + count):
             with tempfile.TemporaryDirectory() as scratch:
                 folder = pathlib.Path(scratch) / "set"
-                subprocess.run([sys.executable, str(HERE / "make_random.py"), str(seed), str(folder)],
-                               check=True, timeout=300)
+                layout = ["--msr"] if options.msr else []
+                subprocess.run([sys.executable, str(HERE / "make_random.py"), *layout, str(seed),
+                                str(folder)], check=True, timeout=300)
                 method = options.method or ("", "M", "F")[seed % 3]
-                report(f"random network {seed}", compare(zatmap, folder, "control.ini", method))
+                report(f"random {'MSR ' if options.msr else ''}network {seed}", compare(zatmap, folder, "control.ini", method))
     print(f"{passed} passed, {failed} failed")
     return 1 if failed else 0
 

@@ -1,9 +1,10 @@
 #!/usr/bin/env python3
 """Make a random road network with its control file, for comparing builds.
 
-    python3 make_random.py SEED OUTDIR
+    python3 make_random.py [--msr] SEED OUTDIR
 
-The result depends on the seed only. OUTDIR gets the source files, a
+The source files are in the ZAT layout, or with --msr in the MSR layout. The
+result depends on the seed and the layout only. OUTDIR gets the source files, a
 control.ini with relative paths (take OUTDIR as the current folder to build)
 and the output folder "out". About one seed in seven holds a fault that makes
 the build fail or stop; the first line of the control file names it.
@@ -36,7 +37,19 @@ def fmt(v, rnd=None):
     return (("-" if v < 0 else "") + s).encode()
 
 
+MSR_FAULTS = ["dup_node", "dup_link", "zero_twice", "two_headers",
+              "missing_file", "missing_file", "empty_nodes", "empty_links",
+              "none_object", "few_objects", "no_data_line",
+              "no_link_data_line", "connection", "code_length", "no_folder",
+              "no_class_file", "no_node_files", "no_link_files",
+              "shape_short", "shape_zero", "no_mid", "long_field", "all_lost",
+              "long_mid_line", "header_only"]
+
+
 class Maker:
+    FORMAT = "ZAT"
+    FAULTS = FAULTS
+
     def __init__(self, seed, folder):
         self.rnd = random.Random(seed)
         self.folder = folder
@@ -47,7 +60,7 @@ class Maker:
         self.link_mif = r.random() < 0.4
         self.fault = None
         if r.random() < 0.15:
-            self.fault = r.choice(FAULTS)
+            self.fault = r.choice(self.FAULTS)
         self.keys = []          # control file: (section, [(key, value)])
         self.wild = r.choice([0.0, 0.02, 0.1, 0.3])
 
@@ -859,13 +872,19 @@ class Maker:
 
     # -- all ---------------------------------------------------------------
 
+    def sources(self):
+        self.nodes()
+        self.links_files()
+        self.shape_text()
+        self.traffic()
+
     def make(self):
         r = self.rnd
         os.makedirs(self.folder, exist_ok=True)
         if self.fault != "no_folder":
             os.makedirs(os.path.join(self.folder, "out"), exist_ok=True)
         self.network()
-        keys = [("FORMAT", "ZAT"), ("SILENTMODE", 1)]
+        keys = [("FORMAT", self.FORMAT), ("SILENTMODE", 1)]
         if self.hit(0.7):
             keys.append(("LOG", r.choice([0, 1, 1, 2])))
         if self.length == 18 or self.hit(0.7):
@@ -880,10 +899,7 @@ class Maker:
         self.section("SYSTEM", keys)
         self.section("FOLDER", [("CALCMAPDIR",
                                  r.choice(["out", "out", "out", "out/"]))])
-        self.nodes()
-        self.links_files()
-        self.shape_text()
-        self.traffic()
+        self.sources()
         self.definitions()
         self.fares()
         head = "; seed %s%s" % (self.seed,
@@ -903,11 +919,429 @@ class Maker:
                                          lines).encode("cp932"))
 
 
+class MsrMaker(Maker):
+    """The MSR layout: numbers count within an area, and a link and its two
+    nodes lie in one area; areas meet in pairs of partner nodes."""
+
+    FORMAT = "MSR"
+    FAULTS = MSR_FAULTS
+
+    def __init__(self, seed, folder):
+        super().__init__(seed, folder)
+        self.node_mif = True
+        self.mif_output = self.hit(0.5)
+        if self.hit(0.1):
+            self.FORMAT = "msr"
+
+    def network(self):
+        r = self.rnd
+        super().network()
+        self.areas = 1 if self.n < 8 else r.choice([1, 2, 2, 3, 4])
+        pool = [1, 3, 9, 10, 11, 13, 47, 60, 99, 99, 100, 250]
+        self.area_numbers = r.sample(pool, self.areas)
+        if self.hit(0.05):
+            self.area_numbers[0] = 0
+        unit = 10 ** (16 if self.length == 18 else 12)
+        style = r.choice(["small", "usual", "usual", "big"])
+        self.own_start = self.hit(0.5)
+        self.number = {}        # code: (area number, number within it)
+        used = [0] * self.areas
+
+        def code(area, base):
+            k = used[area] if self.own_start else sum(used)
+            used[area] += 1
+            if style == "small":
+                number = 1 + 2 * k + (base == 2)
+            elif style == "usual":
+                number = base * 10000000 + 1 + k
+            else:
+                number = base * (10 ** 15 if self.length == 18 else
+                                 10 ** 11) + 3 * k + 1
+            full = self.area_numbers[area] * unit + number
+            self.number[full] = (self.area_numbers[area], number)
+            return full
+
+        old_codes = self.node_codes
+        self.node_codes = [code(self.area_of(i), 1) for i in range(self.n)]
+        node_map = dict(zip(old_codes, self.node_codes))
+        self.partner = [node_map.get(p, p) for p in self.partner]
+        links, link_map = [], {}
+        for old, a, b in self.links:
+            if self.area_of(a) != self.area_of(b):
+                if self.hit(0.8):
+                    self.partner[a] = self.node_codes[b]
+                    self.partner[b] = self.node_codes[a]
+                    if self.hit(self.wild):
+                        self.partner[r.choice([a, b])] = r.choice(
+                            [0, self.area_numbers[-1] * unit + 4242])
+                link_map[old] = 0
+                continue
+            link_map[old] = code(self.area_of(a), 2)
+            links.append([link_map[old], a, b])
+        self.links = links
+        drop = self.hit(0.8)
+        self.slots = [[link_map.get(c, c) for c in s
+                       if not (drop and link_map.get(c) == 0)]
+                      for s in self.slots]
+        for area in range(self.areas):
+            if not any(self.area_of(a) == area for _, a, _ in links):
+                a = self.any_node(area)
+                links.append([code(area, 2), a, a])
+
+    def any_node(self, area):
+        return next(i for i in range(self.n) if self.area_of(i) == area)
+
+    def split(self, code, area):
+        """A code's area number and its number within the area."""
+        return self.number.get(code, (area, code if code < 10 ** 9 else 0))
+
+    def local(self, code, area=0):
+        """A code's number within its area as text."""
+        r = self.rnd
+        number = self.split(code, area)[1]
+        if number and self.hit(self.wild * 0.3):
+            s = r.choice([b"%d.0", b" %d", b"+%d", b"%dx", b"%d ", b"0%d",
+                          b"%d."]) % number
+            return self.quote(s)
+        if number == 0 and self.hit(self.wild):
+            return r.choice([b"", b'""', b"x", b"0.0", b"000", b"-", b" "])
+        return self.quote(b"%d" % number)
+
+    def area_text(self, area):
+        r = self.rnd
+        if self.hit(self.wild * 0.3):
+            return self.quote(r.choice([b"%02d", b" %d", b"+%d", b"%d.9",
+                                        b"%dx", b"%03d"]) % area)
+        return self.quote(b"%d" % area)
+
+    def header_line(self, columns):
+        r = self.rnd
+        quoted = r.random() < 0.5
+        return [self.quote(c, quoted) for c in columns]
+
+    def sep(self):
+        return self.rnd.choice([b",", b",", b",", b",", b"\t", None])
+
+    # -- road points -------------------------------------------------------
+
+    def droten_row(self, i, area):
+        r = self.rnd
+        links = (self.slots[i] + [0] * 8)[:8]
+        partner = self.partner[i]
+        if partner == 4242:
+            other = r.choice([area, 77, 0])
+        elif partner:
+            other = partner // 10 ** (16 if self.length == 18 else 12)
+        else:
+            other = r.choice([0, 0, area, 12])
+        if partner in self.number:
+            other, partner_text = self.number[partner][0], self.local(partner)
+        else:
+            partner_text = self.local(4242 if partner else 0)
+        row = [self.area_text(area), self.local(self.node_codes[i]),
+               self.num(r.choice([1, 2, 3, 4, 5, 6, 0, 65535, 70000, -1])
+                        if self.hit(0.3) else 1),
+               self.area_text(other), partner_text,
+               self.name_field() if self.hit(0.4) else r.choice([b"", b'""']),
+               b"%d" % len(self.slots[i])]
+        row += [self.local(c, area) for c in links]
+        if self.hit(self.wild * 0.3):
+            row.append(b"comment")
+        if self.hit(self.wild * 0.4):
+            keep = 15
+            while keep > 7 and links[keep - 8] == 0:
+                keep -= 1
+            row = row[:r.randint(keep if keep > 7 else 5, len(row))]
+        return row
+
+    def nodes(self):
+        r = self.rnd
+        files = []
+        zero_row = self.hit(0.1)
+        for k in range(self.areas):
+            area = self.area_numbers[k]
+            ids = [i for i in range(self.n) if self.area_of(i) == k]
+            rows = [self.droten_row(i, area) for i in ids]
+            points = [self.xy[i] for i in ids]
+            if self.fault == "dup_node" and k == 0:
+                rows.append(list(rows[0]))
+                points.append(points[0])
+            extra = 1 if zero_row and k == 0 else 0
+            if self.fault == "zero_twice" and k == 0:
+                extra = 2
+            for _ in range(extra):
+                at = r.randint(0, len(rows))
+                rows.insert(at, r.choice([
+                    [b"10", b"0"], [b"AREA", b"NODECODE", b"ATTR", b"AREA2",
+                                    b"NODE2", b"NAME"], [b""],
+                    [b"10", b"0.0", b"1", b"11", b"5", b"zero"]]))
+                points.insert(at, (1, 1))
+            if self.hit(self.wild * 0.5):
+                at = r.randint(0, len(rows))
+                rows.insert(at, [self.area_text(r.choice([area, 61 + k])),
+                                 b"31%d" % k, b"9", b"0", b"0", b"alone"])
+                points.insert(at, (5, 5))
+            if self.fault == "empty_nodes":
+                rows, points = [], []
+            if self.fault == "long_field" and k == 0:
+                rows[-1] = rows[-1] + [b"q" * r.choice([64, 70, 200])]
+            if self.hit(self.wild * 0.2) and rows:
+                rows[-1] = rows[-1] + [b"q" * 63]
+            if self.hit(0.03):
+                rows += [[b"99", b"7%d" % i] for i in range(3)]
+            stem = r.choice(["droten%02d", "DROTEN%02d", "dro.ten%02d"])
+            stem = stem % (k + 1)
+            if not (self.fault == "no_mid" and k == self.areas - 1 and
+                    not self.mif_output):
+                self.save(stem + ".mid", self.rows(rows, self.sep()))
+            self.save(stem + ".mif", self.node_mif_text(points))
+            files.append(stem + ".mif")
+        if self.fault == "missing_file" and self.hit(0.2):
+            files.append("nosuch.mif")
+        if self.fault == "no_node_files":
+            files = []
+        self.file_section("DROTEN", files)
+
+    # -- road sections -----------------------------------------------------
+
+    DKUKAN = [b"LINKCODE", b"ROADKIND", b"AREA", b"CITY", b"LENGTH", b"LEVEL",
+              b"LANES", b"NODEA", b"NODEB", b"WIDTH", b"SPEEDA", b"SPEEDB",
+              b"ROADFLAG"]
+
+    def dkukan_row(self, code, a, b, area):
+        r = self.rnd
+        kind = r.choice([1, 2, 3, 4, 5, 6, 7, 9, 0])
+        if self.hit(0.03):
+            kind = r.choice([98, 99, 100, -1, 32768, 65536 + 1])
+        length = r.randint(1, 900)
+        if self.hit(0.15):
+            length = r.choice([0, 1, 65535, 65534, 3640, 3641, 70000, 30000,
+                               -1])
+        row = [self.local(code), self.num(kind), self.area_text(area),
+               self.num(r.choice([1, 12, 101, 999, 1000, 0, -5, 2000000000])),
+               self.num(length), self.num(r.randint(0, 9)),
+               self.num(r.randint(0, 70000)), self.local(a, area),
+               self.local(b, area), self.num(r.randint(-3, 9)),
+               self.speed(), self.speed(),
+               self.num(r.choice([0, 0, 0, 1, 2, 3, 4, 5, 6, 7, 8, -1]))]
+        if self.hit(self.wild * 0.3):
+            row = row[:r.randint(9, len(row))]
+        if self.hit(self.wild * 0.3) and len(row) == 13:
+            row += [r.choice([b"extra", b"", b"l" * 63, b"l" * 64,
+                              b"l" * 300]), b"1"]
+        if self.mif_output and b"" == row[0]:
+            row[0] = b"0"
+        return row
+
+    def sections(self):
+        r = self.rnd
+        files = []
+        header = self.hit(0.4)
+        per = [[] for _ in range(self.areas)]
+        for code, a, b in self.links:
+            ca, cb = self.node_codes[a], self.node_codes[b]
+            if self.hit(self.wild * 0.2):
+                if self.hit(0.5):
+                    ca = r.choice([0, 4711])
+                else:
+                    cb = r.choice([0, 4712])
+            if self.fault == "all_lost":
+                cb = 4713
+            per[self.area_of(a)].append((code, a, b, ca, cb))
+        for k in range(self.areas):
+            area = self.area_numbers[k]
+            rows = [self.dkukan_row(c, ca, cb, area)
+                    for c, a, b, ca, cb in per[k]]
+            shapes = [(c, a, b) for c, a, b, ca, cb in per[k]]
+            if self.fault == "dup_link" and k == 0:
+                rows.append(list(rows[0]))
+                shapes.append(shapes[0])
+            if self.fault == "empty_links":
+                rows, shapes = [], []
+            top = 1 if header and k == 0 else 0
+            if self.fault in ("two_headers", "zero_twice") and k == 0:
+                top = 2
+            for _ in range(top):
+                at = 0 if self.hit(0.8) else r.randint(0, len(rows))
+                rows.insert(at, r.choice([
+                    self.header_line(self.DKUKAN), b"", [b"", b""],
+                    [b"0", b"1", b"12", b"7", b"100"],
+                    self.header_line(self.DKUKAN)]))
+                shapes.insert(at, (0, 0, 0))
+            if self.fault == "long_mid_line" and k == 0:
+                rows.insert(len(rows) // 2, b",".join([b"12"] * 800))
+            if self.fault == "long_field" and k == 0 and self.hit(0.5):
+                at = r.randrange(len(rows))
+                if not isinstance(rows[at], bytes):
+                    rows[at][min(len(rows[at]), 13) - 1] = b"7" * 64
+            if self.mif_output:
+                stem = "dkukan%02d" % (k + 1)
+                if not (self.fault == "no_mid" and k == self.areas - 1):
+                    self.save(stem + ".mid", self.rows(rows, self.sep()))
+                self.save(stem + ".mif", self.link_mif_text(shapes))
+                files.append(stem + ".mif")
+            else:
+                files.append(r.choice(["DKUKAN%02d.CSV", "dkukan%02d.csv",
+                                       "dkukan%02d"]) % (k + 1))
+                self.save(files[-1], self.rows(rows, self.sep()))
+        if self.fault == "missing_file" and self.hit(0.2):
+            files.append("nosuchlink.csv")
+        if self.fault == "no_link_files":
+            files = []
+        extra = []
+        if self.mif_output:
+            extra = [("MIFOUTPUT", r.choice([1, 1, 2, -1]))]
+        elif self.hit(0.3):
+            extra = [("MIFOUTPUT", 0)]
+        self.file_section("DKUKAN", files, extra)
+        if self.hit(0.8):
+            keys = []
+            if self.hit(0.9):
+                keys.append(("SPEEDA", r.choice([20, 40, 0, 9999, -5,
+                                                 70000])))
+            if self.hit(0.9):
+                keys.append(("SPEEDB", r.choice([15, 30, 0, 10000, -5])))
+            self.section("DEFAULTSPEED", keys)
+        self.per = per
+
+    def link_mif_text(self, shapes):
+        if self.fault == "no_link_data_line":
+            return self.lines([b"Version 300", b'Charset "Neutral"',
+                               b"CoordSys Earth Projection 1, 1"])
+        return super().link_mif_text(shapes)
+
+    def section_names(self):
+        r = self.rnd
+        if not self.hit(0.8):
+            return
+        names = []
+        for k in range(r.choice([1, 1, 2, 3])):
+            rows = []
+            if self.hit(0.3):
+                rows.append(self.header_line([b"AREA", b"LINKCODE", b"KIND",
+                                              b"NAME", b"LEVEL"]))
+            for code, a, b in self.links:
+                if not self.hit(0.5):
+                    continue
+                area = self.number[code][0]
+                row = [self.area_text(area), self.local(code),
+                       self.num(r.choice([1, 2, 255, 256, 300, -1])),
+                       self.name_field(),
+                       self.num(r.choice([0, 1, 5, 65535, 70000, -1]))]
+                if self.hit(self.wild * 0.3):
+                    row = row[:r.randint(3, 4)]
+                rows.append(row)
+            if self.hit(0.3):
+                at = r.randint(0, len(rows))
+                rows.insert(at, [b"%d" % r.choice(self.area_numbers), b"0",
+                                 b"1", b"whole area", b"2"])
+            if self.hit(0.2):
+                rows.append([b"77", b"4321", b"1", b"ghost", b"1"])
+            if self.hit(0.1):
+                rows = []
+            if self.hit(0.5):
+                r.shuffle(rows)
+            names.append("kukanz%d.csv" % k)
+            self.save(names[-1], self.rows(rows, self.sep()))
+        if self.fault == "missing_file" and self.hit(0.3):
+            names.insert(r.randint(0, len(names)), "nosuchname.csv")
+        self.file_section("KUKANZ", names)
+
+    # -- traffic conditions ------------------------------------------------
+
+    def conditions(self):
+        r = self.rnd
+        keys = []
+        if self.hit(0.2):
+            keys = [("NOTADDONEWAY", r.choice([0, 1, 2]))]
+        if not self.hit(0.85):
+            if keys or self.hit(0.5):
+                self.file_section("TUKOUJ", [], keys)
+            return
+        names = []
+        for k in range(r.choice([1, 1, 2, 3])):
+            rows = []
+            for n in range(self.n):
+                area = self.area_numbers[self.area_of(n)]
+                mine = [c for c in self.slots[n] if c in self.number]
+                node = self.node_codes[n]
+                # one-way: no turn into one of the links
+                if mine and self.hit(0.3):
+                    out = r.choice(mine)
+                    for c in mine:
+                        if c != out or self.hit(0.8):
+                            rows.append((area, node, c, out, 2))
+                while mine and self.hit(0.4):
+                    a, b = r.choice(mine), r.choice(mine)
+                    how = r.random()
+                    if how < 0.05:
+                        a = r.choice(self.links)[0]
+                    elif how < 0.1:
+                        b = r.choice([666, r.choice(self.links)[0]])
+                    kind = r.choice([2, 2, 2, 2, 1, 0, 3, 65538])
+                    rows.append((area, node, a, b, kind))
+            texts = []
+            for area, node, a, b, kind in rows:
+                row = [self.area_text(area), self.local(node),
+                       self.local(a, area), self.local(b, area),
+                       self.num(kind)]
+                if self.hit(self.wild * 0.1):
+                    row = row[:4]
+                if self.hit(self.wild * 0.1):
+                    row += [b"note", b"2"]
+                texts.append(row)
+            if self.hit(0.1):
+                texts.insert(0, self.header_line([b"AREA", b"NODE", b"IN",
+                                                  b"OUT", b"KIND"]))
+            if self.hit(0.2) and texts:
+                # a line that ends the file
+                at = r.randint(len(texts) // 2, len(texts))
+                texts.insert(at, r.choice([
+                    b"", [b"0", b"1", b"2", b"3", b"2"],
+                    [b"-1", b"1", b"2", b"3", b"2"], [b"3", b"0", b"2", b"3"],
+                    [b"3", b"1", b"x", b"3", b"2"], [b"3", b"1", b"2"],
+                    b",".join([b"3"] * 300), b'"']))
+            names.append("tukouj%d.csv" % k)
+            self.save(names[-1], self.rows(texts, self.sep()))
+        if self.fault == "missing_file" and self.hit(0.5):
+            names.insert(r.randint(0, len(names)), "nosuchrule.csv")
+        self.file_section("TUKOUJ", names, keys)
+
+    def fares(self):
+        full = self.links
+        self.links = [k for k in self.links if k[0] < 2 ** 62]
+        super().fares()
+        self.links = full
+
+    def stale(self):
+        """Work stores that an earlier run left behind."""
+        r = self.rnd
+        if self.fault == "no_folder" or not self.hit(0.2):
+            return
+        for name in ("nodestr.~wk", "linkstr.~wk", "nnamestr.~wk",
+                     "lnamestr.~wk", "trafrule.~wk", "onewayst.~wk"):
+            if self.hit(0.5):
+                self.save(os.path.join("out", name),
+                          bytes(r.randrange(256) for _ in range(480)))
+
+    def sources(self):
+        self.nodes()
+        self.sections()
+        self.section_names()
+        self.conditions()
+        self.stale()
+
+
 def main():
-    if len(sys.argv) != 3:
-        sys.stderr.write("usage: make_random.py SEED OUTDIR\n")
+    words = sys.argv[1:]
+    maker = Maker
+    if words[:1] == ["--msr"]:
+        maker = MsrMaker
+        words = words[1:]
+    if len(words) != 2:
+        sys.stderr.write("usage: make_random.py [--msr] SEED OUTDIR\n")
         return 2
-    Maker(sys.argv[1], sys.argv[2]).make()
+    maker(words[0], words[1]).make()
     return 0
 
 

@@ -431,6 +431,107 @@ class Builds(unittest.TestCase):
                           log)
 
 
+class MsrRecords(unittest.TestCase):
+    def test_codes(self):
+        pack = struct.pack
+        self.assertEqual(m.area_code(3, 5.0, 14), pack("<d", 3000000000005.0))
+        self.assertEqual(m.area_code(3, 5.0, 18),
+                         pack("<q", 30000000000000005))
+        self.assertEqual(m.area_code(3, 5.9, 18),
+                         pack("<q", 30000000000000005))
+        self.assertEqual(m.area_code(3, 0.0, 14), pack("<d", 3e12))
+        self.assertEqual(m.area_code_or_zero(3, 0.0, 14), m.ZERO8)
+
+    def test_points(self):
+        r = m.read_droten(b'"3","5",70000,4,6,name,2,7,0,"8",,x', 18)
+        self.assertEqual(r.code, struct.pack("<q", 30000000000000005))
+        self.assertEqual(r.attr, 4464)
+        self.assertEqual(r.partner, struct.pack("<q", 40000000000000006))
+        self.assertEqual(r.links, [struct.pack("<q", v) for v in (
+            30000000000000007, 0, 30000000000000008, 0, 0, 0, 0, 0)])
+        self.assertEqual(m.read_droten(b"", 14).pack(), b"\0" * 96)
+
+    def test_sections(self):
+        r = m.read_dkukan(b"5,07,3,12,100,1,2,6,0,-4,0,-5,9," + b"x" * 99,
+                          14, 40, 30)
+        self.assertEqual(r.code, struct.pack("<d", 3000000000005.0))
+        self.assertEqual((r.kind, r.city, r.v3, r.v4, r.v5, r.v6),
+                         (7, 3012, 100, 1, 2, -4))
+        self.assertEqual(r.a, struct.pack("<d", 3000000000006.0))
+        self.assertEqual(r.b, m.ZERO8)
+        self.assertEqual((r.speed_a, r.speed_b, r.flag), (40, 0, 9))
+        self.assertEqual(m.read_dkukan(b"5,1,3,0", 14, 40, 30).city, 0)
+        # a column that is missing takes no default
+        self.assertEqual(m.read_dkukan(b"5,1,3,0", 14, 40, 30).speed_a, 0)
+        with self.assertRaises(m.FieldOverflow):
+            m.read_dkukan(b"5," + b"1" * 64, 14, 0, 0)
+
+    def test_names(self):
+        rec = m.read_kukanz(b'3,0,300,"' + b"a" * 25 + b'",7', 14)
+        self.assertEqual(rec, struct.pack("<d", 3e12) + b"a" * 20 + b"\0\0" +
+                         bytes([44, 0, 7, 0]) + bytes(6))
+        self.assertIsNone(m.read_kukanz(b"3,5,1", 14))
+        rec = m.read_droten_name(b"3,5,9,0,0,x", 14)
+        self.assertEqual(rec[:8], struct.pack("<d", 3000000000005.0))
+        self.assertEqual(rec[36:], bytes([9, 0, 0, 0]))
+
+    def test_conditions(self):
+        self.assertEqual(
+            m.read_tukouj(b"3,5,6,7,2,9", 14),
+            struct.pack("<3dHHI", 3000000000005.0, 3000000000006.0,
+                        3000000000007.0, 0, 2, 0))
+        for bad in (b"", b"AREA,1,2,3,2", b"0,1,2,3,2", b"3,0,2,3,2",
+                    b"3,1,x,3,2", b"3,1,2"):
+            self.assertIsNone(m.read_tukouj(bad, 14), bad)
+
+
+class MsrBuild(unittest.TestCase):
+    HEADER = b'Version 300\r\nCharset "Neutral"\r\nData\r\n'
+    CONTROL = (b"[SYSTEM]\r\nFORMAT=msr\r\nDEBUG=1\r\n%s[FOLDER]\r\n"
+               b"CALCMAPDIR=out\r\n[DROTEN]\r\nFILENUM=1\r\n"
+               b"FILE01=p.mif\r\n[DKUKAN]\r\nFILENUM=1\r\nFILE01=s.csv\r\n"
+               b"[TUKOUJ]\r\nFILENUM=1\r\nFILE01=t.csv\r\n")
+
+    def build(self, extra=b"", mif=None, rules=b""):
+        save("control.ini", self.CONTROL % extra)
+        save("p.mif", self.HEADER + (b"Point 1 2\r\n    Symbol (1)\r\n"
+                                     b"POINT 1.5 2\r\n" if mif is None
+                                     else mif))
+        save("p.mid", b"3,5,1,0,0,one,1,9\r\n3,6,1,0,0,,1,9\r\n")
+        save("s.csv", b"LINK,KIND,AREA\r\n9,1,3,12,50,0,0,5,6,0,0,0,0\r\n")
+        save("t.csv", rules)
+        os.makedirs("out", exist_ok=True)
+        rc = m.main(["control.ini", "--log", "log.txt"])
+        return rc, load("log.txt")
+
+    def test_build(self):
+        with folder():
+            save("t.csv", b"")
+            rc, log = self.build(rules=b"3,5,9,9,2\r\n\r\n3,6,9,9,2\r\n")
+            self.assertEqual(rc, 0)
+            self.assertIn(b"Path One Start (MSR format) \nCODELENGTH=14\n"
+                          b"Path Two Start. \n", log)
+            self.assertEqual(len(load("out/linkstr.~wk")), 96)
+            self.assertEqual(len(load("out/nnamestr.~wk")), 40)
+            self.assertEqual(load("out/lnamestr.~wk"), b"")
+            self.assertEqual(len(load("out/trafrule.~wk")), 32)
+            self.assertEqual(struct.unpack("<dii", load("out/maploc.dat")[16:]),
+                             (3000000000006.0, 1500000, 2000000))
+            self.assertIn(b"[INFORMATION]\r\nCharset=Charset",
+                          load("out/linkdef.dat"))
+
+    def test_no_object(self):
+        with folder():
+            rc, log = self.build(mif=b"Point 1 2\r\nNONE\r\n")
+            self.assertEqual(rc, 1)
+            self.assertIn(m.jp("道路点オブジェクトがありません！\r\n") +
+                          b"p.mid (rec=2)][Data Error in "
+                          b"BRN_MSR_ReadDrotenRecord]", log)
+            # without any object left the file just ends
+            rc, log = self.build(mif=b"Point 1 2\r\n")
+            self.assertEqual(len(load("out/nodestr.~wk")), 96)
+
+
 class RandomNetworks(unittest.TestCase):
     def test_deterministic(self):
         with folder():
@@ -445,6 +546,14 @@ class RandomNetworks(unittest.TestCase):
         for seed in range(1, 25):
             with folder():
                 make_random.Maker(str(seed), ".").make()
+                results.append(m.main(["control.ini", "--log", "log.txt"]))
+        self.assertGreater(results.count(0), 15)
+
+    def test_builds_msr(self):
+        results = []
+        for seed in range(1, 25):
+            with folder():
+                make_random.MsrMaker(str(seed), ".").make()
                 results.append(m.main(["control.ini", "--log", "log.txt"]))
         self.assertGreater(results.count(0), 15)
 

@@ -1,16 +1,17 @@
 #!/usr/bin/env python3
-"""Reference model of the calc map build (ZAT format, silent run).
+"""Reference model of the calc map build (ZAT and MSR formats, silent run).
 
 A slow, plain and independent rendering of the build's rules: it makes the
 same output files and the same log lines as the library, so the two can be
 compared byte for byte.
 
     python3 zatmodel.py CONTROL.INI --log LOGFILE [--stage all|one|two]
-                        [--method M|F]
+                        [--method M|F] [--msr]
 
 Exit status: 0 built, 1 failed, 134 a source field did not fit its buffer.
-The log lines are written without their time stamp, each followed by a line
-feed. All texts are bytes in code page 932.
+The source layout is the one that [SYSTEM] FORMAT names; --msr takes the MSR
+layout whatever it says. The log lines are written without their time stamp,
+each followed by a line feed. All texts are bytes in code page 932.
 """
 
 import argparse
@@ -604,6 +605,119 @@ def read_name(fields, length, name_col, number_col, value_col):
     return name_record(code, name, number, value)
 
 
+# -- records of the MSR layout: columns counted from 0
+
+def area_code(area, number, length):
+    """A number within an area as the 8 bytes of a code."""
+    if length != 14:
+        value = int(number) + area * 10000000000000000
+        return struct.pack("<Q", value & 0xFFFFFFFFFFFFFFFF)
+    return struct.pack("<d", area * 10000.0 * 10000.0 * 10000.0 + number)
+
+
+def area_code_or_zero(area, number, length):
+    return ZERO8 if number == 0.0 else area_code(area, number, length)
+
+
+def msr_fields(line, count):
+    """`count` fields, those that the line lacks as None. Longer lines are
+    split to their end: a field that does not fit is fatal wherever it is."""
+    fields = split_fields(line)
+    return (fields + [None] * count)[:count]
+
+
+def whole(field):
+    return 0 if field is None else atoi(field)
+
+
+def real(field):
+    return 0.0 if field is None else atof(field)
+
+
+def read_droten(line, length):
+    """A road point, its coordinates still to come."""
+    f = msr_fields(line, 15)
+    area = whole(f[0])
+    r = NodeRec()
+    r.code = area_code_or_zero(area, real(f[1]), length)
+    r.attr = u16(whole(f[2]))
+    r.partner = area_code_or_zero(whole(f[3]), real(f[4]), length)
+    r.links = [area_code_or_zero(area, real(t), length) for t in f[7:15]]
+    return r
+
+
+def first_fields(line, count):
+    """The first `count` fields of a line; what follows is not looked at."""
+    end = -1
+    for _ in range(count):
+        m = re.compile(rb"[,\t\r]").search(line, end + 1)
+        if not m:
+            return line
+        end = m.start()
+        if m.group() == b"\r":
+            break
+    return line[:end]
+
+
+def read_dkukan(line, length, default_a, default_b):
+    f = msr_fields(first_fields(line, 13), 13)
+    area = whole(f[2])
+    r = LinkRec()
+    r.code = area_code_or_zero(area, real(f[0]), length)
+    r.kind = s16(whole(f[1]))
+    city = whole(f[3])
+    if city >= 1:
+        city += area * 1000
+    r.city = city & 0xFFFFFFFF
+    r.v3 = u16(whole(f[4]))
+    r.v4 = u16(whole(f[5]))
+    r.v5 = u16(whole(f[6]))
+    r.a = area_code_or_zero(area, real(f[7]), length)
+    r.b = area_code_or_zero(area, real(f[8]), length)
+    r.v6 = s16(whole(f[9]))
+    r.speed_a = 0 if f[10] is None else speed_field(f[10], default_a)
+    r.speed_b = 0 if f[11] is None else speed_field(f[11], default_b)
+    r.flag = s16(whole(f[12]))
+    return r
+
+
+def read_droten_name(line, length):
+    f = msr_fields(line, 6)
+    name = cut_name(f[5] or b"")
+    if not name:
+        return None
+    return name_record(area_code_or_zero(whole(f[0]), real(f[1]), length),
+                       name, 0, whole(f[2]))
+
+
+def read_kukanz(line, length):
+    """A section's name; the code takes the area even when it is 0."""
+    f = msr_fields(line, 5)
+    name = cut_name(f[3] or b"")
+    if not name:
+        return None
+    return struct.pack("<8s20sHBBHHHH",
+                       area_code(whole(f[0]), real(f[1]), length), name, 0,
+                       whole(f[2]) & 0xFF, 0, u16(whole(f[4])), 0, 0, 0)
+
+
+def read_tukouj(line, length):
+    """A rule record, or None when the line is not valid."""
+    f = msr_fields(line, 5)
+    area = whole(f[0])
+    numbers = [real(t) for t in f[1:4]]
+    if area < 1 or 0.0 in numbers:
+        return None
+    return (b"".join(area_code(area, n, length) for n in numbers) +
+            struct.pack("<HHI", 0, u16(whole(f[4])), 0))
+
+
+def msr_shape_code(line, length):
+    """The code of a shape: whole numbers, so that all 16 digits count."""
+    f = msr_fields(first_fields(line, 3), 3)
+    return area_code(whole(f[2]), atoi64(f[0]), length)
+
+
 def mif_tokens(line):
     """Tokens of a MIF Point line."""
     out = []
@@ -659,9 +773,10 @@ def ok_text(result):
 
 
 class Build:
-    def __init__(self, control, log_path, method=None):
+    def __init__(self, control, log_path, method=None, msr=False):
         self.control = os.fsencode(control)
         self.forced_method = method
+        self.forced_msr = msr
         self.log_file = open(log_path, "wb", buffering=0)
 
     # -- services ----------------------------------------------------------
@@ -722,8 +837,15 @@ class Build:
         self.log(b"End Error.")
         return 0
 
+    def is_msr(self):
+        return (self.forced_msr or self.get_str(
+            b"SYSTEM", b"FORMAT", b"ZAT", 64).lower() == b"msr")
+
     def path_one(self):
+        if self.is_msr():
+            return self.msr_path_one()
         self.log(b"Path One Start (ZAT format) ")
+        self.log(b"Setting Road Definition...")
         good = self.create_road_def()
         if good:
             good = self.set_node_store()
@@ -759,7 +881,6 @@ class Build:
     # -- road definition ---------------------------------------------------
 
     def create_road_def(self):
-        self.log(b"Setting Road Definition...")
         path = self.out(b"linkdef.dat")
         stamp = time.strftime("%a,%b %d %Y, %p %H:%M:%S").encode()
         head = b"; Road Definition File for ZATLIB40\r\n; Created "
@@ -1250,6 +1371,197 @@ class Build:
                 return 0
         return self.finish_shape_index(folder, length)
 
+    # -- stage one of the MSR layout: the steps show their texts and log none
+
+    def msr_path_one(self):
+        self.log(b"Path One Start (MSR format) ")
+        return int(bool(self.create_road_def() and self.msr_nodes() and
+                        self.msr_node_names() and self.msr_links() and
+                        self.msr_link_names() and self.msr_rules() and
+                        self.msr_shapes()))
+
+    def msr_paths(self, section):
+        for i in range(1, self.get_int(section, b"FILENUM") + 1):
+            yield i, self.file_key(section, i)
+
+    def remove(self, name):
+        try:
+            os.remove(os_path(self.out(name)))
+        except OSError:
+            pass
+
+    def msr_nodes(self):
+        length = self.code_length()
+        title = b"File Error"
+        self.remove(b"nodestr.~wk")
+        store_path = self.out(b"nodestr.~wk")
+        for i, path in self.msr_paths(b"DROTEN"):
+            mif = LineFile.open(path)
+            if mif is None:
+                return self.error(b"Can't open the DROTEM.MIF(FILE%02d) [%s] "
+                                  b"!" % (i, path), title)
+            mid_path = make_mid_path(path)
+            mid = LineFile.open(mid_path)
+            if mid is None:
+                return self.error(b"Can't open the DROTEM.MID(FILE%02d) [%s] "
+                                  b"!" % (i, mid_path), title)
+            store = open_file(store_path, "ab")
+            if store is None:
+                return self.error(b"Can't open the NodeStorage (%s) at %02d "
+                                  b"!" % (store_path, i), title)
+            with store:
+                if not self.mif_header(mif, self.out(b"linkdef.dat"), 512):
+                    return self.error(b"Can't read the MIF file header : ",
+                                      b"File Error in BRN_SetMifInformation")
+                count = 0
+                while True:
+                    line = mid.read_line(LINE_SIZE)
+                    if line is None:
+                        break
+                    rec = read_droten(line, length)
+                    if not self.msr_point(mif, rec):
+                        break
+                    count += 1
+                    if rec.x == 0 and rec.y == 0:
+                        return self.error(
+                            NO_POINT % (mid_path, count),
+                            b"Data Error in BRN_MSR_ReadDrotenRecord")
+                    store.write(rec.pack())
+        return 1
+
+    @staticmethod
+    def msr_point(mif, rec):
+        while True:
+            line = mif.read_line(LINE_SIZE)
+            if line is None:
+                return 0
+            words = mif_tokens(line) + [b"", b"", b""]
+            if words[0].lower() == b"point":
+                rec.x = parse_fixed6(words[1])
+                rec.y = parse_fixed6(words[2])
+                return 1
+            if words[0].lower() == b"none":
+                return 1
+
+    def msr_names(self, store, section, mid, reader, message, title):
+        """Append the names of a section's files. An invalid code length
+        stops the sections' step, not the points' and the names'."""
+        length = self.code_length()
+        for i, path in self.msr_paths(section):
+            if mid:
+                path = make_mid_path(path)
+            f = LineFile.open(path)
+            if f is None:
+                return self.error(message % (i, path), title)
+            while True:
+                line = f.read_line(LINE_SIZE)
+                if line is None:
+                    break
+                rec = reader(line, length)
+                if rec is not None:
+                    store.write(rec)
+        return 1
+
+    def msr_node_names(self):
+        title = b"File Error in BRN_MSR_SetNodeNameStore"
+        path = self.out(b"nnamestr.~wk")
+        store = open_file(path, "wb")
+        if store is None:
+            return self.error(b"Can't open the NodeNameStorage %s !" % path,
+                              title)
+        with store:
+            return self.msr_names(
+                store, b"DROTEN", True, read_droten_name,
+                b"Can't open the DROTEM.MID(FILE%02d) [%s] !", b"File Error")
+
+    def msr_links(self):
+        length = self.code_length()
+        num = self.get_int(b"DKUKAN", b"FILENUM")
+        if length not in (14, 18) or num < 1:
+            return 0
+        speed_a = u16(self.get_int(b"DEFAULTSPEED", b"SPEEDA"))
+        speed_b = u16(self.get_int(b"DEFAULTSPEED", b"SPEEDB"))
+        self.remove(b"linkstr.~wk")
+        store_path = self.out(b"linkstr.~wk")
+        mid = self.get_int(b"DKUKAN", b"MIFOUTPUT")
+        for i, path in self.msr_paths(b"DKUKAN"):
+            if mid:
+                path = make_mid_path(path)
+            f = LineFile.open(path)
+            if f is None:
+                return self.error(b"Can't open the DKUKAN.CSV(FILE%02d) [%s] "
+                                  b"!" % (i, path), b"File Error")
+            store = open_file(store_path, "ab")
+            if store is None:
+                return self.error(b"Can't open the LinkStorage (%s) at %02d "
+                                  b"!" % (store_path, i), b"File Error")
+            with store:
+                while True:
+                    line = f.read_line(LINE_SIZE)
+                    if line is None:
+                        break
+                    store.write(read_dkukan(line, length, speed_a,
+                                            speed_b).pack())
+        return 1
+
+    def msr_link_names(self):
+        title = b"File Error in BRN_MSR_SetLinkNameStore"
+        path = self.out(b"lnamestr.~wk")
+        store = open_file(path, "wb")
+        if store is None:
+            return self.error(b"Can't open the Link Name Storage (%s)" % path,
+                              title)
+        with store:
+            return self.msr_names(store, b"KUKANZ", False, read_kukanz,
+                                  b"Can't open the Kukanz FILE%02d=%s", title)
+
+    def msr_rules(self):
+        title = b"File Error in BRN_MSR_SetTukoujData"
+        length = self.code_length()
+        if length not in (14, 18):
+            return self.error(b"The CodeLength = %d is invalid !" % length,
+                              b"Logic Error in BRN_MSR_SetTukoujData")
+        good = 1
+        self.remove(b"trafrule.~wk")
+        if self.get_int(b"TUKOUJ", b"FILENUM") >= 1:
+            path = self.out(b"trafrule.~wk")
+            store = open_file(path, "wb")
+            if store is None:
+                return self.error(b"Can't open the rule storage %s !" % path,
+                                  title)
+            with store:
+                for _, name in self.msr_paths(b"TUKOUJ"):
+                    f = LineFile.open(name)
+                    if f is None:
+                        good = self.error(b"Can't open TUKOUJ(%s) !" % name,
+                                          title)
+                        break
+                    while True:
+                        line = f.read_line(512)
+                        rec = line is not None and read_tukouj(line, length)
+                        if not rec:
+                            break
+                        store.write(rec)
+        if good:
+            self.remove(b"onewayst.~wk")
+        return good
+
+    def msr_shapes(self):
+        if not self.get_int(b"DKUKAN", b"MIFOUTPUT"):
+            return 1
+        folder = self.out_dir()
+        length = self.code_length()
+        if length not in (14, 18):
+            return 0
+        for i, path in self.msr_paths(b"DKUKAN"):
+            if not self.shape_from_mif(
+                    i - 1, path, folder, length, msr_shape_code,
+                    b"File Error in SHAPE_CreateShapeFileFromMif"):
+                return 0
+        return self.finish_shape_index(folder, length)
+
+    # -- shape files -------------------------------------------------------
+
     @staticmethod
     def open_shape_outputs(index, folder):
         mode = "wb" if index == 0 else "ab"
@@ -1257,8 +1569,10 @@ class Build:
         idx = open_file(join_path(folder, b"shapedbl.idx"), mode)
         return dat, idx
 
-    def shape_from_mif(self, index, path, folder, length):
-        title = b"File Error in SHAPE_CreateShapeFileFromZatMif"
+    def shape_from_mif(
+            self, index, path, folder, length,
+            code_of=lambda line, n: parse_code(split_fields(line)[0], n),
+            title=b"File Error in SHAPE_CreateShapeFileFromZatMif"):
         mif = LineFile.open(path)
         if mif is None:
             return self.error(b"Can't open the MIF file (%s) !" % path, title)
@@ -1284,7 +1598,7 @@ class Build:
                 if line is None:
                     return self.error(b"Can't read the Mid File (%s) at "
                                       b"rec=%d" % (mid_path, rec), title)
-                code = parse_code(split_fields(line)[0], length)
+                code = code_of(line, length)
                 offset = dat.seek(0, 2)
                 while True:
                     obj = mif.read_line(1024)
@@ -2356,8 +2670,9 @@ def main(argv=None):
     ap.add_argument("--log", required=True)
     ap.add_argument("--stage", choices=("all", "one", "two"), default="all")
     ap.add_argument("--method", choices=("M", "F"))
+    ap.add_argument("--msr", action="store_true")
     args = ap.parse_args(argv)
-    build = Build(args.control, args.log, args.method)
+    build = Build(args.control, args.log, args.method, args.msr)
     try:
         if args.stage == "one":
             good = build.path_one()
