@@ -122,7 +122,7 @@ int FRD_WriteLog(int folder_kind, const char* tag, const char* text, int with_ti
       platform::File::Open(path, platform::Access::kReadWrite, platform::Share::kNone,
                            platform::Disposition::kOpenAlways);
   if (!file.IsOpen()) return 0;
-  file.Seek(0, platform::SeekFrom::kEnd);
+  if (file.Seek(0, platform::SeekFrom::kEnd) < 0) return 0;
   bool good = true;
   if (with_time_stamp != 0) {
     const platform::DateTime now = platform::LocalTime();
