@@ -24,6 +24,14 @@ bool LoadFile(const char* path, PageArray<Record>* records, int64_t count) {
          ReadExactly(file, records->data(), static_cast<uint64_t>(count) * sizeof(Record));
 }
 
+// The same for a file that gave the count itself. One that could not be opened when its records
+// were counted, but can now, must not pass for an empty one.
+template <typename Record>
+bool LoadCounted(const char* path, PageArray<Record>* records, int64_t count) {
+  return static_cast<int64_t>(FileSize(path) / sizeof(Record)) == count &&
+         LoadFile(path, records, count);
+}
+
 template <typename Record>
 bool SaveRecords(const char* path, const PageArray<Record>& records, int64_t count) {
   return SaveFile(path, records.data(), static_cast<uint64_t>(count) * sizeof(Record)) ==
@@ -79,7 +87,7 @@ int FinishNodeAttribute(WindowHandle owner, const char* control_file, int64_t* n
                 static_cast<long>(n), static_cast<long>(l));
     return 0;
   }
-  if (!LoadFile(node_link_path.c_str(), &node_links, n)) {
+  if (!LoadCounted(node_link_path.c_str(), &node_links, n)) {
     ReportError(owner, kFileTitle, "Can't read the NodeLinkIndex file (%s) !",
                 node_link_path.c_str());
     return 0;
@@ -93,7 +101,7 @@ int FinishNodeAttribute(WindowHandle owner, const char* control_file, int64_t* n
                 attribute_path.c_str());
     return 0;
   }
-  if (!LoadFile(link_name_path.c_str(), &link_names, l)) {
+  if (!LoadCounted(link_name_path.c_str(), &link_names, l)) {
     ReportError(owner, kFileTitle, "Can't read the LinkName file (%s) !", link_name_path.c_str());
     return 0;
   }
@@ -158,7 +166,7 @@ int FinishNames(WindowHandle owner, const char* control_file, const NameTexts& t
     ReportError(owner, texts.memory_title, texts.store_memory, static_cast<long>(counts->stored));
     return 0;
   }
-  if (!LoadFile(store_path.c_str(), &store, counts->stored)) {
+  if (!LoadCounted(store_path.c_str(), &store, counts->stored)) {
     ReportError(owner, texts.file_title, texts.store_error, store_path.c_str());
     return 0;
   }
@@ -168,7 +176,7 @@ int FinishNames(WindowHandle owner, const char* control_file, const NameTexts& t
     ReportError(owner, texts.memory_title, texts.index_memory, static_cast<long>(n));
     return 0;
   }
-  if (!LoadFile(index_path.c_str(), &index, n)) {
+  if (!LoadCounted(index_path.c_str(), &index, n)) {
     ReportError(owner, texts.file_title, texts.index_error, index_path.c_str());
     return 0;
   }

@@ -31,16 +31,19 @@ int LoadStore(WindowHandle owner, const LoadTexts& texts, const char* control_fi
   *kept_count = 0;
   if (BRN_BeginStep(texts.status) == 0) return 0;
   const PathText path = OutputPath(control_file, texts.store);
-  const auto count = static_cast<int64_t>(FileSize(path.c_str()) / sizeof(Record));
   StoreFile<Record> store;
+  int64_t count = 0;
   int64_t kept = 0;
   int result = 1;
-  if (count > kMaxRecords || !reserve(static_cast<uint64_t>(count) + 2)) {
-    ReportError(owner, texts.memory_title, texts.no_memory, static_cast<long>(count));
-    result = 0;
-  } else if (!store.Open(path.c_str(), platform::Access::kRead)) {
+  if (!store.Open(path.c_str(), platform::Access::kRead)) {
     ReportError(owner, texts.file_title, texts.not_opened, path.c_str());
     result = 0;
+  } else {
+    count = store.count();
+    if (count > kMaxRecords || !reserve(static_cast<uint64_t>(count) + 2)) {
+      ReportError(owner, texts.memory_title, texts.no_memory, static_cast<long>(count));
+      result = 0;
+    }
   }
   for (int64_t i = 0; i < count && result != 0; ++i) {
     const Record* record = store.At(i);

@@ -11,6 +11,7 @@
 #include "network/workstore/index_sort.h"
 #include "network/workstore/store_file.h"
 #include "network/workstore/work_stores.h"
+#include "platform/file.h"
 
 namespace zatlib {
 namespace {
@@ -48,18 +49,22 @@ struct DuplicationTexts {
 template <typename Record>
 int CheckDuplicates(WindowHandle owner, const char* path, int code_length,
                     const DuplicationTexts& texts, int64_t* duplicates) {
-  const auto count = static_cast<int64_t>(FileSize(path) / sizeof(Record));
-  if (count < 1) return 0;
   constexpr char kFileTitle[] = "File Error in BRN_CheckNodeLinkDuplication";
   PageArray<FeatureCode> codes;
   StoreFile<Record> store;
+  if (!store.Open(path, platform::Access::kRead)) {
+    // A store that does not exist holds no records.
+    bool read_only = false;
+    if (platform::GetAttributes(path, &read_only)) {
+      ReportError(owner, kFileTitle, texts.not_opened, path);
+    }
+    return 0;
+  }
+  const int64_t count = store.count();
+  if (count < 1) return 0;
   if (!codes.Allocate(static_cast<uint64_t>(count) + 2)) {
     ReportError(owner, "Memory Error in BRN_CheckNodeLinkDuplication", texts.no_memory,
                 static_cast<long>(count));
-    return 0;
-  }
-  if (!store.Open(path, platform::Access::kRead)) {
-    ReportError(owner, kFileTitle, texts.not_opened, path);
     return 0;
   }
   for (int64_t i = 0; i < count; ++i) {
@@ -107,16 +112,17 @@ class CodeSet {
 
 // Collects the end nodes of all links, sorted. Returns 1 or 0 (reported).
 int CollectEndNodes(WindowHandle owner, const char* path, SortedCodes* ends) {
-  const auto count = static_cast<int64_t>(FileSize(path) / sizeof(LinkStoreRecord));
-  if (!ends->codes.Allocate(static_cast<uint64_t>(count) * 2 + 2)) {
-    ReportError(owner, "Memory Error in BRN_CheckNodeStoreFromLinkStore",
-                "Can't allocate the memory for the Index (rec=%ld)!", static_cast<long>(count));
-    return 0;
-  }
+  // A store that cannot be opened must not pass for one without links: every node would be killed.
   StoreFile<LinkStoreRecord> links;
   if (!links.Open(path, platform::Access::kRead)) {
     ReportError(owner, "File Error in BRN_CheckNodeStoreFromLinkStore",
                 "Can't open LINKSTORE(%s) !", path);
+    return 0;
+  }
+  const int64_t count = links.count();
+  if (!ends->codes.Allocate(static_cast<uint64_t>(count) * 2 + 2)) {
+    ReportError(owner, "Memory Error in BRN_CheckNodeStoreFromLinkStore",
+                "Can't allocate the memory for the Index (rec=%ld)!", static_cast<long>(count));
     return 0;
   }
   for (int64_t i = 0; i < count; ++i) {
@@ -254,7 +260,11 @@ int JoinPartners(WindowHandle owner, const SortedCodes& list, const char* contro
   }
   for (int64_t i = 0; i < nodes.count(); ++i) {
     NodeStoreRecord* node = nodes.At(i);
-    if (node == nullptr) break;
+    if (node == nullptr) {
+      ReportError(owner, kFileTitle, "Can't read the NodeStore(%s) at %ld!", node_path.c_str(),
+                  static_cast<long>(i));
+      return 0;
+    }
     ++counts->visited;
     if (node->NodeCode.IsEmpty() || node->PartnerCode.IsEmpty()) continue;
     if (const auto* known = made.Find(node->NodeCode, node->PartnerCode)) {
@@ -358,17 +368,20 @@ int BRN_MakeDrotenNodeIndex(WindowHandle owner, SortedCodes* list, const char* c
       TakeCodeLength(owner, control_file, "Logic Error in BRN_MakeDrotenNodeIndex");
   if (code_length == 0) return 0;
   const PathText path = OutputPath(control_file, kNodeStoreFile);
-  const auto count = static_cast<int64_t>(FileSize(path.c_str()) / sizeof(NodeStoreRecord));
   StoreFile<NodeStoreRecord> nodes;
+  int64_t count = 0;
   int result = 1;
-  if (!list->codes.Allocate(static_cast<uint64_t>(count) + 2)) {
-    ReportError(owner, kTitle, "Can't allocate the memory for Index (rec=%ld) !",
-                static_cast<long>(count));
-    result = 0;
-  } else if (!nodes.Open(path.c_str(), platform::Access::kRead)) {
+  if (!nodes.Open(path.c_str(), platform::Access::kRead)) {
     // The text has always named the link store here.
     ReportError(owner, kTitle, "Can't open LINKSTR.WRK(%s) !", path.c_str());
     result = 0;
+  } else {
+    count = nodes.count();
+    if (!list->codes.Allocate(static_cast<uint64_t>(count) + 2)) {
+      ReportError(owner, kTitle, "Can't allocate the memory for Index (rec=%ld) !",
+                  static_cast<long>(count));
+      result = 0;
+    }
   }
   for (int64_t i = 0; i < count && result != 0; ++i) {
     const NodeStoreRecord* node = nodes.At(i);

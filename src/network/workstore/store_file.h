@@ -18,11 +18,12 @@ class StoreFile {
                                  platform::Disposition::kOpenExisting);
     if (!file_.IsOpen()) return false;
     const int64_t size = file_.Size();
+    if (size < 0) file_.Close();
     count_ = size < 0 ? 0 : size / static_cast<int64_t>(sizeof(Record));
     first_ = 0;
     loaded_ = 0;
     window_ = kNearRecords;
-    return block_ || block_.Allocate(static_cast<uint64_t>(kBlockRecords));
+    return file_.IsOpen() && (block_ || block_.Allocate(static_cast<uint64_t>(kBlockRecords)));
   }
 
   bool IsOpen() const { return file_.IsOpen(); }
