@@ -6,6 +6,7 @@
 #include <commctrl.h>
 
 #include <atomic>
+#include <cstring>
 #include <iterator>
 
 #include "platform/memory.h"
@@ -67,6 +68,19 @@ const char* InitialText(WORD id) {
   return id == kCancelButton ? g_run->cancel_button : "";
 }
 
+// Visual styles paint a bar in the colour of the theme; a class name that no theme knows turns them
+// off for one window. Where nobody has loaded them, there is no theme.
+void PaintInOwnColor(HWND bar) {
+  using SetThemeFunction = HRESULT(WINAPI*)(HWND, LPCWSTR, LPCWSTR);
+  const HMODULE themes = ::GetModuleHandleA("uxtheme.dll");
+  if (themes == nullptr) return;
+  const FARPROC address = ::GetProcAddress(themes, "SetWindowTheme");
+  SetThemeFunction set_theme = nullptr;
+  static_assert(sizeof set_theme == sizeof address);
+  std::memcpy(&set_theme, &address, sizeof set_theme);
+  if (set_theme != nullptr) set_theme(bar, L" ", L" ");
+}
+
 void CreateControls(HWND dialog) {
   for (const Control& control : kControls) {
     const HWND window =
@@ -75,6 +89,7 @@ void CreateControls(HWND dialog) {
                           static_cast<HINSTANCE>(ModuleHandle()), nullptr);
     ::SendMessageA(window, WM_SETFONT, reinterpret_cast<WPARAM>(DialogFont()), TRUE);
   }
+  PaintInOwnColor(::GetDlgItem(dialog, kProgressBar));
   ::SendDlgItemMessageA(dialog, kProgressBar, PBM_SETRANGE, 0, MAKELPARAM(0, 100));
   ::SendDlgItemMessageA(dialog, kProgressBar, PBM_SETBARCOLOR, 0, RGB(0xFF, 0, 0));
   ::SendDlgItemMessageA(dialog, kProgressBar, PBM_SETPOS, 0, 0);
@@ -233,6 +248,10 @@ INT_PTR CALLBACK FRD_Proc(HWND dialog, UINT message, WPARAM wparam, LPARAM lpara
     case WM_COMMAND:
       OnCommand(dialog, LOWORD(wparam), lparam);
       return TRUE;
+    case WM_DESTROY:
+      // When somebody else destroys the dialog, its loop looks up at the next posted message only.
+      if (!g_finished) ::PostThreadMessageA(::GetCurrentThreadId(), WM_NULL, 0, 0);
+      return FALSE;
     default:
       return FALSE;
   }
@@ -261,14 +280,20 @@ int RunProgressWindow(const ProgressRun& run) {
     return 0;
   }
   static_cast<DLGTEMPLATE*>(dialog_template)->style = kDialogStyle;
+  const HWND owner = static_cast<HWND>(run.owner);
+  const BOOL owner_enabled = ::IsWindowEnabled(owner);
   g_run = &run;
   g_finished = false;
   const INT_PTR result = ::DialogBoxIndirectParamA(
-      static_cast<HINSTANCE>(ModuleHandle()), static_cast<DLGTEMPLATE*>(dialog_template),
-      static_cast<HWND>(run.owner), FRD_Proc, reinterpret_cast<LPARAM>(run.title));
+      static_cast<HINSTANCE>(ModuleHandle()), static_cast<DLGTEMPLATE*>(dialog_template), owner,
+      FRD_Proc, reinterpret_cast<LPARAM>(run.title));
   FreePages(dialog_template);
   g_dialog = nullptr;
-  if (!g_finished && g_worker != nullptr) WaitForOrphanedWorker();
+  if (!g_finished) {
+    if (g_worker != nullptr) WaitForOrphanedWorker();
+    // A dialog that is not ended by its own procedure may leave its owner disabled.
+    if (owner_enabled != FALSE) ::EnableWindow(owner, TRUE);
+  }
   run.on_close();
   g_run = nullptr;
   // A dialog that could not start gives -1, which a worker may return as well.
