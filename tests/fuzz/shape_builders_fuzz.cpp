@@ -11,11 +11,12 @@
 namespace zatlib::fuzz {
 namespace {
 
-// A field of 64 bytes or more ends the process by design.
+// A field of 64 bytes or more ends the process by design. Line ends inside quotes do not end one.
 bool HasLongField(const std::string& text) {
+  const bool quotes = text.find('"') != std::string::npos;
   size_t length = 0;
   for (const char c : text) {
-    const bool ends = c == ',' || c == '\t' || c == '\r' || c == '\0';
+    const bool ends = c == ',' || c == '\t' || (c == '\r' && !quotes);
     length = ends ? 0 : length + 1;
     if (length > kFieldLimit) return true;
   }
@@ -56,7 +57,6 @@ int Run(const uint8_t* data, size_t size) {
   static const std::string folder = FolderOf(mif.path());
   if (size < 1 || size > 65536) return 0;
   const std::string rest(reinterpret_cast<const char*>(data + 1), size - 1);
-  if (HasLongField(rest)) return 0;
   g_silent = 1;
   PathText path;
   ShapeContext cs;
@@ -66,13 +66,16 @@ int Run(const uint8_t* data, size_t size) {
   cs.Paths = &path;
   int result = 0;
   if ((data[0] & 3) == 0) {
+    if (HasLongField(rest)) return 0;
     text.Write(rest);
     FRD_CopyText(path.text, kPathSize, text.path());
     result = SHAPE_CreateShapeFileFromZatText(&cs);
   } else {
     const size_t split = std::min(rest.find('\xFF'), rest.size());
     mif.Write(rest.substr(0, split));
-    mid.Write(rest.substr(std::min(split + 1, rest.size())));
+    const std::string records = rest.substr(std::min(split + 1, rest.size()));
+    if (HasLongField(records)) return 0;
+    mid.Write(records);
     FRD_CopyText(path.text, kPathSize, mif.path());
     result = (data[0] & 3) == 1 ? SHAPE_CreateShapeFileFromZatMif(&cs)
                                 : SHAPE_CreateShapeFileFromMif(&cs);
