@@ -136,6 +136,20 @@ TEST_F(NetworkTest, DuplicatesArePrintedWithAllDigits) {
                                    "ください。][道路点データの重複エラー]")});
 }
 
+TEST_P(StoreChecksTest, StoresInUseCannotBeCheckedForDuplicates) {
+  SaveNodes({{.code = 1}, {.code = 2}});
+  SaveLinks({{.code = 1}, {.code = 2}});
+  {
+    const platform::File lock = Lock("linkstr.~wk");
+    EXPECT_EQ(CheckDuplication(), 0);
+  }
+  const platform::File lock = Lock("nodestr.~wk");
+  EXPECT_EQ(CheckDuplication(), 0);
+  EXPECT_EQ(Reports(),
+            (Lines{Report("Can't open LINKSTORE(%s) !", kDuplicationTitle, "linkstr.~wk"),
+                   Report("Can't open NODESTORE(%s) !", kDuplicationTitle, "nodestr.~wk")}));
+}
+
 TEST_P(StoreChecksTest, MissingStoresHoldNoRecords) {
   SaveLinks({{.code = 1}});
   EXPECT_EQ(CheckDuplication(), 0);
@@ -685,6 +699,38 @@ TEST_P(StoreChecksTest, DummyLinksWithStoresInUse) {
                                      "File Error in BRN_MakeDummyLinks", "linkstr.~wk"),
                               Report("Can't open the NODESTORE(%s) !",
                                      "File Error in BRN_MakeDummyLinks", "nodestr.~wk")}));
+}
+
+TEST_P(StoreChecksTest, DummyLinksAreNotLeftOutWhenNodesCannotBeRead) {
+  UseList({1, 2});
+  const LineSet reports = ReportsOfFaults(
+      platform::Operation::kRead,
+      [&] {
+        SaveNodes({{.code = 1, .partner = 2}, {.code = 2}});
+        SaveLinks({});
+      },
+      [&] { return MakeDummies(); });
+  EXPECT_EQ(reports.size(), 1u);
+  EXPECT_EQ(
+      CountMessages(reports, "Can't read the NodeStore(" + (folder_ / "nodestr.~wk") + ") at 0!"),
+      1);
+}
+
+TEST_P(StoreChecksTest, ARefusedOpenKillsNothing) {
+  for (int64_t n = 1; n < 20; ++n) {
+    SaveNodes({{.code = 1}, {.code = 2}});
+    SaveLinks({{.code = 10, .a = 1, .b = 2}});
+    UseList({1, 2});
+    const std::string nodes = FileBytes("nodestr.~wk");
+    const std::string links = FileBytes("linkstr.~wk");
+    platform::ArmFault(platform::Operation::kOpen, n, false);
+    CheckNodes();
+    platform::ArmFault(platform::Operation::kOpen, n, false);
+    CheckLinks();
+    platform::ClearFaults();
+    EXPECT_EQ(FileBytes("nodestr.~wk"), nodes) << "open " << n;
+    EXPECT_EQ(FileBytes("linkstr.~wk"), links) << "open " << n;
+  }
 }
 
 TEST_P(StoreChecksTest, DummyLinksReportWhatCannotBeWritten) {
