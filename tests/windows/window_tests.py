@@ -693,6 +693,19 @@ class Example(WindowTest):
                                check=False, text=True)
         return found.stdout.split("\n")[0]
 
+    @staticmethod
+    def box():
+        """Place of the message box: the window in the middle of the screen."""
+        display = OPTIONS.display
+        for window in display.run("xdotool", "search", "--onlyvisible", "--name", ".").split():
+            text = display.run("xdotool", "getwindowgeometry", "--shell", window.decode()).decode()
+            place = dict(line.split("=") for line in text.split())
+            left, top, width, height = (int(place[key]) for key in ("X", "Y", "WIDTH", "HEIGHT"))
+            if (abs(left + width / 2 - 512) < 4 and abs(top + height / 2 - 384) < 4
+                    and width < 700):
+                return left, top, width, height
+        raise AssertionError("no message box in the middle of the screen")
+
     def test_a_click_builds_the_map(self):
         self.start()
         wait_for(lambda: b"End OK." in self.log_lines(), LONG, "the build of the example")
@@ -708,7 +721,9 @@ class Example(WindowTest):
         time.sleep(1)
         OPTIONS.display.screenshot("example_duplicate")
         self.assertNotIn(b"End Error.", self.log_lines())
-        OPTIONS.display.run("xdotool", "key", "Return")
+        left, top, width, height = self.box()
+        # OK lies to the left of the middle, near the lower edge.
+        OPTIONS.display.click(left + width // 2 - 50, top + height - 24)
         wait_for(lambda: b"End Error." in self.log_lines(), 30, "the end of the build")
 
 
