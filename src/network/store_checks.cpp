@@ -1,6 +1,7 @@
 #include "network/store_checks.h"
 
 #include <algorithm>
+#include <new>
 #include <unordered_map>
 
 #include "frd/control.h"
@@ -201,7 +202,11 @@ class DummyLinkList {
     const uint64_t count = by_pair_.size();
     if (count == entries_.size() && !entries_.Grow(count * 2)) return false;
     entries_[count] = entry;
-    by_pair_.emplace(PairOf(entry.node_a, entry.node_b), count);
+    try {
+      by_pair_.emplace(PairOf(entry.node_a, entry.node_b), count);
+    } catch (const std::bad_alloc&) {
+      return false;
+    }
     return true;
   }
 
