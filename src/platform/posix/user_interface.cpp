@@ -28,6 +28,7 @@ struct Terminal {
   bool open = false;
   bool is_terminal = false;
   bool drawn = false;
+  bool behind = false;  // the line shown is older than the status
   std::string status;
   std::string shown_line;
   int percent = 0;
@@ -43,7 +44,10 @@ void Draw(bool now) {
   Terminal& t = g_terminal;
   if (!t.is_terminal) return;
   const auto time = Clock::now();
-  if (!now && t.drawn && time - t.last_drawn < std::chrono::milliseconds(50)) return;
+  if (!now && t.drawn && time - t.last_drawn < std::chrono::milliseconds(50)) {
+    t.behind = true;
+    return;
+  }
   const long seconds =
       static_cast<long>(std::chrono::duration_cast<std::chrono::seconds>(time - t.started).count());
   char head[96];
@@ -67,6 +71,7 @@ void Draw(bool now) {
   std::fflush(stderr);
   t.shown_line = line;
   t.drawn = true;
+  t.behind = false;
   t.last_drawn = time;
 }
 
@@ -103,7 +108,7 @@ int RunProgressWindow(const ProgressRun& run) {
     const std::lock_guard<std::mutex> guard(g_terminal.mutex);
     g_terminal.open = true;
     g_terminal.is_terminal = ::isatty(STDERR_FILENO) == 1;
-    g_terminal.drawn = false;
+    g_terminal.drawn = g_terminal.behind = false;
     g_terminal.status.clear();
     g_terminal.percent = 0;
     g_terminal.started = Clock::now();
@@ -150,6 +155,9 @@ int RunProgressWindow(const ProgressRun& run) {
         run.on_cancel();
         lock.lock();
       }
+      // A text that came too soon behind another one, while the worker goes on without a word.
+      const std::lock_guard<std::mutex> guard(g_terminal.mutex);
+      if (g_terminal.behind) Draw(false);
     }
   }
   if (worker.joinable()) worker.join();
