@@ -2,6 +2,7 @@
 
 #include "frd/control.h"
 #include "frd/log.h"
+#include "frd/long_pass.h"
 #include "input_zat/record_readers.h"
 #include "input_zat/store_table.h"
 #include "network/workstore/record_copy.h"
@@ -101,7 +102,9 @@ int BRN_ZAT_SetLinkSpeedData(WindowHandle owner, const char* control_file) {
       break;
     }
     LinkSpeedRecord row;
-    while (BRN_ZAT_ReadLinkSpeed(file, &row, code_length, defaults) != 0) {
+    for (int64_t n = 0;
+         result != 0 && BRN_ZAT_ReadLinkSpeed(file, &row, code_length, defaults) != 0; ++n) {
+      if (CancelledAt(n)) result = 0;
       if (row.LinkCode.IsEmpty()) continue;
       LinkStoreRecord* link = links.Find(row.LinkCode);
       if (link != nullptr && ApplySpeeds(row, link)) ++count;

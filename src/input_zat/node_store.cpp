@@ -3,6 +3,7 @@
 #include "frd/control.h"
 #include "frd/cp932.h"
 #include "frd/log.h"
+#include "frd/long_pass.h"
 #include "frd/mif_text.h"
 #include "input_zat/record_readers.h"
 #include "input_zat/road_definition.h"
@@ -111,7 +112,8 @@ int BRN_ZAT_SetNodeXYData(WindowHandle owner, const char* control_file) {
       result = 0;
     } else {
       NodeXYRecord row;
-      while (BRN_ZAT_ReadNodeXY(file, &row, code_length) != 0) {
+      for (int64_t i = 0; result != 0 && BRN_ZAT_ReadNodeXY(file, &row, code_length) != 0; ++i) {
+        if (CancelledAt(i)) result = 0;
         if (row.Code.IsEmpty()) continue;
         NodeStoreRecord* node = nodes.Find(row.Code);
         if (node == nullptr) continue;

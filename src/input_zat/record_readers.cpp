@@ -3,201 +3,116 @@
 namespace zatlib {
 namespace {
 
-// A name row: where its number, value and name stand (0 = no such column).
-struct NameColumns {
-  int node_value;
-  int link_number;
-  int name;
-};
+using enum FieldKind;
 
-int ReadNameRecord(LineReader& file, NameStoreRecord* record, int code_length,
-                   NameColumns columns) {
-  return ReadFields(file, record, [&](int column, std::string_view field) {
-    if (column == 1) {
-      record->Code = ParseCode(field, code_length);
-    } else if (column == columns.node_value) {
-      record->NodeValue = ParseWord(field);
-    } else if (column == columns.link_number) {
-      record->LinkNumber = static_cast<uint8_t>(FRD_ParseInt(field));
-    } else if (column == columns.name) {
-      TakeName(field, record);
-    }
-  });
-}
+constexpr SourceLayout kNodeLayout = {{1, kCode, offsetof(NodeStoreRecord, NodeCode)},
+                                      {2, kWord, offsetof(NodeStoreRecord, NodeAttrWord)},
+                                      {3, kCode, offsetof(NodeStoreRecord, PartnerCode)},
+                                      {5, kCode, offsetof(NodeStoreRecord, ConnLinkCode)},
+                                      {6, kCode, offsetof(NodeStoreRecord, ConnLinkCode) + 8},
+                                      {7, kCode, offsetof(NodeStoreRecord, ConnLinkCode) + 16},
+                                      {8, kCode, offsetof(NodeStoreRecord, ConnLinkCode) + 24},
+                                      {9, kCode, offsetof(NodeStoreRecord, ConnLinkCode) + 32},
+                                      {10, kCode, offsetof(NodeStoreRecord, ConnLinkCode) + 40},
+                                      {11, kCode, offsetof(NodeStoreRecord, ConnLinkCode) + 48},
+                                      {12, kCode, offsetof(NodeStoreRecord, ConnLinkCode) + 56},
+                                      // Both into X, the later one wins; Y has no column.
+                                      {14, kCoordinate, offsetof(NodeStoreRecord, X)},
+                                      {15, kCoordinate, offsetof(NodeStoreRecord, X)}};
+
+constexpr SourceLayout kNodeNameInNodeLayout = {{1, kCode, offsetof(NameStoreRecord, Code)},
+                                                {2, kWord, offsetof(NameStoreRecord, NodeValue)},
+                                                {13, kName, offsetof(NameStoreRecord, Name)}};
+
+constexpr SourceLayout kNodeNameLayout = {{1, kCode, offsetof(NameStoreRecord, Code)},
+                                          {2, kWord, offsetof(NameStoreRecord, NodeValue)},
+                                          {3, kName, offsetof(NameStoreRecord, Name)}};
+
+constexpr SourceLayout kNodeXYLayout = {{1, kCode, offsetof(NodeXYRecord, Code)},
+                                        {2, kCoordinate, offsetof(NodeXYRecord, X)},
+                                        {3, kCoordinate, offsetof(NodeXYRecord, Y)}};
+
+constexpr SourceLayout kLinkLayout = {{1, kCode, offsetof(LinkStoreRecord, LinkCode)},
+                                      {2, kWord, offsetof(LinkStoreRecord, RoadKind)},
+                                      {3, kLong, offsetof(LinkStoreRecord, CityCode)},
+                                      {4, kWord, offsetof(LinkStoreRecord, Value3)},
+                                      {5, kWord, offsetof(LinkStoreRecord, Value4)},
+                                      {6, kWord, offsetof(LinkStoreRecord, Value5)},
+                                      {7, kWord, offsetof(LinkStoreRecord, Value6)},
+                                      {8, kCode, offsetof(LinkStoreRecord, NodeA)},
+                                      {9, kCode, offsetof(LinkStoreRecord, NodeB)},
+                                      {10, kSpeedA, offsetof(LinkStoreRecord, SpeedA)},
+                                      {11, kSpeedB, offsetof(LinkStoreRecord, SpeedB)},
+                                      {12, kWord, offsetof(LinkStoreRecord, RoadFlag)}};
+
+constexpr SourceLayout kLinkNameInLinkLayout = {{1, kCode, offsetof(NameStoreRecord, Code)},
+                                                {13, kByte, offsetof(NameStoreRecord, LinkNumber)},
+                                                {14, kName, offsetof(NameStoreRecord, Name)}};
+
+constexpr SourceLayout kLinkNameLayout = {{1, kCode, offsetof(NameStoreRecord, Code)},
+                                          {3, kByte, offsetof(NameStoreRecord, LinkNumber)},
+                                          {4, kName, offsetof(NameStoreRecord, Name)}};
+
+constexpr SourceLayout kLinkSpeedLayout = {{1, kCode, offsetof(LinkSpeedRecord, LinkCode)},
+                                           {2, kCode, offsetof(LinkSpeedRecord, NodeA)},
+                                           {3, kCode, offsetof(LinkSpeedRecord, NodeB)},
+                                           {4, kSpeedA, offsetof(LinkSpeedRecord, SpeedA)},
+                                           {5, kSpeedB, offsetof(LinkSpeedRecord, SpeedB)},
+                                           {6, kWord, offsetof(LinkSpeedRecord, Value)}};
+
+constexpr SourceLayout kNodeTrfLayout = {{1, kCode, offsetof(RuleStoreRecord, NodeCode)},
+                                         {2, kCode, offsetof(RuleStoreRecord, InLink)},
+                                         {3, kCode, offsetof(RuleStoreRecord, OutLink)},
+                                         {4, kWord, offsetof(RuleStoreRecord, Kind)}};
+
+constexpr SourceLayout kLinkTrfLayout = {{1, kCode, offsetof(OneWayStoreRecord, LinkCode)},
+                                         {2, kCode, offsetof(OneWayStoreRecord, FirstNode)},
+                                         {3, kCode, offsetof(OneWayStoreRecord, SecondNode)},
+                                         {4, kWord, offsetof(OneWayStoreRecord, FirstFlag)},
+                                         {5, kWord, offsetof(OneWayStoreRecord, SecondFlag)}};
 
 }  // namespace
 
 int BRN_ZAT_ReadNodeRecord(LineReader& file, NodeStoreRecord* record, int code_length) {
-  constexpr int kFirstLink = 5;
-  return ReadFields(file, record, [&](int column, std::string_view field) {
-    switch (column) {
-      case 1:
-        record->NodeCode = ParseCode(field, code_length);
-        break;
-      case 2:
-        record->NodeAttrWord = ParseWord(field);
-        break;
-      case 3:
-        record->PartnerCode = ParseCode(field, code_length);
-        break;
-      case 14:
-      case 15:
-        record->X = FRD_ParseFixed6(field);
-        break;
-      default:
-        if (column >= kFirstLink && column < kFirstLink + kSlots) {
-          record->ConnLinkCode[column - kFirstLink] = ParseCode(field, code_length);
-        }
-    }
-  });
+  return ReadSourceRecord(file, kNodeLayout, {code_length}, record);
 }
 
 int BRN_ZAT_ReadNodeNameFromNode(LineReader& file, NameStoreRecord* record, int code_length) {
-  return ReadNameRecord(file, record, code_length, {2, 0, 13});
+  return ReadSourceRecord(file, kNodeNameInNodeLayout, {code_length}, record);
 }
 
 int BRN_ZAT_ReadNodeName(LineReader& file, NameStoreRecord* record, int code_length) {
-  return ReadNameRecord(file, record, code_length, {2, 0, 3});
+  return ReadSourceRecord(file, kNodeNameLayout, {code_length}, record);
 }
 
 int BRN_ZAT_ReadNodeXY(LineReader& file, NodeXYRecord* record, int code_length) {
-  return ReadFields(file, record, [&](int column, std::string_view field) {
-    if (column == 1) {
-      record->Code = ParseCode(field, code_length);
-    } else if (column == 2) {
-      record->X = FRD_ParseFixed6(field);
-    } else if (column == 3) {
-      record->Y = FRD_ParseFixed6(field);
-    }
-  });
+  return ReadSourceRecord(file, kNodeXYLayout, {code_length}, record);
 }
 
 int BRN_ZAT_ReadLinkRecord(LineReader& file, LinkStoreRecord* record, int code_length,
                            DefaultSpeeds defaults) {
-  // Rows that end early still get the defaults only in the columns that they have.
-  return ReadFields(file, record, [&](int column, std::string_view field) {
-    switch (column) {
-      case 1:
-        record->LinkCode = ParseCode(field, code_length);
-        break;
-      case 2:
-        record->RoadKind = ParseShort(field);
-        break;
-      case 3:
-        record->CityCode = static_cast<uint32_t>(FRD_ParseInt(field));
-        break;
-      case 4:
-        record->Value3 = ParseWord(field);
-        break;
-      case 5:
-        record->Value4 = ParseWord(field);
-        break;
-      case 6:
-        record->Value5 = ParseWord(field);
-        break;
-      case 7:
-        record->Value6 = ParseShort(field);
-        break;
-      case 8:
-        record->NodeA = ParseCode(field, code_length);
-        break;
-      case 9:
-        record->NodeB = ParseCode(field, code_length);
-        break;
-      case 10:
-        record->SpeedA = ParseSpeed(field, defaults.a);
-        break;
-      case 11:
-        record->SpeedB = ParseSpeed(field, defaults.b);
-        break;
-      case 12:
-        record->RoadFlag = ParseShort(field);
-        break;
-      default:
-        break;
-    }
-  });
+  return ReadSourceRecord(file, kLinkLayout, {code_length, defaults}, record);
 }
 
 int BRN_ZAT_ReadLinkNameFromLink(LineReader& file, NameStoreRecord* record, int code_length) {
-  return ReadNameRecord(file, record, code_length, {0, 13, 14});
+  return ReadSourceRecord(file, kLinkNameInLinkLayout, {code_length}, record);
 }
 
 int BRN_ZAT_ReadLinkName(LineReader& file, NameStoreRecord* record, int code_length) {
-  return ReadNameRecord(file, record, code_length, {0, 3, 4});
+  return ReadSourceRecord(file, kLinkNameLayout, {code_length}, record);
 }
 
 int BRN_ZAT_ReadLinkSpeed(LineReader& file, LinkSpeedRecord* record, int code_length,
                           DefaultSpeeds defaults) {
-  return ReadFields(file, record, [&](int column, std::string_view field) {
-    switch (column) {
-      case 1:
-        record->LinkCode = ParseCode(field, code_length);
-        break;
-      case 2:
-        record->NodeA = ParseCode(field, code_length);
-        break;
-      case 3:
-        record->NodeB = ParseCode(field, code_length);
-        break;
-      case 4:
-        record->SpeedA = ParseSpeed(field, defaults.a);
-        break;
-      case 5:
-        record->SpeedB = ParseSpeed(field, defaults.b);
-        break;
-      case 6:
-        record->Value = ParseWord(field);
-        break;
-      default:
-        break;
-    }
-  });
+  return ReadSourceRecord(file, kLinkSpeedLayout, {code_length, defaults}, record);
 }
 
 int BRN_ZAT_ReadNodeTrf(LineReader& file, RuleStoreRecord* record, int code_length) {
-  return ReadFields(file, record, [&](int column, std::string_view field) {
-    switch (column) {
-      case 1:
-        record->NodeCode = ParseCode(field, code_length);
-        break;
-      case 2:
-        record->InLink = ParseCode(field, code_length);
-        break;
-      case 3:
-        record->OutLink = ParseCode(field, code_length);
-        break;
-      case 4:
-        record->Kind = ParseWord(field);
-        break;
-      default:
-        break;
-    }
-  });
+  return ReadSourceRecord(file, kNodeTrfLayout, {code_length}, record);
 }
 
 int BRN_ZAT_ReadLinkTrf(LineReader& file, OneWayStoreRecord* record, int code_length) {
-  return ReadFields(file, record, [&](int column, std::string_view field) {
-    switch (column) {
-      case 1:
-        record->LinkCode = ParseCode(field, code_length);
-        break;
-      case 2:
-        record->FirstNode = ParseCode(field, code_length);
-        break;
-      case 3:
-        record->SecondNode = ParseCode(field, code_length);
-        break;
-      case 4:
-        record->FirstFlag = ParseWord(field);
-        break;
-      case 5:
-        record->SecondFlag = ParseWord(field);
-        break;
-      default:
-        break;
-    }
-  });
+  return ReadSourceRecord(file, kLinkTrfLayout, {code_length}, record);
 }
 
 }  // namespace zatlib

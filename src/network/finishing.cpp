@@ -6,6 +6,7 @@
 #include "frd/files.h"
 #include "frd/key_tree.h"
 #include "frd/log.h"
+#include "frd/long_pass.h"
 #include "frd/memory.h"
 #include "network/network_data.h"
 #include "network/network_files.h"
@@ -106,6 +107,7 @@ int FinishNodeAttribute(WindowHandle owner, const char* control_file, int64_t* n
     return 0;
   }
   for (uint64_t i = 0; i < static_cast<uint64_t>(n); ++i) {
+    if (CancelledAt(static_cast<int64_t>(i))) return 0;
     const uint8_t attribute = NodeAttribute(node_links[i], link_names.data(), l, &connections[i]);
     attributes[i] = attribute;
     node_names[i].Attribute = attribute;
@@ -191,6 +193,7 @@ int FinishNames(WindowHandle owner, const char* control_file, const NameTexts& t
   KeyTree tree;
   tree.Build(index.data(), n);
   for (uint64_t i = 0; i < static_cast<uint64_t>(counts->stored); ++i) {
+    if (CancelledAt(static_cast<int64_t>(i))) return 0;
     const int64_t found = tree.Find(store[i].Code.AsDouble());
     const int32_t number = found < 0 ? -1 : index[static_cast<uint64_t>(found)].Number;
     if (number < 0 || number >= n) continue;

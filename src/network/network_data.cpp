@@ -5,6 +5,7 @@
 #include "frd/key_tree.h"
 #include "frd/keyed_table.h"
 #include "frd/log.h"
+#include "frd/long_pass.h"
 
 namespace zatlib {
 namespace {
@@ -87,8 +88,9 @@ int CheckDummyLinkNodes(WindowHandle owner, const DummyCheckTexts& texts, Nodes&
     return 0;
   }
   for (int32_t i = 0; i < links.count; ++i) {
-    if (texts.progress != nullptr && i % kStatusInterval == 0 &&
-        SetStatusNumber(texts.progress, i) == 0) {
+    if (texts.progress == nullptr
+            ? CancelledAt(i)
+            : i % kStatusInterval == 0 && SetStatusNumber(texts.progress, i) == 0) {
       return 0;
     }
     const LinkStoreRecord* link = links.At(i);
@@ -175,9 +177,10 @@ struct NetworkBuilder {
     return found < 0 ? -1 : index[found].Number;
   }
 
-  // Shows progress and tests for cancel every 10,000 records through files.
+  // Tests for cancel now and then; shows progress too, every 10,000 records, through files.
   bool GoesOn(const char* progress, int32_t i) {
-    return progress == nullptr || i % kStatusInterval != 0 || SetStatusNumber(progress, i) != 0;
+    if (progress == nullptr) return !CancelledAt(i);
+    return i % kStatusInterval != 0 || SetStatusNumber(progress, i) != 0;
   }
 
   const NodeStoreRecord* NodeAt(int32_t i) {

@@ -2,6 +2,7 @@
 
 #include "frd/control.h"
 #include "frd/log.h"
+#include "frd/long_pass.h"
 #include "network/road_attributes.h"
 #include "network/workstore/index_sort.h"
 
@@ -46,6 +47,7 @@ int LoadStore(WindowHandle owner, const LoadTexts& texts, const char* control_fi
     }
   }
   for (int64_t i = 0; i < count && result != 0; ++i) {
+    if (CancelledAt(i)) result = 0;
     const Record* record = store.At(i);
     if (record == nullptr) {
       ReportError(owner, texts.file_title, texts.not_read, path.c_str(), static_cast<long>(i));
@@ -136,8 +138,9 @@ int FillNodeData(WindowHandle owner, const NodeDataTexts& texts, Nodes& nodes,
     return 0;
   }
   for (int32_t i = 0; i < nodes.count; ++i) {
-    if (texts.progress != nullptr && i % kStatusInterval == 0 &&
-        SetStatusNumber(texts.progress, i) == 0) {
+    if (texts.progress == nullptr
+            ? CancelledAt(i)
+            : i % kStatusInterval == 0 && SetStatusNumber(texts.progress, i) == 0) {
       return 0;
     }
     const NodeStoreRecord* node = nodes.At(i);
@@ -204,8 +207,9 @@ int FillLinkData(WindowHandle owner, const LinkDataTexts& texts, Links& links,
     return 0;
   }
   for (int32_t i = 0; i < links.count; ++i) {
-    if (texts.progress != nullptr && i % kStatusInterval == 0 &&
-        SetStatusNumber(texts.progress, i) == 0) {
+    if (texts.progress == nullptr
+            ? CancelledAt(i)
+            : i % kStatusInterval == 0 && SetStatusNumber(texts.progress, i) == 0) {
       return 0;
     }
     const LinkStoreRecord* link = links.At(i);

@@ -9,6 +9,7 @@
 #include "frd/files.h"
 #include "frd/key_tree.h"
 #include "frd/log.h"
+#include "frd/long_pass.h"
 #include "network/workstore/index_sort.h"
 #include "network/workstore/store_file.h"
 #include "network/workstore/work_stores.h"
@@ -69,6 +70,7 @@ int CheckDuplicates(WindowHandle owner, const char* path, int code_length,
     return 0;
   }
   for (int64_t i = 0; i < count; ++i) {
+    if (CancelledAt(i)) return 0;
     const Record* record = store.At(i);
     if (record == nullptr) {
       ReportError(owner, kFileTitle, texts.not_read, path, static_cast<long>(i));
@@ -127,6 +129,7 @@ int CollectEndNodes(WindowHandle owner, const char* path, SortedCodes* ends) {
     return 0;
   }
   for (int64_t i = 0; i < count; ++i) {
+    if (CancelledAt(i)) return 0;
     const LinkStoreRecord* link = links.At(i);
     if (link == nullptr) {
       ReportShortStore(owner, "LinkStorage", i, count);
@@ -150,6 +153,7 @@ int KillUnusedNodes(WindowHandle owner, const char* path, const SortedCodes& end
   *node_count = nodes.count();
   const CodeSet end_nodes(ends);
   for (int64_t i = 0; i < nodes.count(); ++i) {
+    if (CancelledAt(i)) return 0;
     NodeStoreRecord* node = nodes.At(i);
     if (node == nullptr) {
       ReportShortStore(owner, "NodeStorage", i, nodes.count());
@@ -264,6 +268,7 @@ int JoinPartners(WindowHandle owner, const SortedCodes& list, const char* contro
     return 0;
   }
   for (int64_t i = 0; i < nodes.count(); ++i) {
+    if (CancelledAt(i)) return 0;
     NodeStoreRecord* node = nodes.At(i);
     if (node == nullptr) {
       ReportError(owner, kFileTitle, "Can't read the NodeStore(%s) at %ld!", node_path.c_str(),
@@ -389,6 +394,7 @@ int BRN_MakeDrotenNodeIndex(WindowHandle owner, SortedCodes* list, const char* c
     }
   }
   for (int64_t i = 0; i < count && result != 0; ++i) {
+    if (CancelledAt(i)) result = 0;
     const NodeStoreRecord* node = nodes.At(i);
     if (node == nullptr) {
       ReportError(owner, kTitle, "Can't read the NodeStore(%s) at %ld!", path.c_str(),
@@ -433,6 +439,7 @@ int BRN_CheckLinkStore(WindowHandle owner, const SortedCodes& nodes, const char*
   }
   const CodeSet known(nodes);
   for (int64_t i = 0; i < links.count() && result != 0; ++i) {
+    if (CancelledAt(i)) result = 0;
     LinkStoreRecord* link = links.At(i);
     if (link == nullptr) {
       ReportShortStore(owner, "LinkStorage", i, links.count());

@@ -164,7 +164,7 @@ class SmallBuild : public LibraryTest {
     const std::string path = folder_ / name;
     WriteBytes(path, bytes);
     sources_[path] = bytes;
-    char key[16];
+    char key[32];
     std::snprintf(key, sizeof key, "FILE%02d=", ++files_[section]);
     Set(section, key + path);
     return path;

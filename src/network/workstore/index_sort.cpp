@@ -1,37 +1,37 @@
 #include "network/workstore/index_sort.h"
 
 #include "frd/control.h"
+#include "frd/long_pass.h"
 
 namespace zatlib {
 namespace {
 
 template <typename Record, typename KeyOf>
-void SortAndVerify(WindowHandle owner, const char* title, const char* format, int64_t count,
-                   Record* records, KeyOf key_of) {
-  if (count < 2) return;
-  SortRecords(records, count, key_of);
+int SortAndVerify(WindowHandle owner, const char* title, const char* format, int64_t count,
+                  Record* records, KeyOf key_of) {
+  if (count < 2) return 1;
+  if (SortUnlessCancelled(records, count, key_of) == 0) return 0;
   for (int64_t i = 1; i < count; ++i) {
     if (key_of(records[i - 1]) > key_of(records[i])) {
       ReportError(owner, title, format, key_of(records[i - 1]), static_cast<long>(i - 1),
                   key_of(records[i]), static_cast<long>(i));
     }
   }
+  return 1;
 }
 
 }  // namespace
 
 int BRN_SortIndex(WindowHandle owner, int64_t count, FeatureCode* codes) {
   if (BRN_SetStatus("Sorting The Index") == 0) return 0;
-  SortAndVerify(owner, "Sort Error", "%.20e(Rec=%ld) > %.20e(Rec=%ld)", count, codes,
-                [](FeatureCode code) { return code.AsDouble(); });
-  return 1;
+  return SortAndVerify(owner, "Sort Error", "%.20e(Rec=%ld) > %.20e(Rec=%ld)", count, codes,
+                       [](FeatureCode code) { return code.AsDouble(); });
 }
 
 int BRN_SortCommonIndex(int64_t count, KeyedRecord* records) {
   if (BRN_SetStatus("Sorting The Common Index") == 0) return 0;
-  SortAndVerify(nullptr, "Common Index Sort Error!", "%.20e(Rec=%ld) > %.20e(Rec=%ld) !", count,
-                records, [](const KeyedRecord& record) { return record.key; });
-  return 1;
+  return SortAndVerify(nullptr, "Common Index Sort Error!", "%.20e(Rec=%ld) > %.20e(Rec=%ld) !",
+                       count, records, [](const KeyedRecord& record) { return record.key; });
 }
 
 }  // namespace zatlib

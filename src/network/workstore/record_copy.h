@@ -5,6 +5,7 @@
 
 #include "frd/control.h"
 #include "frd/files.h"
+#include "frd/long_pass.h"
 
 namespace zatlib {
 
@@ -27,7 +28,7 @@ enum class ReadResult {
 
 // Texts and counts of one copy.
 struct CopyProgress {
-  const char* status = nullptr;  // with a %d for the running number; null = no progress
+  const char* status = nullptr;  // with a %d for the running number; null = shows nothing
   int64_t interval = 1;          // records between two looks at the user
   int64_t records = 0;           // records read so far
 };
@@ -48,6 +49,10 @@ CopyResult CopyRecords(const LineReader& source, RecordWriter& store, CopyProgre
     }
     if (progress->status != nullptr && progress->records % progress->interval == 0 &&
         SetStatusNumber(progress->status, progress->records) == 0) {
+      result = CopyResult::kCancelled;
+      break;
+    }
+    if (progress->status == nullptr && CancelledAt(progress->records)) {
       result = CopyResult::kCancelled;
       break;
     }

@@ -1,11 +1,11 @@
-// What the record readers of both formats share: a source line taken apart into a record.
+// What the record readers of both formats share: layouts of source lines as tables, and the one
+// reader that fills a record by them.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
-#include <cstring>
-#include <string_view>
+#include <initializer_list>
 
-#include "frd/fields.h"
 #include "frd/files.h"
 #include "network/workstore/work_stores.h"
 
@@ -20,41 +20,74 @@ struct DefaultSpeeds {
 // [DEFAULTSPEED] SPEEDA and SPEEDB of the control file, default 0.
 DefaultSpeeds ReadDefaultSpeeds(const char* control_file);
 
-// Clears the record, reads the next line (at most `line_size` bytes, its end included) and hands
-// every field with its column (from 1), the first `columns` ones only, to `take`. Returns 1, or 0
-// at the end of the file.
-inline constexpr int kAllColumns = INT32_MAX;
-template <typename Record, typename Take>
-int ReadFields(LineReader& file, Record* record, Take take, uint32_t line_size = kLineSize,
-               int columns = kAllColumns) {
-  *record = Record{};
-  std::string_view line;
-  if (FRD_ReadLine(file, line_size, &line) == 0) return 0;
-  FieldCursor fields(line, &file);
-  std::string_view field;
-  for (int column = 1; column <= columns && fields.Next(&field); ++column) take(column, field);
-  return 1;
-}
+// What a column of a source line holds, and how it gets into a record.
+enum class FieldKind : uint8_t {
+  kIgnored,
+  kCode,         // a whole code, parsed by the code length
+  kAreaCode,     // a number within the line's area; 0 means none and stays 0
+  kPartnerCode,  // the same with the line's partner area
+  kFullCode,     // a number within the line's area, composed even when it is 0
+  kArea,         // the area number; goes into no field
+  kPartnerArea,
+  kWord,        // an integer of 16 bits
+  kLong,        // of 32 bits
+  kByte,        // of 8 bits
+  kCoordinate,  // degrees, stored as millionths
+  kSpeedA,      // an integer of 16 bits; 0 takes the default, a negative number gives 0
+  kSpeedB,
+  kName  // at most 20 bytes, cut on whole characters
+};
 
-// Integer fields, cut to the width of their place in a record.
-inline uint16_t ParseWord(std::string_view field) {
-  return static_cast<uint16_t>(FRD_ParseInt(field));
-}
-inline int16_t ParseShort(std::string_view field) {
-  return static_cast<int16_t>(FRD_ParseInt(field));
-}
+// Where a column (from 1) goes: the byte offset of the field in the record.
+struct SourceColumn {
+  int column;
+  FieldKind kind;
+  size_t offset;
+};
 
-// A speed column: 0 takes the default, a negative number gives 0.
-inline uint16_t ParseSpeed(std::string_view field, uint16_t default_speed) {
-  const int32_t speed = FRD_ParseInt(field);
-  if (speed < 0) return 0;
-  return speed == 0 ? default_speed : static_cast<uint16_t>(speed);
-}
+// A layout of source lines: entry i says what column i + 1 holds. Columns behind the last entry are
+// ignored; they are not even split off when `reads_rest` is false.
+struct SourceLayout {
+  static constexpr int kMaxColumns = 16;
+  struct Entry {
+    FieldKind kind = FieldKind::kIgnored;
+    uint16_t offset = 0;
+  };
+  Entry entries[kMaxColumns] = {};
+  int columns = 0;
+  bool reads_rest = true;
 
-// A name column: at most 20 bytes, cut on whole characters.
-inline void TakeName(std::string_view field, NameStoreRecord* record) {
-  const std::string_view name = FRD_CutText(field, kNameSize);
-  std::memcpy(record->Name, name.data(), name.size());
+  consteval SourceLayout(std::initializer_list<SourceColumn> list, bool rest = true)
+      : reads_rest(rest) {
+    for (const SourceColumn& source : list) {
+      entries[source.column - 1] = {source.kind, static_cast<uint16_t>(source.offset)};
+      if (source.column > columns) columns = source.column;
+    }
+  }
+};
+
+// What the parsing of a line depends on besides its layout.
+struct SourceRules {
+  int code_length;
+  DefaultSpeeds defaults = {0, 0};
+  uint32_t line_size = kLineSize;  // bytes of a line, its end included
+};
+
+// The area number that a line gave, 0 without one.
+struct LineAreas {
+  int area = 0;
+  int partner = 0;
+};
+
+// Clears the record (`size` bytes), reads the next line and fills the record's fields by the
+// layout. Returns 1, or 0 at the end of the file. `areas` (may be null) receives the line's areas.
+int ReadSourceRecord(LineReader& file, const SourceLayout& layout, const SourceRules& rules,
+                     void* record, size_t size, LineAreas* areas);
+
+template <typename Record>
+int ReadSourceRecord(LineReader& file, const SourceLayout& layout, const SourceRules& rules,
+                     Record* record, LineAreas* areas = nullptr) {
+  return ReadSourceRecord(file, layout, rules, record, sizeof(Record), areas);
 }
 
 }  // namespace zatlib
