@@ -8,6 +8,7 @@
 #include "frd/control.h"
 #include "frd/files.h"
 #include "frd/log.h"
+#include "frd/long_pass.h"
 #include "frd/whole_file.h"
 #include "platform/profile.h"
 
@@ -20,6 +21,7 @@ constexpr char kLimitSection[] = "ROADFLAG";
 constexpr double kDegreesPerUnit = 1000000.0;  // coordinates are millionths of a degree
 constexpr int kDefaultRight = 45;              // degrees
 constexpr int kDefaultLeft = 135;              // degrees
+constexpr int64_t kLookInterval = 1024;        // nodes between two looks for a cancel
 constexpr uint32_t kWritePart = 1u << 30;      // bytes of one system write at most
 
 // A shape holder in page memory, so that a machine without memory is noticed and not met by an
@@ -261,6 +263,7 @@ int MM_RightTurnWeightMain(const TurnTables& tables, SlotBytes* weights, const c
   ShapePoint points[kMaxShapePoints];
   NodeTurns turns;
   for (int64_t n = 0; n < tables.node_count; ++n) {
+    if (CancelledAt(n, kLookInterval)) return 0;
     weights[n] = {};
     if (tables.nodes[n].OtherNode[0] < 0 || tables.nodes[n].OtherNode[1] < 0 ||
         tables.nodes[n].OtherNode[2] < 0) {
@@ -322,6 +325,10 @@ int MM_CreateRightTurnWeight(WindowHandle owner, const char* control_file) {
                 static_cast<long long>(tables.node_count * 8 + 16));
   }
   if (MM_RightTurnWeightMain(tables, weights.data(), folder) == 0) {
+    if (BRN_SetStatus(nullptr) == 0) {
+      LogBuild(" *** Creating Right Turn Weight : End ERROR *** ");
+      return 0;
+    }
     return Fail(owner, "Internal logic error in MM_RightTurnWeightMain");
   }
   if (SaveWeights(owner, folder, weights.data(), tables.node_count) == 0) return 0;

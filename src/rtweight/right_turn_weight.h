@@ -68,7 +68,8 @@ int MM_SUB_LoadLinkCodes(int64_t link_count, FeatureCode* codes, const char* con
 
 // Sets the weights of every node: `weights` holds one record per node, those of nodes with fewer
 // than 3 neighbours become 0. The angles come from linkdef.dat in `folder` ([ROADFLAG]
-// RTWEIGHT_RIGHT, default 45 degrees, and RTWEIGHT_LEFT, default 135). Returns 1.
+// RTWEIGHT_RIGHT, default 45 degrees, and RTWEIGHT_LEFT, default 135). Returns 1, or 0 when the
+// user has cancelled.
 int MM_RightTurnWeightMain(const TurnTables& tables, SlotBytes* weights, const char* folder);
 
 // Looks up a node's neighbours and the ends of its links, once for all of its turns. `points` has

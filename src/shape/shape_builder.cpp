@@ -9,6 +9,7 @@
 #include "frd/fields.h"
 #include "frd/files.h"
 #include "frd/keyed_table.h"
+#include "frd/long_pass.h"
 #include "frd/mif_text.h"
 #include "platform/profile.h"
 #include "shape/shape_output.h"
@@ -204,11 +205,25 @@ Outcome CopyLine(Source& source, std::string_view line, int record) {
   return Outcome::kEnd;
 }
 
+// Counts the records of the MID, 0 when it cannot be opened. Returns 0 when the user has cancelled.
+int CountRecords(Source& source) {
+  LineReader mid;
+  std::string_view line;
+  int64_t count = 0;
+  if (mid.Open(source.mid_path)) {
+    while (FRD_ReadLine(mid, kLineSize, &line) != 0) {
+      if (CancelledAt(count++)) return 0;
+    }
+  }
+  source.line_count = count;
+  return 1;
+}
+
 // Shows how far the file is. Returns 0 when the user has cancelled.
 int ShowRecord(Source& source, int64_t record) {
   const ShapeContext& cs = *source.cs;
   if (!FRD_IsDialogOpen()) return BRN_SetStatus(nullptr);
-  if (source.line_count < 0) source.line_count = FRD_CountLines(source.mid_path);
+  if (source.line_count < 0 && CountRecords(source) == 0) return 0;
   const ShapeIndexEntry& entry = source.output.last_entry();
   char text[512];
   FRD_Format(text, sizeof text, "Reading Shape=%d / %d\r\n[%s %ld %ld]", static_cast<int>(record),
@@ -438,8 +453,11 @@ int SHAPE_FinishShapeIndex(ShapeContext* cs) {
   PageArray<ShapeIndexEntry> entries;
   int64_t count = 0;
   if (LoadIndex(path.c_str(), &entries, &count) == 0) return 0;
-  SortRecords(entries.data(), count,
-              [](const ShapeIndexEntry& entry) { return entry.Code.AsDouble(); });
+  if (SortUnlessCancelled(entries.data(), count, [](const ShapeIndexEntry& entry) {
+        return entry.Code.AsDouble();
+      }) == 0) {
+    return 0;
+  }
   ShapeTotals totals;
   if (AddUpEntries(entries.data(), count, CodeTextLength(*cs), &totals) == 0) return 0;
   switch (SaveFile(path.c_str(), entries.data(),

@@ -11,7 +11,8 @@
 namespace zatlib {
 
 // Sorts a list of codes (8 bytes each). Shows "Sorting The Index". Returns 1, or 0 when the user
-// cancelled (the codes are then in no order). A pair found out of order is reported and otherwise ignored.
+// cancelled (the codes are then in no order). A pair found out of order is reported and otherwise
+// ignored.
 int BRN_SortIndex(WindowHandle owner, int64_t count, FeatureCode* codes);
 
 // The same over index records (16 bytes each, ordered by their first 8 bytes). Shows "Sorting The
