@@ -12,4 +12,12 @@ inline constexpr int kExitUsage = 2;
 // Adds `zatmap build`; when it is chosen, `*exit_status` receives the program's.
 void AddBuildCommand(CLI::App& app, int* exit_status);
 
+// The same for `zatmap check`, which looks at the data before a build.
+void AddCheckCommand(CLI::App& app, int* exit_status);
+
+// The same for the subcommands that look at a map: `zatmap info`, `verify` and `dump`.
+void AddInfoCommand(CLI::App& app, int* exit_status);
+void AddVerifyCommand(CLI::App& app, int* exit_status);
+void AddDumpCommand(CLI::App& app, int* exit_status);
+
 }  // namespace zatmap

@@ -1,4 +1,4 @@
-// zatmap: builds calc map data from the command line.
+// zatmap: builds calc map data and looks at it, from the command line.
 #include "commands.h"
 
 int main(int argc, char** argv) {
@@ -7,10 +7,15 @@ int main(int argc, char** argv) {
   app.set_version_flag("--version", "zatmap 4.0.8.5");
   app.require_subcommand(1);
   app.footer(
-      "Exit status: 0 done, 1 the build failed or was cancelled, 2 wrong usage.\n"
-      "Example: zatmap build control.ini");
+      "Exit status: 0 done, 1 failed, cancelled or errors found, 2 wrong usage.\n"
+      "Example: zatmap build control.ini\n"
+      "Each subcommand has a --help with an example.");
   int exit_status = zatmap::kExitDone;
   zatmap::AddBuildCommand(app, &exit_status);
+  zatmap::AddCheckCommand(app, &exit_status);
+  zatmap::AddInfoCommand(app, &exit_status);
+  zatmap::AddVerifyCommand(app, &exit_status);
+  zatmap::AddDumpCommand(app, &exit_status);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
