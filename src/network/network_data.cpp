@@ -350,6 +350,8 @@ struct NetworkBuilder {
   }
 
   int Save(const char* name, const char* error, const void* data, uint64_t size) {
+    // Several large files in a row.
+    if (BRN_SetStatus(nullptr) == 0) return 0;
     const PathText path = OutputPath(control_file, name);
     if (SaveFile(path.c_str(), data, size) == SaveResult::kSaved) return 1;
     ReportError(owner, "File Error", error, path.c_str());
