@@ -70,6 +70,7 @@ enum class Kind : uint8_t {
   kCodeZeroTwice,
   kCodeTwice,
   kAreaRange,
+  kNumberLong,
   kCityRange,
   // References between nodes and links.
   kLinkNodeMissing,

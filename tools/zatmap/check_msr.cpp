@@ -28,10 +28,6 @@ constexpr double kExactNumbers = 9007199254740992.0;  // code length 18: they ar
 
 int Size(std::string_view text) { return static_cast<int>(std::min<size_t>(text.size(), 80)); }
 
-bool IsTitleRow(const Source& source, const Row& row) {
-  return source.line() == 1 && IsTitle(row[1]);
-}
-
 struct MsrCheck {
   Control& control;
   Findings& findings;
@@ -66,7 +62,7 @@ FeatureCode MsrCheck::Code(const Source& source, const Row& row, int32_t area, i
   if (number == 0.0) return {};
   const double limit = code_length == zatlib::kDecimalCode ? kNumbersOfArea : kExactNumbers;
   if (number >= limit) {
-    findings.Add(Kind::kAreaRange, source.Here(column), "number %.*s", Size(row[column]),
+    findings.Add(Kind::kNumberLong, source.Here(column), "number %.*s", Size(row[column]),
                  row[column].data());
   }
   return zatlib::ComposeCode(area, number, code_length);
@@ -76,7 +72,7 @@ void MsrCheck::PointRow(const Source& source, const Row& row) {
   CheckedNode& node = network.nodes.emplace_back();
   node.file = source.file();
   node.record = static_cast<uint32_t>(source.line());
-  if (IsTitleRow(source, row)) {
+  if (IsTitleRow(source, row, 1)) {
     CountZero(source, row, 1, &zero_nodes);
     return;
   }
@@ -127,7 +123,7 @@ void MsrCheck::SectionRow(const Source& source, const Row& row, DefaultSpeeds de
   CheckedLink& link = network.links.emplace_back();
   link.file = source.file();
   link.record = static_cast<uint32_t>(source.line());
-  if (IsTitleRow(source, row)) {
+  if (IsTitleRow(source, row, 1)) {
     CountZero(source, row, 1, &zero_links);
     return;
   }
@@ -191,27 +187,44 @@ void MsrCheck::Names() {
 }
 
 void MsrCheck::Conditions() {
-  ForEachRow(
-      control, "TUKOUJ", kConditionLayout,
-      [&](const Source& source, const Row& row) {
-        int ends_at = 0;
-        const int32_t area = zatlib::FRD_ParseInt(row[1]);
-        if (area < 1) ends_at = 1;
-        for (int column = 2; column <= 4 && ends_at == 0; ++column) {
-          if (zatlib::FRD_ParseDouble(row[column]) == 0.0) ends_at = column;
-        }
-        if (ends_at != 0) {
-          findings.Add(Kind::kTukoujEnds, source.Here(ends_at), "\"%.*s\"", Size(row[ends_at]),
-                       row[ends_at].data());
-          return;
-        }
-        CheckedNumber(source, row, 1, 1, kMostArea, Kind::kAreaRange);
-        const FeatureCode node = Code(source, row, area, 2);
-        const FeatureCode in_link = Code(source, row, area, 3);
-        const FeatureCode out_link = Code(source, row, area, 4);
-        CheckTurn(source, row, network, node, in_link, out_link, 2);
-      },
-      nullptr, kConditionLine);
+  const std::vector<std::string> files = control.Files("TUKOUJ", false);
+  for (size_t i = 0; i < files.size(); ++i) {
+    Source file(findings);
+    if (!control.Open(file, "TUKOUJ", static_cast<int>(i + 1), files[i], false)) continue;
+    Place end;  // the line that ends the file
+    std::string end_field;
+    int64_t lost = 0;  // rules behind it
+    ReadRows(
+        file, kConditionLayout,
+        [&](const Source& source, const Row& row) {
+          int ends_at = 0;
+          const int32_t area = zatlib::FRD_ParseInt(row[1]);
+          if (area < 1) ends_at = 1;
+          for (int column = 2; column <= 4 && ends_at == 0; ++column) {
+            if (zatlib::FRD_ParseDouble(row[column]) == 0.0) ends_at = column;
+          }
+          if (ends_at != 0) {
+            if (end.record == 0) {
+              end = source.Here(ends_at);
+              end_field = std::string(row[ends_at].substr(0, zatlib::kFieldLimit));
+            }
+            return;
+          }
+          if (end.record != 0) ++lost;
+          CheckedNumber(source, row, 1, 1, kMostArea, Kind::kAreaRange);
+          const FeatureCode node = Code(source, row, area, 2);
+          const FeatureCode in_link = Code(source, row, area, 3);
+          const FeatureCode out_link = Code(source, row, area, 4);
+          CheckTurn(source, row, network, node, in_link, out_link, 2);
+        },
+        kConditionLine);
+    if (lost > 0) {
+      findings.Add(Kind::kTukoujEnds, end, "\"%s\", and %lld rules follow", end_field.c_str(),
+                   static_cast<long long>(lost));
+    } else if (end.record != 0) {
+      findings.Add(Kind::kCodeZero, end, "\"%s\", the last line that counts", end_field.c_str());
+    }
+  }
 }
 
 void MsrCheck::Shapes(int64_t limit) {

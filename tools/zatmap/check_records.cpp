@@ -20,15 +20,19 @@ uint16_t SpeedOf(std::string_view field, uint16_t default_speed) {
   return speed == 0 ? default_speed : static_cast<uint16_t>(speed);
 }
 
+bool IsTitleRow(const Source& source, const Row& row, int column) {
+  return IsTitle(row[column]) && (source.line() == 1 || IsTitle(row[column + 1]));
+}
+
 bool IsHeaderRow(const Source& source, const Row& row, int column) {
-  if (source.line() != 1 || !IsTitle(row[column])) return false;
+  if (!IsTitleRow(source, row, column)) return false;
   source.findings().Add(Kind::kHeaderLine, source.Here(column), "\"%.*s\"", Size(row[column]),
                         row[column].data());
   return true;
 }
 
 void CountZero(const Source& source, const Row& row, int column, int64_t* zeros) {
-  const bool title = source.line() == 1 && IsTitle(row[column]);
+  const bool title = IsTitleRow(source, row, column);
   const bool first = ++*zeros == 1;
   const Kind kind = title ? (first ? Kind::kHeaderLine : Kind::kHeaderLineTwice)
                           : (first ? Kind::kCodeZero : Kind::kCodeZeroTwice);
@@ -43,7 +47,7 @@ void CountZero(const Source& source, const Row& row, int column, int64_t* zeros)
 FeatureCode StoreCode(const Source& source, const Row& row, int column, int code_length,
                       int64_t* zeros) {
   const std::string_view field = row[column];
-  if (source.line() == 1 && IsTitle(field)) {
+  if (IsTitleRow(source, row, column)) {
     CountZero(source, row, column, zeros);
     return {};
   }

@@ -28,7 +28,10 @@ struct DefaultSpeeds {
 // The speed that the library takes from a column: 0 gives the default, a negative number 0.
 uint16_t SpeedOf(std::string_view field, uint16_t default_speed);
 
-// True for the first line of a file when it holds titles (a finding).
+// True for a row of column titles, wherever it stands.
+bool IsTitleRow(const Source& source, const Row& row, int column);
+
+// The same, and a finding when it is one.
 bool IsHeaderRow(const Source& source, const Row& row, int column);
 
 // A node's name from a row; a finding when nobody has the code.
@@ -48,7 +51,7 @@ int64_t ReadRows(Source& source, const Layout& layout, Take take,
   Row row;
   while (source.Next(line_size, &line)) {
     Split(source, line, layout, &row);
-    if (!line.empty() && !(source.line() == 1 && IsTitle(row[1]))) {
+    if (!line.empty() && !IsTitleRow(source, row, 1)) {
       CheckColumns(source, row, layout);
     }
     take(source, row);

@@ -69,7 +69,7 @@ void ZatCheck::NodeRow(const Source& source, const Row& row, bool names_here) {
   node.file = source.file();
   node.record = static_cast<uint32_t>(source.line());
   node.code = StoreCode(source, row, 1, code_length, &zero_nodes);
-  if (source.line() == 1 && IsTitle(row[1])) return;
+  if (IsTitleRow(source, row, 1)) return;
   CheckedNumber(source, row, 2, 0, kMostWord);
   node.partner = CheckedCode(source, row, 3, code_length);
   for (int slot = 0; slot < zatlib::kSlots; ++slot) {
@@ -109,16 +109,16 @@ void ZatCheck::NodeFile(int number, const std::string& path) {
   zatlib::FRD_MakeMidPath(path.c_str(), mid.text);
   const bool names_here = path == mid.c_str();
   bool reported = false;
-  ReadRows(data, names_here ? kNodeMidLayout : kNodeTextLayout,
-           [&](const Source& source, const Row& row) {
-             NodeRow(source, row, names_here);
-             if (!reported && (!row[14].empty() || !row[15].empty()) &&
-                 !(source.line() == 1 && IsTitle(row[1]))) {
-               reported = true;
-               findings.Add(Kind::kColumnsToX, source.Here(row[15].empty() ? 14 : 15),
-                            "here and in the records behind");
-             }
-           });
+  ReadRows(
+      data, names_here ? kNodeMidLayout : kNodeTextLayout,
+      [&](const Source& source, const Row& row) {
+        NodeRow(source, row, names_here);
+        if (!reported && (!row[14].empty() || !row[15].empty()) && !IsTitleRow(source, row, 1)) {
+          reported = true;
+          findings.Add(Kind::kColumnsToX, source.Here(row[15].empty() ? 14 : 15),
+                       "here and in the records behind");
+        }
+      });
 }
 
 void ZatCheck::Nodes() {
@@ -161,6 +161,9 @@ void ZatCheck::NodePlaces() {
           any = true;
           if (IsHeaderRow(source, row, 1)) return;
           const FeatureCode code = CheckedCode(source, row, 1, code_length);
+          for (int column = 2; column <= 3; ++column) {
+            if (row[column].empty()) findings.Add(Kind::kCoordText, source.Here(column), "\"\"");
+          }
           const int32_t x = CheckedCoordinate(findings, source.Here(2), row[2], false);
           const int32_t y = CheckedCoordinate(findings, source.Here(3), row[3], true);
           const int32_t found = network.FindNode(code);
@@ -198,7 +201,7 @@ void ZatCheck::LinkRow(const Source& source, const Row& row) {
   link.file = source.file();
   link.record = static_cast<uint32_t>(source.line());
   link.code = StoreCode(source, row, 1, code_length, &zero_links);
-  if (source.line() == 1 && IsTitle(row[1])) return;
+  if (IsTitleRow(source, row, 1)) return;
   const int32_t kind = CheckedNumber(source, row, 2, INT16_MIN, INT16_MAX);
   if (kind >= kReservedKind) findings.Add(Kind::kKindReserved, source.Here(2), "kind %d", kind);
   CheckedNumber(source, row, 3, INT32_MIN, INT32_MAX);
