@@ -15,9 +15,12 @@ void AddBuildCommand(CLI::App& app, int* exit_status);
 // The same for `zatmap check`, which looks at the data before a build.
 void AddCheckCommand(CLI::App& app, int* exit_status);
 
-// The same for the subcommands that look at a map: `zatmap info`, `verify` and `dump`.
+// The same for the subcommands that look at a map.
 void AddInfoCommand(CLI::App& app, int* exit_status);
 void AddVerifyCommand(CLI::App& app, int* exit_status);
 void AddDumpCommand(CLI::App& app, int* exit_status);
+void AddRouteCommand(CLI::App& app, int* exit_status);
+void AddViewCommand(CLI::App& app, int* exit_status);
+void AddExportCommand(CLI::App& app, int* exit_status);
 
 }  // namespace zatmap

@@ -16,6 +16,9 @@ int main(int argc, char** argv) {
   zatmap::AddInfoCommand(app, &exit_status);
   zatmap::AddVerifyCommand(app, &exit_status);
   zatmap::AddDumpCommand(app, &exit_status);
+  zatmap::AddRouteCommand(app, &exit_status);
+  zatmap::AddViewCommand(app, &exit_status);
+  zatmap::AddExportCommand(app, &exit_status);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {

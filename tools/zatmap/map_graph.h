@@ -19,6 +19,7 @@ class MapGraph {
 
   int64_t nodes() const { return nodes_.size(); }
   const zatlib::CalcNode& node(int64_t n) const { return nodes_[n]; }
+  const zatlib::SlotBytes& turns(int64_t n) const { return turns_[n]; }
   int32_t link(int64_t n, int slot) const { return links_[n].Link[slot]; }
   int used(int64_t n) const {
     int count = 0;
