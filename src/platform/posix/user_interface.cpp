@@ -30,7 +30,6 @@ struct Terminal {
   bool drawn = false;
   bool behind = false;  // the line shown is older than the status
   std::string status;
-  std::string shown_line;
   int percent = 0;
   Clock::time_point started;
   Clock::time_point last_drawn;
@@ -38,6 +37,32 @@ struct Terminal {
 Terminal g_terminal;
 
 void OnInterrupt(int) { g_interrupts = g_interrupts + 1; }
+
+// A status text of several lines as one.
+std::string OneLine(std::string text) {
+  text.erase(std::remove(text.begin(), text.end(), '\r'), text.end());
+  std::replace(text.begin(), text.end(), '\n', ' ');
+  return text;
+}
+
+// Cuts a UTF-8 text to what fits into that many columns of a terminal. Characters of three bytes,
+// the Japanese ones, take two.
+void CutToColumns(std::string* text, size_t columns) {
+  size_t used = 0;
+  for (size_t i = 0; i < text->size();) {
+    const auto lead = static_cast<unsigned char>((*text)[i]);
+    const size_t bytes = lead < 0xC0 ? 1 : lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
+    used += bytes < 3 ? 1 : 2;
+    if (used > columns) {
+      text->resize(i);
+      return;
+    }
+    i += bytes;
+  }
+}
+
+// The cursor's place and the "^C" that a terminal echoes.
+constexpr int kFreeColumns = 3;
 
 // One line: bar, percentage, elapsed time and status, cut to the terminal's width.
 void Draw(bool now) {
@@ -58,18 +83,13 @@ void Draw(bool now) {
   bar[kBar] = 0;
   std::snprintf(head, sizeof head, "[%s] %3d%% %02ld:%02ld ", bar, t.percent, seconds / 60,
                 seconds % 60);
-  std::string line = head + t.status;
-  for (char& c : line) {
-    if (c == '\r' || c == '\n') c = ' ';
-  }
+  std::string line = head + OneLine(t.status);
   winsize size{};
-  const size_t width = ::ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0
-                           ? static_cast<size_t>(size.ws_col) - 1
-                           : 79;
-  if (line.size() > width) line.resize(width);
+  const int columns =
+      ::ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0 ? size.ws_col : 80;
+  CutToColumns(&line, static_cast<size_t>(std::max(0, columns - kFreeColumns)));
   std::fprintf(stderr, "\r%s\x1b[K", line.c_str());
   std::fflush(stderr);
-  t.shown_line = line;
   t.drawn = true;
   t.behind = false;
   t.last_drawn = time;
@@ -155,9 +175,12 @@ int RunProgressWindow(const ProgressRun& run) {
         run.on_cancel();
         lock.lock();
       }
-      // A text that came too soon behind another one, while the worker goes on without a word.
+      // The worker may go on without a word for a while: a text that came too soon behind another
+      // one is shown, and the clock runs.
       const std::lock_guard<std::mutex> guard(g_terminal.mutex);
-      if (g_terminal.behind) Draw(false);
+      const bool second_over =
+          g_terminal.drawn && Clock::now() - g_terminal.last_drawn >= std::chrono::seconds(1);
+      if (g_terminal.behind || second_over) Draw(false);
     }
   }
   if (worker.joinable()) worker.join();
@@ -181,10 +204,7 @@ void SetProgressText(const char* text) {
   if (t.is_terminal) {
     Draw(false);
   } else {
-    std::string line = status;
-    line.erase(std::remove(line.begin(), line.end(), '\r'), line.end());
-    std::replace(line.begin(), line.end(), '\n', ' ');
-    std::fprintf(stderr, "%s\n", line.c_str());
+    std::fprintf(stderr, "%s\n", OneLine(status).c_str());
   }
 }
 
