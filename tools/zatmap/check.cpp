@@ -35,7 +35,40 @@ struct CheckOptions {
   int64_t shape_limit = INT32_MAX;  // bytes; a test sets a smaller one
 };
 
-std::string Utf8(const std::string& text) { return zatlib::platform::ForTerminal(text.c_str()); }
+// Bytes of the UTF-8 character at a place of a text, 0 for a byte that is part of none.
+size_t CharacterSize(const std::string& text, size_t at) {
+  const auto byte = static_cast<unsigned char>(text[at]);
+  const size_t size = byte < 0x80                    ? 1
+                      : byte >= 0xc2 && byte <= 0xdf ? 2
+                      : byte >= 0xe0 && byte <= 0xef ? 3
+                      : byte >= 0xf0 && byte <= 0xf4 ? 4
+                                                     : 0;
+  if (size == 0 || at + size > text.size()) return 0;
+  for (size_t i = 1; i < size; ++i) {
+    if ((static_cast<unsigned char>(text[at + i]) & 0xc0) != 0x80) return 0;
+  }
+  return size;
+}
+
+// A text of the sources as UTF-8; control characters and bytes of no character as \xHH.
+std::string Utf8(const std::string& source) {
+  const std::string text = zatlib::platform::ForTerminal(source.c_str());
+  std::string shown;
+  for (size_t i = 0; i < text.size();) {
+    const size_t size = CharacterSize(text, i);
+    const auto byte = static_cast<unsigned char>(text[i]);
+    if (size == 0 || byte < 0x20 || byte == 0x7f) {
+      char code[8];
+      std::snprintf(code, sizeof code, "\\x%02X", byte);
+      shown += code;
+      ++i;
+    } else {
+      shown.append(text, i, size);
+      i += size;
+    }
+  }
+  return shown;
+}
 
 std::string MessageOf(const Finding& finding) {
   const KindInfo& info = InfoOf(finding.kind);

@@ -322,7 +322,7 @@ void Control::CheckValues() {
                   Text(section, key).c_str(), meaning);
   };
   const std::string format = Upper(Text("SYSTEM", "FORMAT"));
-  if (Find("SYSTEM", "FORMAT") != nullptr && format != "ZAT" && format != "MSR") {
+  if (!format.empty() && format != "ZAT" && format != "MSR") {
     unknown_value("SYSTEM", "FORMAT", "ZAT");
   }
   const int silent = Int("SYSTEM", "SILENTMODE", 0);

@@ -26,8 +26,8 @@ bool Saturates(uint16_t length, uint16_t speed, int limit) {
 }  // namespace
 
 template <typename Item>
-void Network::Index(const std::vector<Item>& items, int code_column,
-                    std::vector<KeyedRecord>* index, zatlib::KeyTree* tree) {
+void Network::Index(std::vector<Item>& items, int code_column, std::vector<KeyedRecord>* index,
+                    zatlib::KeyTree* tree) {
   const double reserved = zatlib::DummyLinkCode(0, code_length_).AsDouble();
   index->reserve(items.size());
   for (size_t i = 0; i < items.size(); ++i) {
@@ -45,18 +45,22 @@ void Network::Index(const std::vector<Item>& items, int code_column,
   if (!std::is_sorted(index->begin(), index->end(), before)) {
     std::sort(index->begin(), index->end(), before);
   }
-  tree->Build(index->data(), static_cast<int64_t>(index->size()));
-  size_t first = 0;
-  for (size_t i = 1; i < index->size(); ++i) {
-    if ((*index)[i].key != (*index)[first].key) {
-      first = i;
+  size_t kept = 0;
+  for (size_t i = 0; i < index->size(); ++i) {
+    const KeyedRecord entry = (*index)[i];
+    if (kept == 0 || entry.key != (*index)[kept - 1].key) {
+      (*index)[kept++] = entry;
       continue;
     }
-    const Item& item = items[static_cast<size_t>((*index)[i].value)];
-    const Item& other = items[static_cast<size_t>((*index)[first].value)];
+    // From here on the second one is not there: what it says of others is not to be doubled.
+    Item& item = items[static_cast<size_t>(entry.value)];
+    const Item& first = items[static_cast<size_t>((*index)[kept - 1].value)];
     findings_.Add(Kind::kCodeTwice, PlaceOf(item, code_column), "%s, first at %s:%u",
-                  TextOf(item.code).c_str(), findings_.PathOf(other.file).c_str(), other.record);
+                  TextOf(item.code).c_str(), findings_.PathOf(first.file).c_str(), first.record);
+    item.code = {};
   }
+  index->resize(kept);
+  tree->Build(index->data(), static_cast<int64_t>(index->size()));
 }
 
 void Network::IndexNodes() {

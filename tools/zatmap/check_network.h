@@ -114,8 +114,8 @@ class Network {
 
  private:
   template <typename Item>
-  void Index(const std::vector<Item>& items, int code_column,
-             std::vector<zatlib::KeyedRecord>* index, zatlib::KeyTree* tree);
+  void Index(std::vector<Item>& items, int code_column, std::vector<zatlib::KeyedRecord>* index,
+             zatlib::KeyTree* tree);
   int32_t Find(const std::vector<zatlib::KeyedRecord>& index, const zatlib::KeyTree& tree,
                zatlib::FeatureCode code) const;
   void MarkParallelLinks();

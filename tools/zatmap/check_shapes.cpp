@@ -15,10 +15,10 @@ constexpr int64_t kPointBytes = 8;
 constexpr Layout kHeadLayout = {2, 2, 2};
 constexpr Layout kPointLayout = {2, 2, 2};
 
-// True for a field that cannot be a coordinate but can be a code.
-bool LooksLikeCode(std::string_view field) {
+// True for a field of digits alone.
+bool IsWhole(std::string_view field) {
   while (!field.empty() && field.front() == ' ') field.remove_prefix(1);
-  return field.size() > 3 &&
+  return !field.empty() &&
          std::all_of(field.begin(), field.end(), [](char c) { return c >= '0' && c <= '9'; });
 }
 
@@ -164,7 +164,10 @@ void CheckShapeTexts(Control& control, ShapeChecker& shapes, int code_length) {
         }
         Split(source, line, kPointLayout, &row);
         const Place here{source.file(), record, 0, source.line()};
-        if (LooksLikeCode(row[1]) && !LooksLikeCoordinate(row[1])) {
+        // No coordinate has more than three digits before its point, but a code may have so few.
+        if (IsWhole(row[1]) &&
+            (row[1].size() > 3 ||
+             (IsWhole(row[2]) && shapes.Knows(zatlib::ParseCode(row[1], code_length))))) {
           findings.Add(Kind::kShapeShort, head.At(2), "%d points, %d follow", count, item);
           held = true;
           break;

@@ -13,6 +13,8 @@ class ShapeChecker {
   // `limit` is the greatest number of bytes that all points together may have.
   ShapeChecker(Network& network, int64_t limit) : network_(network), limit_(limit) {}
 
+  bool Knows(zatlib::FeatureCode link) const { return network_.FindLink(link) >= 0; }
+
   void Begin(zatlib::FeatureCode code, Place place);
   void Point(Place here, int32_t x, int32_t y);
   void End();
