@@ -1,9 +1,9 @@
 #!/usr/bin/env python3
 """Tests of zatmap info, verify, dump, route, view and export.
 
-    zatmap_tools_test.py --zatmap COMMAND... --source FOLDER [--random COUNT] [--small]
+    zatmap_tools_test.py --zatmap COMMAND --source FOLDER [--random COUNT] [--small]
 
-COMMAND may begin with a program that runs zatmap (Wine); --small leaves out what starts zatmap very
+COMMAND may begin with a program that runs zatmap, and its options (Wine); --small leaves out what starts zatmap very
 often. The small network's expected values are worked out by hand from the layouts of the files."""
 import argparse
 import contextlib
@@ -15,6 +15,7 @@ import os
 import pathlib
 import random
 import re
+import shlex
 import shutil
 import struct
 import subprocess
@@ -736,7 +737,7 @@ class Documents(unittest.TestCase):
 
 if __name__ == "__main__":
     parser = argparse.ArgumentParser()
-    parser.add_argument("--zatmap", nargs="+", required=True)
+    parser.add_argument("--zatmap", type=shlex.split, required=True)
     parser.add_argument("--source", type=pathlib.Path, required=True)
     parser.add_argument("--random", type=int, default=15)
     parser.add_argument("--small", action="store_true")

@@ -191,7 +191,7 @@ int RunView(const ViewOptions& options) {
     std::fprintf(stderr, "zatmap: %s cannot be written.\n", options.file.c_str());
     return kExitFailed;
   }
-  if (!WritePage(tables, part, map.path, file)) {
+  if (!WritePage(tables, part, options.folder, file)) {
     std::fprintf(stderr, "zatmap: %s could not be written whole.\n", options.file.c_str());
     return kExitFailed;
   }
