@@ -111,11 +111,12 @@ void MsrCheck::Points() {
     });
     if (has_mif) mif.Close(records);
   }
-  if (network.nodes.empty() && network.nodes_whole && !files.empty()) {
-    findings.Add(Kind::kNoRecords, {findings.File(files[0]), 0, 0, 0}, "no road point");
+  if (!network.IndexNodes()) {
+    if (network.nodes_whole && !files.empty()) {
+      findings.Add(Kind::kNoRecords, {findings.File(files[0]), 0, 0, 0}, "no road point");
+    }
+    network.nodes_whole = false;
   }
-  if (network.nodes.empty()) network.nodes_whole = false;
-  network.IndexNodes();
   network.CheckPlaces();
 }
 
@@ -167,11 +168,12 @@ void MsrCheck::Sections() {
     ReadRows(data, kSectionLayout,
              [&](const Source& source, const Row& row) { SectionRow(source, row, defaults); });
   }
-  if (network.links.empty() && network.links_whole && !section_files.empty()) {
-    findings.Add(Kind::kNoRecords, {findings.File(section_files[0]), 0, 0, 0}, "no road section");
+  if (!network.IndexLinks()) {
+    if (network.links_whole && !section_files.empty()) {
+      findings.Add(Kind::kNoRecords, {findings.File(section_files[0]), 0, 0, 0}, "no road section");
+    }
+    network.links_whole = false;
   }
-  if (network.links.empty()) network.links_whole = false;
-  network.IndexLinks();
 }
 
 void MsrCheck::Names() {

@@ -63,11 +63,15 @@ void Network::Index(std::vector<Item>& items, int code_column, std::vector<Keyed
   tree->Build(index->data(), static_cast<int64_t>(index->size()));
 }
 
-void Network::IndexNodes() {
+bool Network::IndexNodes() {
   Index(nodes, columns_.partner == kMsrColumns.partner ? 2 : 1, &node_index_, &node_tree_);
+  return !node_index_.empty();
 }
 
-void Network::IndexLinks() { Index(links, 1, &link_index_, &link_tree_); }
+bool Network::IndexLinks() {
+  Index(links, 1, &link_index_, &link_tree_);
+  return !link_index_.empty();
+}
 
 int32_t Network::Find(const std::vector<KeyedRecord>& index, const zatlib::KeyTree& tree,
                       FeatureCode code) const {

@@ -81,9 +81,9 @@ class Network {
   bool nodes_whole = true;  // every node file could be read
   bool links_whole = true;
 
-  // Sort the codes and report those that are there twice or reserved.
-  void IndexNodes();
-  void IndexLinks();
+  // Sort the codes and report those that are there twice or reserved. False when there are none.
+  bool IndexNodes();
+  bool IndexLinks();
 
   // Place in the array of a code, -1 when it is empty or unknown.
   int32_t FindNode(zatlib::FeatureCode code) const;

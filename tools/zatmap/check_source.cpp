@@ -75,6 +75,10 @@ bool Source::Open(const std::string& path, bool mif) {
   if (!block_.Allocate(kBlock + kSlack)) return false;
   position_ = end_ = block_.data();
   at_end_ = false;
+  size_ = handle_.Size();
+  read_ = 0;
+  title_ = "zatmap: reading " + path;
+  progress_ = std::make_unique<TerminalProgress>(title_.c_str());
   line_ = lf_count_ = lf_first_ = cr_count_ = cr_first_ = 0;
   if (!Fill(3)) return true;
   const std::string_view start(position_, static_cast<size_t>(end_ - position_));
@@ -107,6 +111,7 @@ bool Source::Fill(size_t wanted) {
       }
       if (read < kBlock) at_end_ = true;
       end_ += read;
+      read_ += read;
     }
   }
   return position_ < end_;
@@ -128,6 +133,7 @@ void Source::SkipLine() {
 bool Source::Next(uint32_t limit, std::string_view* line) {
   if (!Fill(limit + 1)) return false;
   ++line_;
+  progress_->At(read_, size_);
   char* const begin = position_;
   const size_t window = std::min<size_t>(limit, static_cast<size_t>(end_ - begin));
   char* const window_end = begin + window;
@@ -209,6 +215,7 @@ void Source::Close() {
                    static_cast<long long>(cr_count_), static_cast<long long>(line_));
   }
   handle_.Close();
+  progress_.reset();
 }
 
 namespace {

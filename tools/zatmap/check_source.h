@@ -4,6 +4,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <string_view>
 
@@ -12,6 +13,7 @@
 #include "frd/memory.h"
 #include "network/workstore/feature_code.h"
 #include "platform/file.h"
+#include "terminal_progress.h"
 
 namespace zatmap::check {
 
@@ -41,6 +43,10 @@ class Source {
   void SkipLine();
 
   Findings* findings_;
+  std::string title_;  // of the progress
+  std::unique_ptr<TerminalProgress> progress_;
+  int64_t size_ = 0;  // bytes of the file
+  int64_t read_ = 0;  // bytes read of it
   zatlib::platform::File handle_;
   zatlib::PageArray<char> block_;
   char* position_ = nullptr;

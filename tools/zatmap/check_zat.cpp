@@ -125,11 +125,12 @@ void ZatCheck::Nodes() {
   node_mif = control.Int("NODE", "MIF", 0) != 0;
   node_files = control.Files("NODE", true);
   for (size_t i = 0; i < node_files.size(); ++i) NodeFile(static_cast<int>(i + 1), node_files[i]);
-  if (network.nodes.empty() && network.nodes_whole && !node_files.empty()) {
-    findings.Add(Kind::kNoRecords, {findings.File(node_files[0]), 0, 0, 0}, "no node");
+  if (!network.IndexNodes()) {
+    if (network.nodes_whole && !node_files.empty()) {
+      findings.Add(Kind::kNoRecords, {findings.File(node_files[0]), 0, 0, 0}, "no node");
+    }
+    network.nodes_whole = false;
   }
-  if (network.nodes.empty()) network.nodes_whole = false;
-  network.IndexNodes();
 }
 
 void ZatCheck::NodeNames() {
@@ -243,11 +244,12 @@ void ZatCheck::Links() {
       if (row.count >= 11) link.speed_b = SpeedOf(row[11], defaults.b);
     });
   }
-  if (network.links.empty() && network.links_whole && !link_files.empty()) {
-    findings.Add(Kind::kNoRecords, {findings.File(link_files[0]), 0, 0, 0}, "no link");
+  if (!network.IndexLinks()) {
+    if (network.links_whole && !link_files.empty()) {
+      findings.Add(Kind::kNoRecords, {findings.File(link_files[0]), 0, 0, 0}, "no link");
+    }
+    network.links_whole = false;
   }
-  if (network.links.empty()) network.links_whole = false;
-  network.IndexLinks();
 }
 
 void ZatCheck::Speeds() {
