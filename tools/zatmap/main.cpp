@@ -4,6 +4,8 @@
 int main(int argc, char** argv) {
   CLI::App app{"zatmap builds calc map data: a road network prepared for route calculation."};
   app.name("zatmap");
+  // "/data/out" is a path on Windows too.
+  app.allow_windows_style_options(false);
   app.set_version_flag("--version", "zatmap 4.0.8.5");
   app.require_subcommand(1);
   app.footer(
