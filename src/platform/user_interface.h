@@ -15,6 +15,9 @@ inline constexpr unsigned kTaskModal = 0x2000;    // MB_TASKMODAL
 inline constexpr int kAnswerOk = 1;               // IDOK
 inline constexpr int kAnswerCancel = 2;           // IDCANCEL
 
+// True when standard error is a terminal.
+bool IsErrorTerminal();
+
 // True when the handle names a living window.
 bool IsLiveWindow(WindowHandle window);
 

@@ -3,29 +3,19 @@
 #include <cstdio>
 
 #include "platform/clock.h"
-#if defined(_WIN32)
-#include <io.h>
-#else
-#include <unistd.h>
-#endif
+#include "platform/user_interface.h"
 
 namespace zatmap {
 namespace {
 
 constexpr uint64_t kInterval = 200;  // milliseconds
 
-bool IsTerminal() {
-#if defined(_WIN32)
-  return _isatty(_fileno(stderr)) != 0;
-#else
-  return isatty(STDERR_FILENO) == 1;
-#endif
-}
-
 }  // namespace
 
 TerminalProgress::TerminalProgress(const char* title)
-    : title_(title), terminal_(IsTerminal()), shown_at_(zatlib::platform::TickCount()) {}
+    : title_(title),
+      terminal_(zatlib::platform::IsErrorTerminal()),
+      shown_at_(zatlib::platform::TickCount()) {}
 
 TerminalProgress::~TerminalProgress() {
   if (shown_) std::fprintf(stderr, "\r%*s\r", 60, "");

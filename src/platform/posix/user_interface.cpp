@@ -106,6 +106,8 @@ void Erase() {
 
 }  // namespace
 
+bool IsErrorTerminal() { return ::isatty(STDERR_FILENO) == 1; }
+
 bool IsLiveWindow(WindowHandle) { return false; }
 
 WindowHandle ForegroundWindow() { return nullptr; }
@@ -127,7 +129,7 @@ int RunProgressWindow(const ProgressRun& run) {
   {
     const std::lock_guard<std::mutex> guard(g_terminal.mutex);
     g_terminal.open = true;
-    g_terminal.is_terminal = ::isatty(STDERR_FILENO) == 1;
+    g_terminal.is_terminal = IsErrorTerminal();
     g_terminal.drawn = g_terminal.behind = false;
     g_terminal.status.clear();
     g_terminal.percent = 0;

@@ -21,6 +21,8 @@ BOOL CALLBACK FRD_EnableOwnedWindows(HWND window, LPARAM owner) {
 
 }  // namespace
 
+bool IsErrorTerminal() { return ::GetFileType(::GetStdHandle(STD_ERROR_HANDLE)) == FILE_TYPE_CHAR; }
+
 bool IsLiveWindow(WindowHandle window) { return ::IsWindow(ToWindow(window)) != 0; }
 
 WindowHandle ForegroundWindow() { return ::GetForegroundWindow(); }
