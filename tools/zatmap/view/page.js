@@ -306,7 +306,7 @@
     selected = what;
     if (what && what.node !== undefined) {
       showNode(what.node);
-      if (move) map.setView([D.nodes[what.node][2] / 1e6, D.nodes[what.node][1] / 1e6], Math.max(map.getZoom(), 17));
+      if (move) map.setView([D.nodes[what.node][2] / 1e6, D.nodes[what.node][1] / 1e6], Math.max(map.getZoom(), 18.5));
     } else if (what && what.link !== undefined) {
       showLink(what.link);
       if (move) {
