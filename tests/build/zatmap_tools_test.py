@@ -717,6 +717,39 @@ class WorkStores(Case):
         self.good("verify", "out", "--strict")
 
 
+class FareData(Case):
+    """A map with an interchange link, 201, that the fare data list."""
+
+    @classmethod
+    def make(cls):
+        make_small(cls)
+        out = cls.folder / "out"
+        out.mkdir()
+        for name in ("TR_FARE2.DAT", "TR_FARE2.IDX", "TR_FARE3.DAT", "TR_NAME.DAT"):
+            (out / name).write_bytes(b"")
+        (out / "TR_LINK.DAT").write_bytes(struct.pack("<d16xhB5x", 201.0, 1, 1))
+        (out / "PayData.Inf").write_bytes(b"[SYSTEM]\r\nResult=OK\r\n")
+
+    def test_interchange_flags(self):
+        self.assertEqual(self.good("dump", "out", "linkname.dat", "--code", "201"),
+                         '0: Name="Main Street" NameNumber=4 Flags=32 NameValue=0 RoadKind=3 '
+                         'Value6=2\n')
+        self.assertEqual(self.good("dump", "out", "mapattr.dat", "--code", "102"),
+                         "1: Slot=32,1,16,0,0,0,0,0\n")
+        self.assertEqual(self.good("dump", "out", "TR_LINK.DAT"),
+                         "0: LinkCode=201 Valid=1 Interchange=1\n")
+        self.good("verify", "out", "--strict")
+        # No longer listed, and a link that is.
+        for code, finding in ((999.0, "the interchange flag, but TR_LINK.DAT does not list link "
+                                      "201"),
+                              (202.0, "no interchange flag, but TR_LINK.DAT lists link 202")):
+            with self.copy() as folder:
+                (folder / "TR_LINK.DAT").write_bytes(struct.pack("<d16xhB5x", code, 1, 1))
+                status, out, _ = zatmap("verify", folder)
+                self.assertEqual(status, 1, out)
+                self.assertIn(finding, out)
+
+
 class Documents(unittest.TestCase):
     def test_the_fields_are_those_of_the_documents(self):
         text = (OPTIONS.source / "docs" / "file-formats.md").read_text("utf-8")
