@@ -70,12 +70,18 @@ SMALL = {
 }
 
 
+def without_wine(text):
+    """Standard error without what Wine's own processes put there when they end: the program's own
+    end shows in its exit status."""
+    return "".join(line for line in text.splitlines(True) if not line.startswith("wine: "))
+
+
 def zatmap(*arguments, cwd=None):
     environment = dict(os.environ, XDG_DATA_HOME=OPTIONS.data)
     done = subprocess.run(OPTIONS.zatmap + [str(a) for a in arguments], cwd=cwd, env=environment,
                           capture_output=True, timeout=600)
     return (done.returncode, done.stdout.decode("utf-8").replace("\r\n", "\n"),
-            done.stderr.decode("utf-8", "replace").replace("\r\n", "\n"))
+            without_wine(done.stderr.decode("utf-8", "replace").replace("\r\n", "\n")))
 
 
 def build(folder, control="control.ini", *options):
