@@ -12,6 +12,8 @@
 namespace zatlib::platform {
 namespace {
 
+constexpr uint64_t kLargeBlock = 8 << 20;  // bytes from which large pages are asked for
+
 // Blocks in use: a handful at a time, so a table beats a header in front of each.
 struct Blocks {
   std::mutex mutex;
@@ -39,6 +41,10 @@ void* AllocPages(uint64_t size) {
   void* block =
       ::mmap(nullptr, rounded, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
   if (block == MAP_FAILED) return nullptr;
+#ifdef MADV_HUGEPAGE
+  // Large pages: fewer page faults, and lookups all over a table find their addresses faster.
+  if (rounded >= kLargeBlock) (void)::madvise(block, rounded, MADV_HUGEPAGE);
+#endif
   blocks.sizes.emplace(block, rounded);
   blocks.total += rounded;
   return block;
