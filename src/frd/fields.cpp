@@ -20,6 +20,11 @@ bool FieldCursor::Next(std::string_view* field) {
   while (p < end_ && *p != ',' && *p != '\t' && *p != '\r' && *p != '\0') ++p;
   auto length = static_cast<size_t>(p - begin);
   if (length > kFieldLimit) {
+    if (source_ != nullptr && source_->defers_long_fields()) {
+      source_->NoteLongField();
+      done_ = true;
+      return false;
+    }
     if (g_notice != nullptr) {
       g_notice(source_ != nullptr ? source_->path().c_str() : "",
                source_ != nullptr ? source_->line_number() : 0, column_);

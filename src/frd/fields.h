@@ -14,16 +14,17 @@ namespace zatlib {
 class FieldCursor {
  public:
   // `source` names the file and line in the notice of a field that is too long; may be null.
-  explicit FieldCursor(std::string_view line, const LineReader* source = nullptr)
+  explicit FieldCursor(std::string_view line, LineReader* source = nullptr)
       : position_(line.data()), end_(line.data() + line.size()), source_(source) {}
 
-  // The next field; false when the record has no more.
+  // The next field; false when the record has no more, or when a field of a chunk of lines is too
+  // long (the chunk notes it).
   bool Next(std::string_view* field);
 
  private:
   const char* position_;
   const char* end_;
-  const LineReader* source_;
+  LineReader* source_;
   int column_ = 0;
   bool done_ = false;
 };

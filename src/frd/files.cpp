@@ -11,6 +11,7 @@ namespace {
 
 constexpr uint64_t kRetryWait = 10000;     // milliseconds before a refused chunk is tried again
 constexpr uint32_t kReadBlock = 1 << 20;   // bytes of one system read of a source file
+constexpr uint32_t kChunkSize = 1 << 18;   // bytes of a chunk of lines
 constexpr uint32_t kWriteBlock = 1 << 20;  // bytes of one system write of a record file
 constexpr uint32_t kIoLimit = 1 << 30;     // bytes of one system call at most
 constexpr uint32_t kCountBlock = 4096;     // bytes of one read of FRD_CountLines
@@ -68,12 +69,15 @@ int WriteWhole(platform::File& file, const void* data, uint64_t size) {
 }
 
 SaveResult SaveFile(const char* path, const void* data, uint64_t size) {
+  // Files of a map are saved again with new content of the same size. Emptying one first would wait
+  // until the disk has taken the content before.
   platform::File file = platform::File::Open(path, platform::Access::kWrite, platform::Share::kNone,
-                                             platform::Disposition::kCreateAlways);
+                                             platform::Disposition::kOpenAlways);
   if (!file.IsOpen()) return SaveResult::kNotOpened;
-  const int written = WriteWhole(file, data, size);
+  const int whole = WriteWhole(file, data, size);
+  const bool cut = file.CutHere();
   file.Flush();
-  return written != 0 ? SaveResult::kSaved : SaveResult::kNotWritten;
+  return whole != 0 && cut ? SaveResult::kSaved : SaveResult::kNotWritten;
 }
 
 uint64_t FileSize(const char* path) {
@@ -107,7 +111,7 @@ bool LineReader::Open(const char* path) {
   file_ = platform::File::Open(path, platform::Access::kRead, platform::Share::kRead,
                                platform::Disposition::kOpenExisting, platform::Hint::kSequential);
   position_ = end_ = nullptr;
-  at_end_ = failed_ = too_long_ = false;
+  at_end_ = failed_ = too_long_ = drained_ = false;
   line_number_ = 0;
   return file_.IsOpen();
 }
@@ -116,7 +120,7 @@ bool LineReader::Open(const char* path) {
 bool LineReader::Fill(uint32_t wanted) {
   if (static_cast<uint64_t>(end_ - position_) >= wanted || at_end_) return true;
   if (wanted > kLineSize + 1) return false;
-  if (!block_ && !block_.Allocate(kReadBlock + kLineSize + 1)) return false;
+  if (!block_ && !block_.Allocate(kReadBlock + kLineSize + 1 + kLineMargin)) return false;
   const auto left = static_cast<size_t>(end_ - position_);
   if (left > 0) std::memmove(block_.data(), position_, left);
   position_ = block_.data();
@@ -133,7 +137,114 @@ bool LineReader::Fill(uint32_t wanted) {
   return true;
 }
 
+namespace {
+
+// A line at the start of [begin, limit).
+struct LineScan {
+  char* end = nullptr;    // the CR that ends it; null when there is none
+  bool embedded = false;  // there are line breaks inside quotes
+};
+
+LineScan ScanLine(char* begin, char* limit, bool may_have_quotes) {
+  LineScan line;
+  const auto size = static_cast<size_t>(limit - begin);
+  line.end = static_cast<char*>(std::memchr(begin, '\r', size));
+  if (!may_have_quotes) return line;
+  const size_t looked_at = line.end != nullptr ? static_cast<size_t>(line.end - begin) : size;
+  auto* quote = static_cast<char*>(std::memchr(begin, '"', looked_at));
+  if (quote == nullptr) return line;
+  if (line.end != nullptr &&
+      std::memchr(quote, '\n', static_cast<size_t>(line.end - quote)) == nullptr) {
+    // The usual line with quotes: all of them closed, no break inside.
+    const auto quotes = std::count(quote, line.end, '"');
+    if (quotes % 2 == 0) return line;
+  }
+  bool quoted = false;
+  line.end = nullptr;
+  for (char* p = begin; p < limit; ++p) {
+    if (*p == '"') {
+      quoted = !quoted;
+    } else if (*p == '\r' || *p == '\n') {
+      if (quoted) {
+        line.embedded = true;
+      } else if (*p == '\r') {
+        line.end = p;
+        break;
+      }
+    }
+  }
+  return line;
+}
+
+// Where the whole lines of [begin, end) end, which are not the last ones of their file.
+char* EndOfWholeLines(char* begin, char* end, bool has_quotes) {
+  if (!has_quotes) {
+    // The byte behind the CR belongs to it.
+    char* p = end - 1;
+    while (p > begin && p[-1] != '\r') --p;
+    return p > begin ? p + 1 : end;
+  }
+  char* p = begin;
+  while (static_cast<size_t>(end - p) > kLineSize) {
+    const LineScan line = ScanLine(p, p + kLineSize, true);
+    // A line that is too long ends the reading: where it is cut does not matter.
+    if (line.end == nullptr) return end;
+    p = std::min(line.end + 2, end);
+  }
+  return p;
+}
+
+}  // namespace
+
+bool LineReader::NextChunk(LineReader* chunk) {
+  const auto left = static_cast<size_t>(end_ - position_);
+  if (failed_ || (at_end_ && left == 0)) return false;
+  if (!block_ && !block_.Allocate(kLineSize + 1 + kLineMargin)) failed_ = true;
+  if (!chunk->block_ && !chunk->block_.Allocate(kChunkSize + kLineSize + 1 + kLineMargin)) {
+    failed_ = true;
+  }
+  if (failed_) return false;
+  char* const begin = chunk->block_.data();
+  if (left > 0) std::memcpy(begin, position_, left);
+  char* end = begin + left;
+  if (!at_end_) {
+    uint32_t read = 0;
+    if (!file_.Read(end, kChunkSize, &read)) failed_ = true;
+    at_end_ = failed_ || read < kChunkSize;
+    end += read;
+  }
+  const auto size = static_cast<size_t>(end - begin);
+  chunk->has_quotes_ = size > 0 && std::memchr(begin, '"', size) != nullptr;
+  char* cut = at_end_ ? end : EndOfWholeLines(begin, end, chunk->has_quotes_);
+  if (static_cast<size_t>(end - cut) > kLineSize + 1) cut = end;
+  position_ = block_.data();
+  end_ = position_ + (end - cut);
+  std::memcpy(position_, cut, static_cast<size_t>(end - cut));
+  chunk->position_ = begin;
+  chunk->end_ = cut;
+  chunk->at_end_ = true;
+  chunk->is_chunk_ = true;
+  chunk->too_long_ = chunk->drained_ = chunk->long_field_ = false;
+  chunk->line_number_ = 0;
+  return cut > begin;
+}
+
+void LineReader::ReturnToLongField(const LineReader& file, int64_t lines_before) {
+  path_ = file.path_;
+  line_number_ += lines_before;
+  is_chunk_ = false;
+  once_more_ = true;
+}
+
 int FRD_ReadLine(LineReader& reader, uint32_t size, std::string_view* line) {
+  if (reader.once_more_) {
+    reader.once_more_ = false;
+    // A CR stands behind it, and none in it.
+    char* const again = reader.line_begin_;
+    *line = std::string_view(
+        again, static_cast<size_t>(static_cast<char*>(std::memchr(again, '\r', size + 1)) - again));
+    return 1;
+  }
   reader.too_long_ = false;
   // One byte more than the line may have: the LF behind a CR at the very end of the window.
   if (!reader.Fill(size + 1)) {
@@ -142,27 +253,13 @@ int FRD_ReadLine(LineReader& reader, uint32_t size, std::string_view* line) {
   }
   char* const begin = reader.position_;
   const size_t window = std::min<size_t>(size, static_cast<size_t>(reader.end_ - begin));
-  if (window == 0) return 0;
-  char* const limit = begin + window;
-  char* end = static_cast<char*>(std::memchr(begin, '\r', window));
-  bool embedded = false;
-  if (std::memchr(begin, '"', static_cast<size_t>((end != nullptr ? end : limit) - begin)) !=
-      nullptr) {
-    bool quoted = false;
-    end = nullptr;
-    for (char* p = begin; p < limit; ++p) {
-      if (*p == '"') {
-        quoted = !quoted;
-      } else if (*p == '\r' || *p == '\n') {
-        if (quoted) {
-          embedded = true;
-        } else if (*p == '\r') {
-          end = p;
-          break;
-        }
-      }
-    }
+  if (window == 0) {
+    reader.drained_ = true;
+    return 0;
   }
+  char* const limit = begin + window;
+  const LineScan scan = ScanLine(begin, limit, reader.has_quotes_);
+  char* end = scan.end;
   if (end == nullptr) {
     reader.position_ = limit;
     if (window == size) {
@@ -170,12 +267,17 @@ int FRD_ReadLine(LineReader& reader, uint32_t size, std::string_view* line) {
       return 0;
     }
     end = limit;
+    *end = '\r';
   } else {
     reader.position_ = std::min(end + 2, reader.end_);
   }
   ++reader.line_number_;
-  if (embedded) end = RemoveBreaks(begin, end);
+  if (scan.embedded) {
+    end = RemoveBreaks(begin, end);
+    *end = '\r';
+  }
   *line = std::string_view(begin, static_cast<size_t>(end - begin));
+  reader.line_begin_ = begin;
   return 1;
 }
 
@@ -240,6 +342,22 @@ bool RecordWriter::Append(const void* record) {
   used_ += record_size_;
   ++count_;
   offset_ += record_size_;
+  return true;
+}
+
+bool RecordWriter::AppendMany(const void* records, int64_t count) {
+  const auto* bytes = static_cast<const char*>(records);
+  uint64_t left = static_cast<uint64_t>(count) * record_size_;
+  while (left > 0) {
+    if (used_ == capacity_ && !WriteOut()) return false;
+    const auto part = static_cast<uint32_t>(std::min<uint64_t>(left, capacity_ - used_));
+    std::memcpy(block_.data() + used_, bytes, part);
+    used_ += part;
+    count_ += part / record_size_;
+    offset_ += part;
+    bytes += part;
+    left -= part;
+  }
   return true;
 }
 

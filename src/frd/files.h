@@ -22,7 +22,8 @@ int FRD_WriteFile(platform::File& file, const void* data, uint32_t size);
 // The same for data of any size.
 int WriteWhole(platform::File& file, const void* data, uint64_t size);
 
-// Creates the file anew (no sharing), writes `size` bytes with FRD_WriteFile, flushes and closes.
+// Creates the file, or writes over it in place (no sharing), with FRD_WriteFile; cuts it to what
+// was written, flushes and closes.
 enum class SaveResult { kSaved, kNotOpened, kNotWritten };
 SaveResult SaveFile(const char* path, const void* data, uint64_t size);
 
@@ -35,7 +36,8 @@ bool CanOpen(const char* path);
 // Reads exactly `size` bytes; false when the file ends first or cannot be read.
 bool ReadExactly(platform::File& file, void* data, uint64_t size);
 
-// A source text file, read line by line out of large blocks.
+// A source text file, read line by line out of large blocks; or whole lines of such a file that
+// have been handed to a reader of their own (NextChunk), which another thread may use.
 class LineReader {
  public:
   // Opens the file for reading (others may read); IsOpen() tells.
@@ -43,7 +45,7 @@ class LineReader {
   bool IsOpen() const { return file_.IsOpen(); }
   const std::string& path() const { return path_; }
 
-  // Number of the line read last, from 1.
+  // Number of the line read last, from 1. In a chunk it counts from the chunk's first line.
   int64_t line_number() const { return line_number_; }
 
   // True when the system refused a read: the lines then ended too early.
@@ -52,6 +54,34 @@ class LineReader {
   // True when the last read found no line end within the size asked for; false at the end of the
   // file.
   bool too_long() const { return too_long_; }
+
+  // True once a read has found nothing left.
+  bool drained() const { return drained_; }
+
+  // Moves the next whole lines (some 256 KiB, all that is left at the end of the file) into
+  // `chunk`, which reads them like a file. Lines of up to kLineSize bytes are never divided; lines
+  // with more may be, but then no reader goes on behind them. False when there is nothing left or
+  // the system refused memory or a read (failed() tells).
+  bool NextChunk(LineReader* chunk);
+
+  // For a chunk: a field that is too long ends the reading (long_field() is then true) and not the
+  // process.
+  bool defers_long_fields() const { return is_chunk_; }
+  bool long_field() const { return long_field_; }
+  void NoteLongField() { long_field_ = true; }
+
+  // Makes a chunk that noted a long field read that line once more, now as a line of `file`, which
+  // has `lines_before` lines before the chunk.
+  void ReturnToLongField(const LineReader& file, int64_t lines_before);
+
+  // Makes failed() true: what was read cannot be used.
+  void NoteFailure() { failed_ = true; }
+
+  // Takes over how the reading of a chunk of this file ended, and its lines.
+  void TakeEndOf(const LineReader& chunk) {
+    too_long_ = chunk.too_long_;
+    line_number_ += chunk.line_number_;
+  }
 
  private:
   friend int FRD_ReadLine(LineReader& reader, uint32_t size, std::string_view* line);
@@ -62,16 +92,24 @@ class LineReader {
   PageArray<char> block_;
   char* position_ = nullptr;
   char* end_ = nullptr;
+  char* line_begin_ = nullptr;  // of the line read last
+  bool once_more_ = false;
   bool at_end_ = false;
   bool failed_ = false;
   bool too_long_ = false;
+  bool drained_ = false;
+  bool is_chunk_ = false;
+  bool has_quotes_ = true;  // false: the chunk is known to hold none
+  bool long_field_ = false;
   int64_t line_number_ = 0;
 };
 
 // The next line, as a view that stays good until the next call. A line ends at the first CR
 // outside double quotes (CR LF is taken for granted: the byte behind CR is skipped); CR and LF
 // inside quotes are removed. The last line needs no end. Returns 1, or 0 at the end of the file or
-// when no line end lies within `size` bytes.
+// when no line end lies within `size` bytes. A CR always stands behind the view, and the
+// kLineMargin bytes from there can be read, whatever they hold.
+inline constexpr size_t kLineMargin = 64;
 int FRD_ReadLine(LineReader& reader, uint32_t size, std::string_view* line);
 
 // Number of lines (CRs outside quotes, and a last line without an end); -1 when the file cannot be
@@ -90,6 +128,9 @@ class RecordWriter {
 
   // Takes one record. False when the system refused records (this one or earlier ones).
   bool Append(const void* record);
+
+  // Takes `count` records. False when the system refused records.
+  bool AppendMany(const void* records, int64_t count);
 
   // Number of records taken by Append.
   int64_t count() const { return count_; }

@@ -38,10 +38,10 @@ int BRN_MSR_SetTukoujData(WindowHandle owner, const char* control_file) {
     }
     const int64_t before = store.count();
     CopyProgress progress{"Reading Tukouj Record (%d)...", kStatusInterval, 0};
-    const CopyResult copied =
-        CopyRecords<RuleStoreRecord>(data, store, &progress, [&](RuleStoreRecord* record) {
-          return BRN_MSR_ReadTukoujRecord(data, record, code_length) != 0 ? ReadResult::kRecord
-                                                                          : ReadResult::kEnd;
+    const CopyResult copied = CopyRecords<RuleStoreRecord>(
+        data, store, &progress, [&](LineReader& lines, RuleStoreRecord* record) {
+          return BRN_MSR_ReadTukoujRecord(lines, record, code_length) != 0 ? ReadResult::kRecord
+                                                                           : ReadResult::kEnd;
         });
     if (copied == CopyResult::kReadFailed) {
       ReportTaskModal(owner, kTitle, "Can't read the file (%s) !", path.c_str());

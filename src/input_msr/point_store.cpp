@@ -38,17 +38,23 @@ int CopyPointFile(WindowHandle owner, const char* control_file, int number, cons
   bool in_header = true;
   const CopyResult result = AppendFile<NodeStoreRecord>(
       owner, kTexts, number, mid_path.c_str(), store_path, mid, &count,
-      [&](NodeStoreRecord* record) {
-        if (in_header) {
-          if (BRN_SetMifInformation(owner, mif, control_file) == 0) return ReadResult::kUnfit;
-          in_header = false;
-        }
-        if (BRN_MSR_ReadDrotenRecord(mid, record, code_length) == 0) return ReadResult::kEnd;
-        // The end of the MIF ends the file as the end of the MID does.
-        if (ReadMifPoint(mif, MifPointTest::kFirstWord, &record->X, &record->Y) == MifPoint::kEnd) {
-          return mif.failed() ? ReadResult::kUnfit : ReadResult::kEnd;
-        }
-        return record->X == 0 && record->Y == 0 ? ReadResult::kUnfit : ReadResult::kRecord;
+      [&](RecordWriter& store, CopyProgress* progress) {
+        if (BRN_SetMifInformation(owner, mif, control_file) == 0) return CopyResult::kStopped;
+        in_header = false;
+        return CopyAmendedRecords<NodeStoreRecord>(
+            mid, store, progress,
+            [&](LineReader& lines, NodeStoreRecord* record) {
+              return BRN_MSR_ReadDrotenRecord(lines, record, code_length) != 0 ? ReadResult::kRecord
+                                                                               : ReadResult::kEnd;
+            },
+            [&](NodeStoreRecord* record) {
+              // The end of the MIF ends the file as the end of the MID does.
+              if (ReadMifPoint(mif, MifPointTest::kFirstWord, &record->X, &record->Y) ==
+                  MifPoint::kEnd) {
+                return mif.failed() ? ReadResult::kUnfit : ReadResult::kEnd;
+              }
+              return record->X == 0 && record->Y == 0 ? ReadResult::kUnfit : ReadResult::kRecord;
+            });
       });
   if (result == CopyResult::kStopped && in_header) return 0;
   if (result == CopyResult::kStopped && mif.failed()) {

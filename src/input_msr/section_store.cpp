@@ -31,10 +31,13 @@ int BRN_MSR_SetLinkStore(WindowHandle owner, const char* control_file) {
     LineReader data;
     const CopyResult copied = AppendFile<LinkStoreRecord>(
         owner, kTexts, i, path.c_str(), store_path.c_str(), data, &count,
-        [&](LinkStoreRecord* record) {
-          return BRN_MSR_ReadDkukanRecord(data, record, code_length, defaults) != 0
-                     ? ReadResult::kRecord
-                     : ReadResult::kEnd;
+        [&](RecordWriter& store, CopyProgress* progress) {
+          return CopyRecords<LinkStoreRecord>(
+              data, store, progress, [&](LineReader& lines, LinkStoreRecord* record) {
+                return BRN_MSR_ReadDkukanRecord(lines, record, code_length, defaults) != 0
+                           ? ReadResult::kRecord
+                           : ReadResult::kEnd;
+              });
         });
     if (copied != CopyResult::kDone) return 0;
   }

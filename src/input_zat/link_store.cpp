@@ -2,7 +2,7 @@
 
 #include "frd/control.h"
 #include "frd/log.h"
-#include "frd/long_pass.h"
+#include "frd/record_stream.h"
 #include "input_zat/record_readers.h"
 #include "input_zat/store_table.h"
 #include "network/workstore/record_copy.h"
@@ -52,10 +52,13 @@ int BRN_ZAT_SetLinkStore(WindowHandle owner, const char* control_file) {
     LineReader data;
     const CopyResult copied = AppendFile<LinkStoreRecord>(
         owner, kTexts, i, path.c_str(), store_path.c_str(), data, &count,
-        [&](LinkStoreRecord* record) {
-          return BRN_ZAT_ReadLinkRecord(data, record, code_length, defaults) != 0
-                     ? ReadResult::kRecord
-                     : ReadResult::kEnd;
+        [&](RecordWriter& store, CopyProgress* progress) {
+          return CopyRecords<LinkStoreRecord>(
+              data, store, progress, [&](LineReader& lines, LinkStoreRecord* record) {
+                return BRN_ZAT_ReadLinkRecord(lines, record, code_length, defaults) != 0
+                           ? ReadResult::kRecord
+                           : ReadResult::kEnd;
+              });
         });
     if (copied != CopyResult::kDone) result = 0;
   }
@@ -101,13 +104,19 @@ int BRN_ZAT_SetLinkSpeedData(WindowHandle owner, const char* control_file) {
       result = 0;
       break;
     }
-    LinkSpeedRecord row;
-    for (int64_t n = 0;
-         result != 0 && BRN_ZAT_ReadLinkSpeed(file, &row, code_length, defaults) != 0; ++n) {
-      if (CancelledAt(n)) result = 0;
-      if (row.LinkCode.IsEmpty()) continue;
-      LinkStoreRecord* link = links.Find(row.LinkCode);
-      if (link != nullptr && ApplySpeeds(row, link)) ++count;
+    RecordStream rows =
+        StreamRecords<LinkSpeedRecord>(file, [&](LineReader& lines, LinkSpeedRecord* row) {
+          if (BRN_ZAT_ReadLinkSpeed(lines, row, code_length, defaults) == 0)
+            return ReadResult::kEnd;
+          return row->LinkCode.IsEmpty() ? ReadResult::kUnwanted : ReadResult::kRecord;
+        });
+    RecordRun<LinkSpeedRecord> run;
+    for (int64_t read = 0; result != 0 && rows.Next(&run); read += run.read) {
+      if (CancelledWithin(read, run.read)) result = 0;
+      for (int64_t n = 0; n < run.count; ++n) {
+        LinkStoreRecord* link = links.Find(run.records[n].LinkCode);
+        if (link != nullptr && ApplySpeeds(run.records[n], link)) ++count;
+      }
     }
     if (file.failed()) {
       ReportTaskModal(owner, kFileTitle, "Can't read the file (%s) !", path.c_str());

@@ -3,8 +3,8 @@
 #include "frd/control.h"
 #include "frd/cp932.h"
 #include "frd/log.h"
-#include "frd/long_pass.h"
 #include "frd/mif_text.h"
+#include "frd/record_stream.h"
 #include "input_zat/record_readers.h"
 #include "input_zat/road_definition.h"
 #include "input_zat/store_table.h"
@@ -38,15 +38,21 @@ int CopyNodeFile(WindowHandle owner, const char* control_file, int number, bool 
   const int64_t before = *count;
   const CopyResult result = AppendFile<NodeStoreRecord>(
       owner, kTexts, number, data_path.c_str(), store_path, data, count,
-      [&](NodeStoreRecord* record) {
-        if (BRN_ZAT_ReadNodeRecord(data, record, code_length) == 0) return ReadResult::kEnd;
-        if (!mif_mode) return ReadResult::kRecord;
+      [&](RecordWriter& store, CopyProgress* progress) {
+        const auto read = [&](LineReader& lines, NodeStoreRecord* record) {
+          return BRN_ZAT_ReadNodeRecord(lines, record, code_length) != 0 ? ReadResult::kRecord
+                                                                         : ReadResult::kEnd;
+        };
+        if (!mif_mode) return CopyRecords<NodeStoreRecord>(data, store, progress, read);
         // Every node of a MIF carries a point.
-        if (ReadMifPoint(mif, MifPointTest::kFirstLetters, &record->X, &record->Y) ==
-            MifPoint::kEnd) {
-          return ReadResult::kUnfit;
-        }
-        return record->X == 0 && record->Y == 0 ? ReadResult::kUnfit : ReadResult::kRecord;
+        return CopyAmendedRecords<NodeStoreRecord>(
+            data, store, progress, read, [&](NodeStoreRecord* record) {
+              if (ReadMifPoint(mif, MifPointTest::kFirstLetters, &record->X, &record->Y) ==
+                  MifPoint::kEnd) {
+                return ReadResult::kUnfit;
+              }
+              return record->X == 0 && record->Y == 0 ? ReadResult::kUnfit : ReadResult::kRecord;
+            });
       });
   if (result == CopyResult::kStopped && mif.failed()) {
     ReportTaskModal(owner, kTexts.read_title, "Can't read the file (%s) !", path.c_str());
@@ -111,15 +117,22 @@ int BRN_ZAT_SetNodeXYData(WindowHandle owner, const char* control_file) {
                       "Can't open the Node XY data (FILE%02d) [%s] !", 1, path.c_str());
       result = 0;
     } else {
-      NodeXYRecord row;
-      for (int64_t i = 0; result != 0 && BRN_ZAT_ReadNodeXY(file, &row, code_length) != 0; ++i) {
-        if (CancelledAt(i)) result = 0;
-        if (row.Code.IsEmpty()) continue;
-        NodeStoreRecord* node = nodes.Find(row.Code);
-        if (node == nullptr) continue;
-        node->X = row.X;
-        node->Y = row.Y;
-        ++count;
+      RecordStream rows =
+          StreamRecords<NodeXYRecord>(file, [&](LineReader& lines, NodeXYRecord* row) {
+            if (BRN_ZAT_ReadNodeXY(lines, row, code_length) == 0) return ReadResult::kEnd;
+            return row->Code.IsEmpty() ? ReadResult::kUnwanted : ReadResult::kRecord;
+          });
+      RecordRun<NodeXYRecord> run;
+      for (int64_t read = 0; result != 0 && rows.Next(&run); read += run.read) {
+        if (CancelledWithin(read, run.read)) result = 0;
+        for (int64_t i = 0; i < run.count; ++i) {
+          const NodeXYRecord& row = run.records[i];
+          NodeStoreRecord* node = nodes.Find(row.Code);
+          if (node == nullptr) continue;
+          node->X = row.X;
+          node->Y = row.Y;
+          ++count;
+        }
       }
       if (file.failed()) {
         ReportTaskModal(owner, "File Error in BRN_ZAT_SetNodeXYData", "Can't read the file (%s) !",

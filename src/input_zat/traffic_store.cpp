@@ -53,9 +53,11 @@ int RunTrafficStep(WindowHandle owner, const char* control_file, const TrafficSt
       result = 0;
       break;
     }
-    const CopyResult copied = CopyRecords<Record>(data, store, &progress, [&](Record* record) {
-      return step.read(data, record, code_length) != 0 ? ReadResult::kRecord : ReadResult::kEnd;
-    });
+    const CopyResult copied =
+        CopyRecords<Record>(data, store, &progress, [&](LineReader& lines, Record* record) {
+          return step.read(lines, record, code_length) != 0 ? ReadResult::kRecord
+                                                            : ReadResult::kEnd;
+        });
     if (copied == CopyResult::kReadFailed) {
       ReportTaskModal(owner, step.file_title, "Can't read the file (%s) !", path.c_str());
     } else if (copied == CopyResult::kWriteFailed) {

@@ -51,6 +51,9 @@ class File {
   // Size of the file in bytes, -1 on an error.
   int64_t Size() const;
 
+  // Ends the file at the current position. True on success.
+  bool CutHere();
+
   // Hands buffered bytes to the system's disk cache (FlushFileBuffers on Windows). Returns true
   // on success.
   bool Flush();

@@ -11,6 +11,8 @@
 #include "frd/keyed_table.h"
 #include "frd/long_pass.h"
 #include "frd/mif_text.h"
+#include "frd/record_stream.h"
+#include "network/workstore/number_scan.h"
 #include "platform/profile.h"
 #include "shape/shape_output.h"
 #include "shape/shape_report.h"
@@ -127,16 +129,16 @@ int RunSource(Source& source, Read read) {
 }
 
 // The two ways in which MID records give a code.
-using CodeReader = FeatureCode (*)(std::string_view line, const LineReader& mid, int code_length);
+using CodeReader = FeatureCode (*)(std::string_view line, LineReader& mid, int code_length);
 
-FeatureCode ReadZatCode(std::string_view line, const LineReader& mid, int code_length) {
+FeatureCode ReadZatCode(std::string_view line, LineReader& mid, int code_length) {
   std::string_view field;
   FieldCursor fields(line, &mid);
   fields.Next(&field);
   return ParseCode(field, code_length);
 }
 
-FeatureCode ReadMsrCode(std::string_view line, const LineReader& mid, int code_length) {
+FeatureCode ReadMsrCode(std::string_view line, LineReader& mid, int code_length) {
   std::string_view number;
   std::string_view unused;
   std::string_view area;
@@ -300,34 +302,71 @@ int BuildFromMif(const ShapeContext& cs, const char* title, CodeReader code_of) 
   return RunSource(source, [&](Source& s) { return ReadMifRecords(s, mif, mid, code_of); });
 }
 
+// Two plain numbers of degrees at the start of a line, which a CR follows.
+bool TakePoint(std::string_view line, ShapePoint* point) {
+  const char* p = TakeCoordinate(line.data(), &point->X);
+  if (p == nullptr || (*p != ',' && *p != '\t')) return false;
+  p = TakeCoordinate(p + 1, &point->Y);
+  return p != nullptr && IsDelimiter(*p);
+}
+
+// A line of a shape text, read as a point. Whether it is one, or the head of a block, tells the
+// block before it.
+struct ShapeLine {
+  ShapePoint point;
+  std::string_view text;
+};
+
+ReadResult ReadShapeLine(LineReader& lines, ShapeLine* line) {
+  if (FRD_ReadLine(lines, kLineSize, &line->text) == 0) return ReadResult::kEnd;
+  if (TakePoint(line->text, &line->point)) return ReadResult::kRecord;
+  FieldCursor fields(line->text, &lines);
+  std::string_view x;
+  std::string_view y;
+  fields.Next(&x);
+  fields.Next(&y);
+  if (lines.long_field()) return ReadResult::kEnd;
+  line->point = {FRD_ParseFixed6(x), FRD_ParseFixed6(y)};
+  return ReadResult::kRecord;
+}
+
 Outcome ReadTextBlocks(Source& source, LineReader& text) {
   const ShapeContext& cs = *source.cs;
   ShapeOutput& output = source.output;
-  std::string_view line;
+  RecordStream stream = StreamRecords<ShapeLine>(text, ReadShapeLine);
+  RecordRun<ShapeLine> run;
+  int64_t at = 0;  // line of the run
+  const auto more = [&] {
+    while (at == run.count) {
+      if (!stream.Next(&run)) return false;
+      at = 0;
+    }
+    return true;
+  };
   for (int64_t number = 1;; ++number) {
     const int record = static_cast<int>(number);
-    if (FRD_ReadLine(text, kLineSize, &line) == 0) {
+    if (!more()) {
       if (text.failed()) return source.problem.Set("Can't read the file (%s) !", source.path);
       return Outcome::kEnd;
     }
-    FieldCursor head(line, &text);
+    FieldCursor head(run.records[at++].text);
     std::string_view code;
     std::string_view points;
     head.Next(&code);
     head.Next(&points);
     const int32_t count = FRD_ParseInt(points);
     if (!output.BeginRecord(ParseCode(code, cs.CodeLength), false)) return Outcome::kNotWritten;
-    for (int32_t item = 0; item < count; ++item) {
-      if (FRD_ReadLine(text, kLineSize, &line) == 0) {
+    for (int32_t item = 0; item < count;) {
+      if (!more()) {
         return source.problem.Set("Can't read the Item Data (%s) at rec=%d item=%d", source.path,
                                   record, static_cast<int>(item + 1));
       }
-      FieldCursor fields(line, &text);
-      std::string_view x;
-      std::string_view y;
-      fields.Next(&x);
-      fields.Next(&y);
-      if (!output.AddPoint({FRD_ParseFixed6(x), FRD_ParseFixed6(y)})) return Outcome::kNotWritten;
+      const auto part = static_cast<int32_t>(std::min<int64_t>(count - item, run.count - at));
+      for (int32_t i = 0; i < part; ++i) {
+        if (!output.AddPoint(run.records[at + i].point)) return Outcome::kNotWritten;
+      }
+      at += part;
+      item += part;
     }
     output.EndRecord(count);
     if (cs.ShowProgress != 0 && number % kProgressRecords == 0 && BRN_SetStatus(nullptr) == 0) {

@@ -29,9 +29,9 @@ int CopyNames(WindowHandle owner, const char* control_file, const NameStoreTexts
       break;
     }
     CopyProgress progress;
-    const CopyResult copied =
-        CopyRecords<NameStoreRecord>(data, store, &progress, [&](NameStoreRecord* record) {
-          if (source.read(data, record, code_length) == 0) return ReadResult::kEnd;
+    const CopyResult copied = CopyRecords<NameStoreRecord>(
+        data, store, &progress, [&](LineReader& lines, NameStoreRecord* record) {
+          if (source.read(lines, record, code_length) == 0) return ReadResult::kEnd;
           return record->Name[0] != 0 ? ReadResult::kRecord : ReadResult::kUnwanted;
         });
     if (copied == CopyResult::kReadFailed) {

@@ -1,11 +1,13 @@
 // The loop that stage one's steps share: source records into a work store.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
+#include <utility>
 
 #include "frd/control.h"
 #include "frd/files.h"
-#include "frd/long_pass.h"
+#include "frd/record_stream.h"
 
 namespace zatlib {
 
@@ -18,14 +20,6 @@ enum class CopyResult {
   kStopped       // the record reader found the data unfit; `records` tells where
 };
 
-// What reading one record came to.
-enum class ReadResult {
-  kRecord,
-  kUnwanted,  // read, but not for the store
-  kEnd,
-  kUnfit  // ends the copy
-};
-
 // Texts and counts of one copy.
 struct CopyProgress {
   const char* status = nullptr;  // with a %d for the running number; null = shows nothing
@@ -33,33 +27,75 @@ struct CopyProgress {
   int64_t records = 0;           // records read so far
 };
 
-// Copies records from `read(&record)` into the store until the file ends; what was copied is in
-// the file when this returns.
+// Copies records from a file that is open into the store until the file ends; what was copied is in
+// the file when this returns. `read(lines, &record)` takes a record from its line, on any thread
+// (see RecordStream).
 template <typename Record, typename Read>
-CopyResult CopyRecords(const LineReader& source, RecordWriter& store, CopyProgress* progress,
-                       Read read) {
+CopyResult CopyRecords(LineReader& source, RecordWriter& store, CopyProgress* progress, Read read) {
   CopyResult result = CopyResult::kDone;
-  Record record;
-  while (true) {
-    const ReadResult got = read(&record);
-    if (got == ReadResult::kEnd) break;
-    if (got == ReadResult::kUnfit) {
-      result = CopyResult::kStopped;
-      break;
+  RecordStream<Record, Read> stream(source, std::move(read));
+  RecordRun<Record> run;
+  while (result == CopyResult::kDone && stream.Next(&run)) {
+    if (progress->status == nullptr) {
+      if (CancelledWithin(progress->records, run.read)) result = CopyResult::kCancelled;
+      progress->records += run.read;
+      if (result == CopyResult::kDone && !store.AppendMany(run.records, run.count)) {
+        return CopyResult::kWriteFailed;
+      }
+      continue;
     }
-    if (progress->status != nullptr && progress->records % progress->interval == 0 &&
-        SetStatusNumber(progress->status, progress->records) == 0) {
-      result = CopyResult::kCancelled;
-      break;
+    // Every record read is one to copy here.
+    for (int64_t done = 0; done < run.count;) {
+      const int64_t past = progress->records % progress->interval;
+      if (past == 0 && SetStatusNumber(progress->status, progress->records) == 0) {
+        result = CopyResult::kCancelled;
+        break;
+      }
+      const int64_t part = std::min(run.count - done, progress->interval - past);
+      progress->records += part;
+      if (!store.AppendMany(run.records + done, part)) return CopyResult::kWriteFailed;
+      done += part;
     }
-    if (progress->status == nullptr && CancelledAt(progress->records)) {
-      result = CopyResult::kCancelled;
-      break;
-    }
-    ++progress->records;
-    if (got == ReadResult::kRecord && !store.Append(&record)) return CopyResult::kWriteFailed;
   }
   // Records wait in the store's block: a refused write comes before whatever ended the loop.
+  if (!store.WriteOut()) return CopyResult::kWriteFailed;
+  if (result == CopyResult::kDone && source.failed()) return CopyResult::kReadFailed;
+  return result;
+}
+
+// The same for records that another file completes: `amend(&record)` is called for each in turn, on
+// the calling thread, and tells what has become of it.
+template <typename Record, typename Read, typename Amend>
+CopyResult CopyAmendedRecords(LineReader& source, RecordWriter& store, CopyProgress* progress,
+                              Read read, Amend amend) {
+  CopyResult result = CopyResult::kDone;
+  RecordStream<Record, Read> stream(source, std::move(read));
+  RecordRun<Record> run;
+  bool ended = false;
+  while (!ended && stream.Next(&run)) {
+    for (int64_t i = 0; i < run.count && !ended; ++i) {
+      Record record = run.records[i];
+      switch (amend(&record)) {
+        case ReadResult::kUnfit:
+          result = CopyResult::kStopped;
+          ended = true;
+          continue;
+        case ReadResult::kEnd:
+          ended = true;
+          continue;
+        default:
+          break;
+      }
+      if (progress->records % progress->interval == 0 &&
+          SetStatusNumber(progress->status, progress->records) == 0) {
+        result = CopyResult::kCancelled;
+        ended = true;
+        continue;
+      }
+      ++progress->records;
+      if (!store.Append(&record)) return CopyResult::kWriteFailed;
+    }
+  }
   if (!store.WriteOut()) return CopyResult::kWriteFailed;
   if (result == CopyResult::kDone && source.failed()) return CopyResult::kReadFailed;
   return result;
@@ -76,13 +112,13 @@ struct AppendTexts {
 
 inline constexpr int64_t kAppendInterval = 5000;  // records between two looks at the user
 
-// Appends the records of one source file to a store. `read(&record)` works on `data`, which is
-// opened here. Errors but kUnfit are reported. Returns what became of it; `*count` grows by the
-// records copied.
-template <typename Record, typename Read>
+// Appends the records of one source file to a store: `copy(store, &progress)` copies from `data`,
+// which is opened here. Errors but kUnfit are reported. Returns what became of it; `*count` grows
+// by the records copied.
+template <typename Record, typename Copy>
 CopyResult AppendFile(WindowHandle owner, const AppendTexts& texts, int number,
                       const char* data_path, const char* store_path, LineReader& data,
-                      int64_t* count, Read read) {
+                      int64_t* count, Copy copy) {
   if (!data.Open(data_path)) {
     ReportTaskModal(owner, "File Error", texts.data_error, number, data_path);
     return CopyResult::kReadFailed;
@@ -93,7 +129,7 @@ CopyResult AppendFile(WindowHandle owner, const AppendTexts& texts, int number,
     return CopyResult::kWriteFailed;
   }
   CopyProgress progress{texts.status, kAppendInterval, 0};
-  const CopyResult result = CopyRecords<Record>(data, store, &progress, read);
+  const CopyResult result = copy(store, &progress);
   *count += progress.records;
   if (result == CopyResult::kReadFailed) {
     ReportTaskModal(owner, texts.read_title, "Can't read the file (%s) !", data_path);

@@ -56,12 +56,15 @@ struct SourceLayout {
   Entry entries[kMaxColumns] = {};
   int columns = 0;
   bool reads_rest = true;
+  bool composes = false;  // some column is a number within an area
 
   consteval SourceLayout(std::initializer_list<SourceColumn> list, bool rest = true)
       : reads_rest(rest) {
     for (const SourceColumn& source : list) {
       entries[source.column - 1] = {source.kind, static_cast<uint16_t>(source.offset)};
       if (source.column > columns) columns = source.column;
+      composes = composes || source.kind == FieldKind::kAreaCode ||
+                 source.kind == FieldKind::kPartnerCode || source.kind == FieldKind::kFullCode;
     }
   }
 };

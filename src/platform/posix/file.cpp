@@ -134,6 +134,12 @@ int64_t File::Size() const {
   return status.st_size;
 }
 
+bool File::CutHere() {
+  const int fd = static_cast<int>(handle_);
+  const off_t position = ::lseek(fd, 0, SEEK_CUR);
+  return position >= 0 && (Size() == position || ::ftruncate(fd, position) == 0);
+}
+
 bool File::Flush() {
   // write() has handed the bytes to the kernel, where they survive the process; a build that a
   // power cut ends is built anew. Waiting for the disk would only cost time.

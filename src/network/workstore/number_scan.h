@@ -1,0 +1,81 @@
+// Numbers at the front of a field, eight digits at a time. What is out of the ordinary is left to
+// the parsers of frd/text.h, so that they alone say what a number is.
+#pragma once
+
+#include <bit>
+#include <cstdint>
+#include <cstring>
+
+namespace zatlib {
+
+// Digits from `p` on: their value, and how many there are. Beyond 18 digits the value has no
+// meaning.
+struct DigitRun {
+  uint64_t value = 0;
+  const char* end = nullptr;
+};
+
+// Value of eight digits (not characters) in the bytes of `digits`, the first one lowest.
+inline uint64_t EightDigits(uint64_t digits) {
+  digits = digits * 10 + (digits >> 8);
+  constexpr uint64_t kPairs = 0x000000FF000000FF;
+  constexpr uint64_t kLow = 100 + (uint64_t{1000000} << 32);
+  constexpr uint64_t kHigh = 1 + (uint64_t{10000} << 32);
+  return ((digits & kPairs) * kLow + ((digits >> 16) & kPairs) * kHigh) >> 32;
+}
+
+// Takes the digits at `p`. Up to 7 bytes behind the last one must be readable.
+inline DigitRun TakeDigits(const char* p, uint64_t value = 0) {
+  static constexpr uint64_t kPowers[] = {1, 10, 100, 1000, 10000, 100000, 1000000, 10000000};
+  static_assert(std::endian::native == std::endian::little);
+  while (true) {
+    uint64_t bytes;
+    std::memcpy(&bytes, p, sizeof bytes);
+    const uint64_t digits = bytes ^ 0x3030303030303030;
+    // The top bit of a byte that is no digit; bytes above the first such one may be wrong.
+    const uint64_t others = ((digits + 0x7676767676767676) | digits) & 0x8080808080808080;
+    if (others != 0) {
+      const int count = std::countr_zero(others) / 8;
+      if (count == 0) return {value, p};
+      // Leading zeros fill the eight up.
+      return {value * kPowers[count] + EightDigits(digits << (64 - 8 * count)), p + count};
+    }
+    value = value * 100000000 + EightDigits(digits);
+    p += 8;
+  }
+}
+
+// Bytes that end a field or a record.
+struct Delimiters {
+  bool is[256] = {};
+  consteval Delimiters() { is[','] = is['\t'] = is['\r'] = is[0] = true; }
+};
+inline constexpr Delimiters kDelimiters;
+
+inline bool IsDelimiter(char c) { return kDelimiters.is[static_cast<unsigned char>(c)]; }
+
+// Takes a number of degrees at `p` as FRD_ParseFixed6 reads it, in millionths. Returns where it
+// ends; null when it is out of the ordinary: more than 10 digits or 6 decimals, or beyond 32 bits.
+inline const char* TakeCoordinate(const char* p, int32_t* value) {
+  static constexpr int64_t kFill[] = {1000000, 100000, 10000, 1000, 100, 10, 1};
+  constexpr int64_t kMostDigits = 10;
+  const bool negative = *p == '-';
+  const char* const begin = negative ? p + 1 : p;
+  DigitRun digits = TakeDigits(begin);
+  int64_t count = digits.end - begin;
+  int64_t decimals = 0;
+  if (*digits.end == '.') {
+    const char* const point = digits.end;
+    if (count > kMostDigits) return nullptr;
+    digits = TakeDigits(point + 1, digits.value);
+    decimals = digits.end - point - 1;
+    count += decimals;
+  }
+  if (count == 0 || count > kMostDigits || decimals > 6) return nullptr;
+  const int64_t number = static_cast<int64_t>(digits.value) * kFill[decimals];
+  if (number > INT32_MAX) return nullptr;
+  *value = static_cast<int32_t>(negative ? -number : number);
+  return digits.end;
+}
+
+}  // namespace zatlib
