@@ -302,38 +302,86 @@ int BuildFromMif(const ShapeContext& cs, const char* title, CodeReader code_of) 
   return RunSource(source, [&](Source& s) { return ReadMifRecords(s, mif, mid, code_of); });
 }
 
-// Two plain numbers of degrees at the start of a line, which a CR follows.
-bool TakePoint(std::string_view line, ShapePoint* point) {
-  const char* p = TakeCoordinate(line.data(), &point->X);
+// A line of a shape text. Whether it is a point or the head of a block tells the block before it,
+// so it is read as what it looks like, and once more where that was wrong.
+struct ShapeLine {
+  enum class Kind : uint8_t { kText, kPoint, kHead };
+  ShapePoint point;  // of kPoint
+  FeatureCode code;  // of kHead
+  int32_t count;     // of kHead
+  Kind kind;
+  uint32_t length;
+  const char* begin;
+
+  std::string_view text() const { return {begin, length}; }
+};
+
+// Takes two plain numbers of degrees.
+bool TakePoint(const char* p, ShapePoint* point) {
+  p = TakeCoordinate(p, &point->X);
   if (p == nullptr || (*p != ',' && *p != '\t')) return false;
   p = TakeCoordinate(p + 1, &point->Y);
   return p != nullptr && IsDelimiter(*p);
 }
 
-// A line of a shape text, read as a point. Whether it is one, or the head of a block, tells the
-// block before it.
-struct ShapeLine {
-  ShapePoint point;
-  std::string_view text;
+// Takes a plain code and a plain number of points.
+bool TakeHead(const char* p, int code_length, ShapeLine* line) {
+  const bool decimal = code_length == kDecimalCode;
+  const DigitRun code = TakeDigits(p);
+  if (code.end == p || code.end - p > (decimal ? 15 : 18)) return false;
+  if (*code.end != ',' && *code.end != '\t') return false;
+  const DigitRun count = TakeDigits(code.end + 1);
+  if (count.end - code.end > 10 || !IsDelimiter(*count.end)) return false;
+  const auto number = static_cast<int64_t>(code.value);
+  line->code = decimal ? FeatureCode::FromDouble(static_cast<double>(number))
+                       : FeatureCode::FromInteger(number);
+  line->count = static_cast<int32_t>(count.value);
+  return true;
+}
+
+// The first two fields of a line.
+struct FieldPair {
+  std::string_view first;
+  std::string_view second;
 };
 
-ReadResult ReadShapeLine(LineReader& lines, ShapeLine* line) {
-  if (FRD_ReadLine(lines, kLineSize, &line->text) == 0) return ReadResult::kEnd;
-  if (TakePoint(line->text, &line->point)) return ReadResult::kRecord;
-  FieldCursor fields(line->text, &lines);
-  std::string_view x;
-  std::string_view y;
-  fields.Next(&x);
-  fields.Next(&y);
-  if (lines.long_field()) return ReadResult::kEnd;
-  line->point = {FRD_ParseFixed6(x), FRD_ParseFixed6(y)};
+FieldPair FirstFields(std::string_view line, LineReader* source) {
+  FieldPair pair;
+  FieldCursor fields(line, source);
+  fields.Next(&pair.first);
+  fields.Next(&pair.second);
+  return pair;
+}
+
+ReadResult ReadShapeLine(LineReader& lines, int code_length, ShapeLine* line) {
+  std::string_view text;
+  if (FRD_ReadLine(lines, kLineSize, &text) == 0) return ReadResult::kEnd;
+  line->begin = text.data();
+  line->length = static_cast<uint32_t>(text.size());
+  if (TakePoint(line->begin, &line->point)) {
+    line->kind = ShapeLine::Kind::kPoint;
+  } else if (TakeHead(line->begin, code_length, line)) {
+    line->kind = ShapeLine::Kind::kHead;
+  } else {
+    line->kind = ShapeLine::Kind::kText;
+    FirstFields(text, &lines);
+    if (lines.long_field()) return ReadResult::kEnd;
+  }
   return ReadResult::kRecord;
+}
+
+ShapePoint PointOf(const ShapeLine& line) {
+  if (line.kind == ShapeLine::Kind::kPoint) return line.point;
+  const FieldPair fields = FirstFields(line.text(), nullptr);
+  return {FRD_ParseFixed6(fields.first), FRD_ParseFixed6(fields.second)};
 }
 
 Outcome ReadTextBlocks(Source& source, LineReader& text) {
   const ShapeContext& cs = *source.cs;
   ShapeOutput& output = source.output;
-  RecordStream stream = StreamRecords<ShapeLine>(text, ReadShapeLine);
+  RecordStream stream = StreamRecords<ShapeLine>(text, [&cs](LineReader& lines, ShapeLine* line) {
+    return ReadShapeLine(lines, cs.CodeLength, line);
+  });
   RecordRun<ShapeLine> run;
   int64_t at = 0;  // line of the run
   const auto more = [&] {
@@ -349,22 +397,24 @@ Outcome ReadTextBlocks(Source& source, LineReader& text) {
       if (text.failed()) return source.problem.Set("Can't read the file (%s) !", source.path);
       return Outcome::kEnd;
     }
-    FieldCursor head(run.records[at++].text);
-    std::string_view code;
-    std::string_view points;
-    head.Next(&code);
-    head.Next(&points);
-    const int32_t count = FRD_ParseInt(points);
-    if (!output.BeginRecord(ParseCode(code, cs.CodeLength), false)) return Outcome::kNotWritten;
+    ShapeLine head = run.records[at++];
+    if (head.kind != ShapeLine::Kind::kHead) {
+      const FieldPair fields = FirstFields(head.text(), nullptr);
+      head.code = ParseCode(fields.first, cs.CodeLength);
+      head.count = FRD_ParseInt(fields.second);
+    }
+    const int32_t count = head.count;
+    if (!output.BeginRecord(head.code, false)) return Outcome::kNotWritten;
     for (int32_t item = 0; item < count;) {
       if (!more()) {
         return source.problem.Set("Can't read the Item Data (%s) at rec=%d item=%d", source.path,
                                   record, static_cast<int>(item + 1));
       }
-      const auto part = static_cast<int32_t>(std::min<int64_t>(count - item, run.count - at));
-      for (int32_t i = 0; i < part; ++i) {
-        if (!output.AddPoint(run.records[at + i].point)) return Outcome::kNotWritten;
-      }
+      ShapePoint points[64];
+      const auto part = static_cast<int32_t>(
+          std::min({int64_t{count} - item, run.count - at, std::ssize(points)}));
+      for (int32_t i = 0; i < part; ++i) points[i] = PointOf(run.records[at + i]);
+      if (!output.AddPoints(points, part)) return Outcome::kNotWritten;
       at += part;
       item += part;
     }

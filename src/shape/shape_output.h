@@ -41,6 +41,18 @@ class ShapeOutput {
     return data_.Append(&point);
   }
 
+  // The same for points in a row.
+  bool AddPoints(const ShapePoint* points, int64_t count) {
+    if (data_.offset() + (count - 1) * static_cast<int64_t>(sizeof *points) > kLastPointOffset) {
+      // Near the limit the point that crosses it is looked for.
+      for (int64_t i = 0; i < count; ++i) {
+        if (!AddPoint(points[i])) return false;
+      }
+      return true;
+    }
+    return data_.AppendMany(points, count);
+  }
+
   // Ends the record; `count` is what its entry says.
   void EndRecord(int32_t count);
 

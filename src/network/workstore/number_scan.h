@@ -55,27 +55,39 @@ inline constexpr Delimiters kDelimiters;
 inline bool IsDelimiter(char c) { return kDelimiters.is[static_cast<unsigned char>(c)]; }
 
 // Takes a number of degrees at `p` as FRD_ParseFixed6 reads it, in millionths. Returns where it
-// ends; null when it is out of the ordinary: more than 10 digits or 6 decimals, or beyond 32 bits.
+// ends; null when it is out of the ordinary: more than 3 digits before the point (10 without one),
+// more than 6 behind it, or beyond 32 bits.
 inline const char* TakeCoordinate(const char* p, int32_t* value) {
   static constexpr int64_t kFill[] = {1000000, 100000, 10000, 1000, 100, 10, 1};
+  constexpr int64_t kWholeDigits = 3;
   constexpr int64_t kMostDigits = 10;
   const bool negative = *p == '-';
-  const char* const begin = negative ? p + 1 : p;
-  DigitRun digits = TakeDigits(begin);
-  int64_t count = digits.end - begin;
-  int64_t decimals = 0;
-  if (*digits.end == '.') {
-    const char* const point = digits.end;
-    if (count > kMostDigits) return nullptr;
-    digits = TakeDigits(point + 1, digits.value);
-    decimals = digits.end - point - 1;
-    count += decimals;
+  if (negative) ++p;
+  const char* const begin = p;
+  int64_t number = 0;
+  while (*p >= '0' && *p <= '9' && p - begin < kWholeDigits) number = number * 10 + (*p++ - '0');
+  if (*p == '.') {
+    uint64_t bytes;
+    std::memcpy(&bytes, ++p, sizeof bytes);
+    const uint64_t digits = bytes ^ 0x3030303030303030;
+    const uint64_t others = ((digits + 0x7676767676767676) | digits) & 0x8080808080808080;
+    const int count = others == 0 ? 8 : std::countr_zero(others) / 8;
+    if (count > 6 || p - begin + count == 1) return nullptr;
+    number *= 1000000;
+    if (count > 0) {
+      number += static_cast<int64_t>(EightDigits(digits << (64 - 8 * count))) * kFill[count];
+    }
+    p += count;
+  } else {
+    const DigitRun rest = TakeDigits(p, static_cast<uint64_t>(number));
+    const int64_t count = rest.end - begin;
+    if (count == 0 || count > kMostDigits || *rest.end == '.') return nullptr;
+    number = static_cast<int64_t>(rest.value) * kFill[0];
+    p = rest.end;
   }
-  if (count == 0 || count > kMostDigits || decimals > 6) return nullptr;
-  const int64_t number = static_cast<int64_t>(digits.value) * kFill[decimals];
   if (number > INT32_MAX) return nullptr;
   *value = static_cast<int32_t>(negative ? -number : number);
-  return digits.end;
+  return p;
 }
 
 }  // namespace zatlib
