@@ -179,10 +179,22 @@ LineScan ScanLine(char* begin, char* limit, bool may_have_quotes) {
 // Where the whole lines of [begin, end) end, which are not the last ones of their file.
 char* EndOfWholeLines(char* begin, char* end, bool has_quotes) {
   if (!has_quotes) {
-    // The byte behind the CR belongs to it.
-    char* p = end - 1;
-    while (p > begin && p[-1] != '\r') --p;
-    return p > begin ? p + 1 : end;
+    // The byte behind a CR belongs to it, also when that is another CR: in a row of them every
+    // second one ends a line.
+    for (char* p = end; p > begin;) {
+      while (p > begin && p[-1] != '\r') --p;
+      char* row = p;
+      while (row > begin && row[-1] == '\r') --row;
+      if ((p - row) % 2 == 0) {
+        if (p > row) return p;
+      } else if (p < end) {
+        return p + 1;
+      } else if (p - row > 1) {
+        return p - 1;
+      }
+      p = row;
+    }
+    return end;
   }
   char* p = begin;
   while (static_cast<size_t>(end - p) > kLineSize) {

@@ -27,7 +27,7 @@ const std::vector<SectionNames>& KnownSections() {
   static const std::vector<SectionNames> kSections = {
       {"SYSTEM",
        Owner::kBoth,
-       {"FORMAT", "SILENTMODE:i", "CODELENGTH:i", "BUILDMETHOD", "DEBUG:i", "LOG:i"}},
+       {"FORMAT", "SILENTMODE:i", "CODELENGTH:i", "BUILDMETHOD", "DEBUG:i", "LOG:i", "THREADS:i"}},
       {"FOLDER", Owner::kBoth, {"CALCMAPDIR"}},
       {"TUKOUJ", Owner::kBoth, {"NOTADDONEWAY:i", "FILENUM:i", "FILE#"}},
       {"ATTRIBUTE", Owner::kBoth, {"FILENUM:i", "FILE#"}},

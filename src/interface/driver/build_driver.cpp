@@ -5,6 +5,7 @@
 
 #include "frd/control.h"
 #include "frd/log.h"
+#include "frd/parallel.h"
 #include "input_msr/path_one.h"
 #include "input_zat/path_one.h"
 #include "network/build_network.h"
@@ -27,6 +28,11 @@ void SetInterchangeFlags(const char* folder) {
   if (TR_CheckFareData(folder) != 0) TR_SetInterchangeFlags(folder);
 }
 
+// [SYSTEM] THREADS.
+void TakeThreadCount(const char* control_file) {
+  SetThreadCount(ControlInt(control_file, "SYSTEM", "THREADS", 0));
+}
+
 void DeleteWorkStores(const char* folder) {
   for (const char* name : {kNodeStoreFile, kLinkStoreFile, kNodeNameStoreFile, kLinkNameStoreFile,
                            kRuleStoreFile, kOneWayStoreFile}) {
@@ -46,14 +52,17 @@ int64_t BRN_GetFormat(const char* control_file) {
 }
 
 int BRN_PathOneZat(WindowHandle owner, int64_t, const char* control_file) {
+  TakeThreadCount(control_file);
   return BRN_ZAT_PathOne(owner, control_file);
 }
 
 int BRN_PathOneMsr(WindowHandle owner, int64_t, const char* control_file) {
+  TakeThreadCount(control_file);
   return BRN_MSR_PathOne(owner, control_file);
 }
 
 int BRN_BuildRoadNetworks(WindowHandle owner, int64_t format, const char* control_file) {
+  TakeThreadCount(control_file);
   FRD_EraseOldLogs(kPerUser, kBuildTag);
   LogBuild("Building Road Networks Start. ");
   int result = Checkpoint(0.0f);
@@ -83,6 +92,7 @@ int BRN_BuildRoadNetworks(WindowHandle owner, int64_t format, const char* contro
 }
 
 int BRN_PathTwo(WindowHandle owner, int64_t, const char* control_file) {
+  TakeThreadCount(control_file);
   LogBuild("Path Two Start. ");
   int result = Checkpoint(0.3f);
   if (result != 0) result = BRN_BuildNetwork(owner, control_file);

@@ -1,0 +1,84 @@
+#include "frd/parallel.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <numeric>
+#include <vector>
+
+namespace zatlib {
+namespace {
+
+class ParallelTest : public ::testing::TestWithParam<int> {
+ protected:
+  ParallelTest() { SetThreadCount(GetParam()); }
+  ~ParallelTest() override { SetThreadCount(0); }
+};
+
+INSTANTIATE_TEST_SUITE_P(Threads, ParallelTest, ::testing::Values(1, 2, 4, 16));
+
+TEST_P(ParallelTest, RunsEachPartOnce) {
+  Workers workers;
+  std::vector<int> runs(1000, 0);
+  workers.Run(1000, [&](int64_t part) { ++runs[static_cast<size_t>(part)]; });
+  EXPECT_EQ(runs, std::vector<int>(1000, 1));
+}
+
+TEST_P(ParallelTest, OneRunFollowsTheOther) {
+  Workers workers;
+  std::vector<int64_t> values(64, 0);
+  for (int64_t round = 1; round <= 500; ++round) {
+    workers.Run(64, [&](int64_t part) { values[static_cast<size_t>(part)] += round; });
+  }
+  // 1 + 2 + ... + 500.
+  EXPECT_EQ(values, std::vector<int64_t>(64, 125250));
+}
+
+TEST_P(ParallelTest, ABegunRunIsDoneWhenItIsFinished) {
+  Workers workers;
+  std::atomic<int> done = 0;
+  workers.Start(100, [&](int64_t) { ++done; });
+  workers.Finish();
+  EXPECT_EQ(done, 100);
+  // A run that nobody finishes is finished by the next one, or by the end.
+  workers.Start(10, [&](int64_t) { ++done; });
+  workers.Start(10, [&](int64_t) { done += 100; });
+  workers.Finish();
+  EXPECT_EQ(done, 1110);
+  {
+    Workers others;
+    others.Start(7, [&](int64_t) { ++done; });
+  }
+  EXPECT_EQ(done, 1117);
+}
+
+TEST_P(ParallelTest, ARunWithoutPartsIsNoRun) {
+  Workers workers;
+  workers.Run(0, [](int64_t) { FAIL(); });
+  workers.RunRanges(0, 10, [](int64_t, int64_t) { FAIL(); });
+}
+
+TEST_P(ParallelTest, RangesCoverAllAndEndAtTheCount) {
+  Workers workers;
+  std::vector<int> seen(105, 0);
+  workers.RunRanges(105, 10, [&](int64_t begin, int64_t end) {
+    EXPECT_EQ(begin % 10, 0);
+    EXPECT_EQ(end, begin == 100 ? 105 : begin + 10);
+    for (int64_t i = begin; i < end; ++i) ++seen[static_cast<size_t>(i)];
+  });
+  EXPECT_EQ(seen, std::vector<int>(105, 1));
+}
+
+TEST(ThreadCountTest, IsWithin1And16) {
+  SetThreadCount(5);
+  EXPECT_EQ(ThreadCount(), 5);
+  SetThreadCount(17);
+  EXPECT_EQ(ThreadCount(), 16);
+  SetThreadCount(-3);
+  EXPECT_GE(ThreadCount(), 1);
+  EXPECT_LE(ThreadCount(), 16);
+  SetThreadCount(0);
+}
+
+}  // namespace
+}  // namespace zatlib
