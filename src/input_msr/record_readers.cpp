@@ -60,17 +60,17 @@ constexpr SourceLayout kTukoujLayout = {{1, kArea, 0},
 }  // namespace
 
 int BRN_MSR_ReadDrotenRecord(LineReader& file, NodeStoreRecord* record, int code_length) {
-  return ReadSourceRecord(file, kDrotenLayout, {code_length}, record);
+  return ReadSourceRecord<kDrotenLayout>(file, {code_length}, record);
 }
 
 int BRN_MSR_ReadNodeName(LineReader& file, NameStoreRecord* record, int code_length) {
-  return ReadSourceRecord(file, kNodeNameLayout, {code_length}, record);
+  return ReadSourceRecord<kNodeNameLayout>(file, {code_length}, record);
 }
 
 int BRN_MSR_ReadDkukanRecord(LineReader& file, LinkStoreRecord* record, int code_length,
                              DefaultSpeeds defaults) {
   LineAreas areas;
-  if (ReadSourceRecord(file, kDkukanLayout, {code_length, defaults}, record, &areas) == 0) return 0;
+  if (ReadSourceRecord<kDkukanLayout>(file, {code_length, defaults}, record, &areas) == 0) return 0;
   // Unsigned: a nonsense area number wraps.
   if (static_cast<int32_t>(record->CityCode) >= 1) {
     record->CityCode += static_cast<uint32_t>(areas.area) * kCityFactor;
@@ -79,13 +79,13 @@ int BRN_MSR_ReadDkukanRecord(LineReader& file, LinkStoreRecord* record, int code
 }
 
 int BRN_MSR_ReadKukanzRecord(LineReader& file, NameStoreRecord* record, int code_length) {
-  return ReadSourceRecord(file, kKukanzLayout, {code_length}, record);
+  return ReadSourceRecord<kKukanzLayout>(file, {code_length}, record);
 }
 
 int BRN_MSR_ReadTukoujRecord(LineReader& file, RuleStoreRecord* record, int code_length) {
   LineAreas areas;
   const SourceRules rules = {code_length, {0, 0}, kTukoujLineSize};
-  if (ReadSourceRecord(file, kTukoujLayout, rules, record, &areas) == 0) return 0;
+  if (ReadSourceRecord<kTukoujLayout>(file, rules, record, &areas) == 0) return 0;
   // A code that is 0 has been left 0.
   const bool valid = areas.area >= 1 && record->NodeCode.bits != 0 && record->InLink.bits != 0 &&
                      record->OutLink.bits != 0;

@@ -74,45 +74,45 @@ constexpr SourceLayout kLinkTrfLayout = {{1, kCode, offsetof(OneWayStoreRecord, 
 }  // namespace
 
 int BRN_ZAT_ReadNodeRecord(LineReader& file, NodeStoreRecord* record, int code_length) {
-  return ReadSourceRecord(file, kNodeLayout, {code_length}, record);
+  return ReadSourceRecord<kNodeLayout>(file, {code_length}, record);
 }
 
 int BRN_ZAT_ReadNodeNameFromNode(LineReader& file, NameStoreRecord* record, int code_length) {
-  return ReadSourceRecord(file, kNodeNameInNodeLayout, {code_length}, record);
+  return ReadSourceRecord<kNodeNameInNodeLayout>(file, {code_length}, record);
 }
 
 int BRN_ZAT_ReadNodeName(LineReader& file, NameStoreRecord* record, int code_length) {
-  return ReadSourceRecord(file, kNodeNameLayout, {code_length}, record);
+  return ReadSourceRecord<kNodeNameLayout>(file, {code_length}, record);
 }
 
 int BRN_ZAT_ReadNodeXY(LineReader& file, NodeXYRecord* record, int code_length) {
-  return ReadSourceRecord(file, kNodeXYLayout, {code_length}, record);
+  return ReadSourceRecord<kNodeXYLayout>(file, {code_length}, record);
 }
 
 int BRN_ZAT_ReadLinkRecord(LineReader& file, LinkStoreRecord* record, int code_length,
                            DefaultSpeeds defaults) {
-  return ReadSourceRecord(file, kLinkLayout, {code_length, defaults}, record);
+  return ReadSourceRecord<kLinkLayout>(file, {code_length, defaults}, record);
 }
 
 int BRN_ZAT_ReadLinkNameFromLink(LineReader& file, NameStoreRecord* record, int code_length) {
-  return ReadSourceRecord(file, kLinkNameInLinkLayout, {code_length}, record);
+  return ReadSourceRecord<kLinkNameInLinkLayout>(file, {code_length}, record);
 }
 
 int BRN_ZAT_ReadLinkName(LineReader& file, NameStoreRecord* record, int code_length) {
-  return ReadSourceRecord(file, kLinkNameLayout, {code_length}, record);
+  return ReadSourceRecord<kLinkNameLayout>(file, {code_length}, record);
 }
 
 int BRN_ZAT_ReadLinkSpeed(LineReader& file, LinkSpeedRecord* record, int code_length,
                           DefaultSpeeds defaults) {
-  return ReadSourceRecord(file, kLinkSpeedLayout, {code_length, defaults}, record);
+  return ReadSourceRecord<kLinkSpeedLayout>(file, {code_length, defaults}, record);
 }
 
 int BRN_ZAT_ReadNodeTrf(LineReader& file, RuleStoreRecord* record, int code_length) {
-  return ReadSourceRecord(file, kNodeTrfLayout, {code_length}, record);
+  return ReadSourceRecord<kNodeTrfLayout>(file, {code_length}, record);
 }
 
 int BRN_ZAT_ReadLinkTrf(LineReader& file, OneWayStoreRecord* record, int code_length) {
-  return ReadSourceRecord(file, kLinkTrfLayout, {code_length}, record);
+  return ReadSourceRecord<kLinkTrfLayout>(file, {code_length}, record);
 }
 
 }  // namespace zatlib

@@ -259,7 +259,7 @@ TEST_P(RecordStreamTest, AFieldThatIsTooLongEndsTheProcessWhenItsTurnComes) {
     LineReader file;
     Open(&file, content);
     RecordStream stream = StreamRecords<int64_t>(file, [](LineReader& lines, int64_t* record) {
-      return ReadSourceRecord(lines, kLayout, {14}, record) != 0 ? ReadResult::kRecord
+      return ReadSourceRecord<kLayout>(lines, {14}, record) != 0 ? ReadResult::kRecord
                                                                  : ReadResult::kEnd;
     });
     RecordRun<int64_t> run;
