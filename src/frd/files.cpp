@@ -321,6 +321,7 @@ bool RecordWriter::Open(const char* path, uint32_t record_size, bool append) {
       platform::Share::kNone,
       append ? platform::Disposition::kOpenAlways : platform::Disposition::kCreateAlways);
   record_size_ = record_size;
+  limit_ = kMaxRecords * record_size;
   used_ = 0;
   count_ = 0;
   offset_ = 0;
@@ -337,6 +338,11 @@ bool RecordWriter::Open(const char* path, uint32_t record_size, bool append) {
 }
 
 bool RecordWriter::Append(const void* record) {
+  if (offset_ >= limit_) {
+    WriteOut();
+    failed_ = true;
+    return false;
+  }
   if (used_ == capacity_ && !WriteOut()) return false;
   std::memcpy(block_.data() + used_, record, record_size_);
   used_ += record_size_;
