@@ -471,8 +471,8 @@ int BRN_MakeDummyLinks(WindowHandle owner, const SortedCodes& nodes, const char*
   LogBuild(
       "lnCtr=%ld lnNumNodeStore=%ld lnNumLinkStore=%ld lnDummyCtr=%ld, BRN_MakeDummyLinks "
       "returns=%d",
-      static_cast<long>(counts.visited), static_cast<long>(counts.nodes),
-      static_cast<long>(counts.links), static_cast<long>(counts.made), result);
+      ShownAs<long>(counts.visited), ShownAs<long>(counts.nodes), ShownAs<long>(counts.links),
+      ShownAs<long>(counts.made), result);
   return result;
 }
 
