@@ -153,6 +153,8 @@ class RecordWriter {
   bool Close();
 
  private:
+  bool RefuseMore();
+
   platform::File file_;
   PageArray<char> block_;
   uint32_t record_size_ = 1;

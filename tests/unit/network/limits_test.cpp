@@ -56,6 +56,25 @@ TEST_F(Limits, ARecordFileEndsAtTheLastRecordNumber) {
   EXPECT_EQ(std::filesystem::file_size(path), kMost * 96);
 }
 
+TEST_F(Limits, OfManyRecordsThoseThatFitAreTaken) {
+  NEED_HOLE("records.dat", (kMost - 2) * 48);
+  RecordWriter writer;
+  const std::string records(3 * 48, 'x');
+  ASSERT_TRUE(writer.Open((folder_ / "records.dat").c_str(), 48, true));
+  EXPECT_FALSE(writer.AppendMany(records.data(), 3));
+  EXPECT_FALSE(writer.AppendMany(records.data(), 1));
+  EXPECT_EQ(writer.count(), 2);
+  EXPECT_EQ(writer.failed_record(), 2);
+  EXPECT_FALSE(writer.Close());
+  EXPECT_EQ(std::filesystem::file_size(folder_ / "records.dat"), kMost * 48);
+
+  // Exactly as many as fit.
+  NEED_HOLE("records.dat", (kMost - 3) * 48);
+  ASSERT_TRUE(writer.Open((folder_ / "records.dat").c_str(), 48, true));
+  EXPECT_TRUE(writer.AppendMany(records.data(), 3));
+  EXPECT_TRUE(writer.Close());
+}
+
 TEST_F(Limits, TheLastRecordNumberIsNoError) {
   NEED_HOLE("records.dat", (kMost - 1) * 40);
   RecordWriter writer;
