@@ -100,7 +100,7 @@ int SetStatusNumber(const char* format, int64_t number) {
   if (!FRD_IsDialogOpen()) return BRN_SetStatus(nullptr);
   char text[256];
   // The formats are the system's own texts with one %d.
-  FRD_Format(text, sizeof text, format, static_cast<int>(number));
+  FRD_Format(text, sizeof text, format, ShownAs<int>(number));
   return BRN_SetStatus(text);
 }
 

@@ -333,6 +333,7 @@ bool RecordWriter::Open(const char* path, uint32_t record_size, bool append) {
       platform::Share::kNone,
       append ? platform::Disposition::kOpenAlways : platform::Disposition::kCreateAlways);
   record_size_ = record_size;
+  limit_ = kMaxRecords * record_size;
   used_ = 0;
   count_ = 0;
   offset_ = 0;
@@ -349,6 +350,7 @@ bool RecordWriter::Open(const char* path, uint32_t record_size, bool append) {
 }
 
 bool RecordWriter::Append(const void* record) {
+  if (offset_ >= limit_) return RefuseMore();
   if (used_ == capacity_ && !WriteOut()) return false;
   std::memcpy(block_.data() + used_, record, record_size_);
   used_ += record_size_;
@@ -358,8 +360,9 @@ bool RecordWriter::Append(const void* record) {
 }
 
 bool RecordWriter::AppendMany(const void* records, int64_t count) {
+  const int64_t taken = std::min(count, (limit_ - offset_) / record_size_);
   const auto* bytes = static_cast<const char*>(records);
-  uint64_t left = static_cast<uint64_t>(count) * record_size_;
+  uint64_t left = taken > 0 ? static_cast<uint64_t>(taken) * record_size_ : 0;
   while (left > 0) {
     if (used_ == capacity_ && !WriteOut()) return false;
     const auto part = static_cast<uint32_t>(std::min<uint64_t>(left, capacity_ - used_));
@@ -370,7 +373,13 @@ bool RecordWriter::AppendMany(const void* records, int64_t count) {
     bytes += part;
     left -= part;
   }
-  return true;
+  return taken == count || RefuseMore();
+}
+
+bool RecordWriter::RefuseMore() {
+  WriteOut();
+  failed_ = true;
+  return false;
 }
 
 bool RecordWriter::WriteOut() {

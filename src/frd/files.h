@@ -14,6 +14,10 @@ namespace zatlib {
 inline constexpr uint32_t kWriteChunk = 0x800000;  // bytes of one system write of FRD_WriteFile
 inline constexpr uint32_t kLineSize = 2048;        // bytes of a source line, its CR included
 
+// Records of one file at most: record numbers are signed 32-bit numbers, -1 means none, and arrays
+// by record number have room for two more.
+inline constexpr int64_t kMaxRecords = 0x7FFFFFFF - 2;
+
 // Writes `size` bytes in chunks of 8 MiB. A chunk refused outright is tried once more after ten
 // seconds; when that succeeds the chunk is written again, so the file then holds it twice. Returns
 // 1 when all was written, else 0; failures go to the service log.
@@ -119,7 +123,8 @@ int64_t FRD_CountLines(const char* path);
 // Creates a folder and its missing parents. Non-zero when the folder was created.
 int FRD_CreateFolderTree(const char* path);
 
-// A file of fixed-size records that grows at its end, written in large blocks.
+// A file of fixed-size records that grows at its end, written in large blocks. Beyond kMaxRecords
+// it takes no record, as if the system had refused it.
 class RecordWriter {
  public:
   // Opens for reading and writing without sharing: created anew, or at its end when `append`.
@@ -148,6 +153,8 @@ class RecordWriter {
   bool Close();
 
  private:
+  bool RefuseMore();
+
   platform::File file_;
   PageArray<char> block_;
   uint32_t record_size_ = 1;
@@ -155,6 +162,7 @@ class RecordWriter {
   uint32_t capacity_ = 0;
   int64_t count_ = 0;
   int64_t offset_ = 0;
+  int64_t limit_ = 0;  // offset that no record begins at or behind
   int64_t written_bytes_ = 0;
   bool failed_ = false;
 };

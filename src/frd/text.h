@@ -4,6 +4,7 @@
 #include <cstdarg>
 #include <cstddef>
 #include <cstdint>
+#include <limits>
 #include <string_view>
 
 namespace zatlib {
@@ -51,11 +52,12 @@ void FRD_SplitPath(const char* path, char* folder_out, char* name_out);
 // holds 260 bytes.
 void FRD_MakeMidPath(const char* mif_path, char* mid_out);
 
-// Finds field `index` (from 0) of a line of `length` bytes, separated by ',', TAB or ';'. Double
-// quotes do not protect separators; one leading and then one trailing quote are dropped. Returns
-// (position of the field's first byte x 65,536) + position behind its last byte, quotes included,
-// or -1 when the line has fewer fields. `out` (1,024 bytes, or null) receives the text, cut at a
-// whole character, or an empty text.
+// Finds field `index` (from 0) of a line of `length` bytes, separated by ',', TAB or ';'; a line
+// ends after 32,767 bytes, so that the positions fit into the result. Double quotes do not protect
+// separators; one leading and then one trailing quote are dropped. Returns (position of the field's
+// first byte x 65,536) + position behind its last byte, quotes included, or -1 when the line has
+// fewer fields. `out` (1,024 bytes, or null) receives the text, cut at a whole character, or an
+// empty text.
 int FRD_GetCsvField(int index, int length, const char* line, char* out);
 
 // A decimal number x 1,000,000 as a 32-bit integer, from at most 32 characters: digits and signs
@@ -75,6 +77,14 @@ int64_t FRD_ParseInt64(std::string_view text);
 
 // The same for a decimal floating-point number.
 double FRD_ParseDouble(std::string_view text);
+
+// A count for a format that takes less than 64 bits: clamped, so that it is never another number.
+template <typename Shown>
+constexpr Shown ShownAs(int64_t count) {
+  constexpr auto kLeast = static_cast<int64_t>(std::numeric_limits<Shown>::min());
+  constexpr auto kMost = static_cast<int64_t>(std::numeric_limits<Shown>::max());
+  return static_cast<Shown>(count < kLeast ? kLeast : count > kMost ? kMost : count);
+}
 
 // The mask of bit 0 (0x80) to 7 (0x01) of a byte, most significant first. Above 7: the number with
 // its low 8 bits cleared, which is 0 up to 255.

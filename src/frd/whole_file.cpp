@@ -5,7 +5,7 @@
 
 namespace zatlib {
 
-LoadResult LoadWholeFile(const char* path, WholeFile* file) {
+LoadResult LoadWholeFile(const char* path, WholeFile* file, uint64_t most_bytes) {
   file->Free();
   platform::File source =
       platform::File::Open(path, platform::Access::kRead, platform::Share::kRead,
@@ -13,6 +13,7 @@ LoadResult LoadWholeFile(const char* path, WholeFile* file) {
   if (!source.IsOpen()) return LoadResult::kNotOpened;
   const int64_t size = source.Size();
   if (size < 0) return LoadResult::kNotRead;
+  if (static_cast<uint64_t>(size) > most_bytes) return LoadResult::kNoMemory;
   PageArray<char> bytes;
   if (!bytes.Allocate(static_cast<uint64_t>(size) + kFileMargin)) return LoadResult::kNoMemory;
   if (!ReadExactly(source, bytes.data(), static_cast<uint64_t>(size))) return LoadResult::kNotRead;

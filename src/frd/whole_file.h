@@ -38,8 +38,9 @@ struct WholeFile {
 enum class LoadResult { kLoaded, kNoMemory, kNotOpened, kNotRead };
 
 // Opens the file for reading (others may read), takes memory for it and reads it in one go; an
-// empty file loads. Reports nothing; `file` is empty after a failure.
-LoadResult LoadWholeFile(const char* path, WholeFile* file);
+// empty file loads. A file of more than `most_bytes` counts as one without memory. Reports nothing;
+// `file` is empty after a failure.
+LoadResult LoadWholeFile(const char* path, WholeFile* file, uint64_t most_bytes = UINT64_MAX);
 
 // The same for a file whose size the caller has judged already: one that has another size by now
 // counts as not read.

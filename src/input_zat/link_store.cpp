@@ -62,8 +62,7 @@ int BRN_ZAT_SetLinkStore(WindowHandle owner, const char* control_file) {
         });
     if (copied != CopyResult::kDone) result = 0;
   }
-  LogBuild("Setting Link Storage end %s : set count = %d", ResultText(result),
-           static_cast<int>(count));
+  LogBuild("Setting Link Storage end %s : set count = %d", ResultText(result), ShownAs<int>(count));
   return result;
 }
 
@@ -127,8 +126,7 @@ int BRN_ZAT_SetLinkSpeedData(WindowHandle owner, const char* control_file) {
     ReportTaskModal(owner, kFileTitle, "Can't write the link storage %s !", store_path.c_str());
     result = 0;
   }
-  LogBuild("Setting Link Speed end %s : set counter = %d", ResultText(result),
-           static_cast<int>(count));
+  LogBuild("Setting Link Speed end %s : set counter = %d", ResultText(result), ShownAs<int>(count));
   return result;
 }
 

@@ -22,11 +22,11 @@ int BRN_ZAT_SetNodeNameStore(WindowHandle owner, const char* control_file) {
   int64_t count = 0;
   int result = CopyNames(owner, control_file, kTexts, kFromNodes, store, &count);
   LogBuild("Setting Node Name Storage from Node Data end %s : set count = %d", ResultText(result),
-           static_cast<int>(count));
+           ShownAs<int>(count));
   if (result == 0) return 0;
   result = CopyNames(owner, control_file, kTexts, kFromNames, store, &count);
   LogBuild("Setting Node Name Storage from Node Name Data end %s : set count = %d",
-           ResultText(result), static_cast<int>(count));
+           ResultText(result), ShownAs<int>(count));
   store.Close();
   return result;
 }
@@ -47,11 +47,11 @@ int BRN_ZAT_SetLinkNameStore(WindowHandle owner, const char* control_file) {
   int64_t count = 0;
   int result = CopyNames(owner, control_file, kTexts, from_links, store, &count);
   LogBuild("Setting Link Name Storage from Link Data end %d : set count = %d", result,
-           static_cast<int>(count));
+           ShownAs<int>(count));
   if (result == 0) return 0;
   result = CopyNames(owner, control_file, kTexts, kFromNames, store, &count);
   LogBuild("Setting Link Name Storage from Link Name Data end %d : set count = %d", result,
-           static_cast<int>(count));
+           ShownAs<int>(count));
   store.Close();
   return result;
 }

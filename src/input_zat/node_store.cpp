@@ -81,7 +81,7 @@ int BRN_ZAT_SetNodeStore(WindowHandle owner, const char* control_file) {
         CopyNodeFile(owner, control_file, i, mif_mode, store_path.c_str(), code_length, &count);
   }
   LogBuild("Setting Node Storage end %s : set counter = %d", ResultText(result),
-           static_cast<int>(count));
+           ShownAs<int>(count));
   return result;
 }
 
@@ -145,7 +145,7 @@ int BRN_ZAT_SetNodeXYData(WindowHandle owner, const char* control_file) {
     ReportTaskModal(owner, "File Error in BRN_ZAT_SetNodeXYData", "Can't write the node store !");
     result = 0;
   }
-  LogBuild("Setting Node XY end %s : set count = %d", ResultText(result), static_cast<int>(count));
+  LogBuild("Setting Node XY end %s : set count = %d", ResultText(result), ShownAs<int>(count));
   return result;
 }
 

@@ -73,17 +73,25 @@ const RoadFlagKey kRoadFlags[] = {
     {"RTWEIGHT_LEFT", "RTWEIGHT_LEFT", nullptr, "135"},
 };
 
-void WriteNumber(const char* section, const char* key, int64_t number, const char* path) {
-  char text[32];
-  FRD_Format(text, sizeof text, "%ld", static_cast<long>(number));
-  platform::SaveProfileString(section, key, text, path);
-}
+// The file's sections, written key by key.
+struct DefinitionFile {
+  const char* path;
+  bool whole = true;  // false when the system refused a key
 
-void WriteEntry(const char* section, int64_t number, const char* value, const char* path) {
-  char key[32];
-  FRD_Format(key, sizeof key, "DEF%02d", static_cast<int>(number));
-  platform::SaveProfileString(section, key, value, path);
-}
+  void Write(const char* section, const char* key, const char* value) {
+    whole = platform::SaveProfileString(section, key, value, path) && whole;
+  }
+  void WriteNumber(const char* section, const char* key, int64_t number) {
+    char text[32];
+    FRD_Format(text, sizeof text, "%ld", static_cast<long>(number));
+    Write(section, key, text);
+  }
+  void WriteEntry(const char* section, int64_t number, const char* value) {
+    char key[32];
+    FRD_Format(key, sizeof key, "DEF%02d", static_cast<int>(number));
+    Write(section, key, value);
+  }
+};
 
 // The two comment lines, in a file made anew. False when it cannot be created.
 bool WriteHeader(const char* path) {
@@ -103,9 +111,9 @@ bool WriteHeader(const char* path) {
 }
 
 // The classes of a file, one a line, and their count behind them. Returns 1, 0 when it cannot be
-// opened or read.
+// opened or read or the user has cancelled.
 int WriteClassFile(WindowHandle owner, const ClassList& list, const char* control_file,
-                   const char* path) {
+                   DefinitionFile& definition) {
   const PathText source = ControlFile(control_file, list.section, 1);
   LineReader file;
   if (!file.Open(source.c_str())) {
@@ -117,45 +125,51 @@ int WriteClassFile(WindowHandle owner, const ClassList& list, const char* contro
   while (FRD_ReadLine(file, kClassLineSize, &line) != 0) {
     std::string value(line.substr(0, line.find('\0')));
     std::replace(value.begin(), value.end(), '"', ' ');
-    WriteEntry(list.section, ++count, value.c_str(), path);
+    definition.WriteEntry(list.section, ++count, value.c_str());
+    if (BRN_SetStatus(nullptr) == 0) return 0;
   }
   if (file.failed()) {
     ReportTaskModal(owner, kTitle, "Can't read the file (%s) !", source.c_str());
     return 0;
   }
-  WriteNumber(list.section, "NUMDEF", count, path);
+  definition.WriteNumber(list.section, "NUMDEF", count);
   return 1;
 }
 
 int WriteClasses(WindowHandle owner, const ClassList& list, const char* control_file,
-                 const char* path) {
+                 DefinitionFile& definition) {
   if (ControlInt(control_file, list.section, "FILENUM", 0) == 1) {
-    return WriteClassFile(owner, list, control_file, path);
+    return WriteClassFile(owner, list, control_file, definition);
   }
-  WriteNumber(list.section, "NUMDEF", list.count, path);
-  for (int i = 0; i < list.count; ++i) WriteEntry(list.section, i + 1, list.entries[i], path);
+  definition.WriteNumber(list.section, "NUMDEF", list.count);
+  for (int i = 0; i < list.count; ++i) {
+    definition.WriteEntry(list.section, i + 1, list.entries[i]);
+  }
   return 1;
 }
 
-void WriteTollRoads(const char* control_file, const char* path) {
+// Returns 0 when the user has cancelled.
+int WriteTollRoads(const char* control_file, DefinitionFile& definition) {
   const int count = ControlInt(control_file, "TOLLROAD", "NUMDEF", 0);
   if (count < 1) {
-    WriteNumber("TOLLROAD", "NUMDEF", 2, path);
-    WriteEntry("TOLLROAD", 1, "01", path);
-    WriteEntry("TOLLROAD", 2, "02", path);
-    return;
+    definition.WriteNumber("TOLLROAD", "NUMDEF", 2);
+    definition.WriteEntry("TOLLROAD", 1, "01");
+    definition.WriteEntry("TOLLROAD", 2, "02");
+    return 1;
   }
-  WriteNumber("TOLLROAD", "NUMDEF", count, path);
-  for (int i = 1; i <= count; ++i) {
+  definition.WriteNumber("TOLLROAD", "NUMDEF", count);
+  for (int64_t i = 1; i <= count; ++i) {
     char key[32];
-    FRD_Format(key, sizeof key, "DEF%02d", i);
+    FRD_Format(key, sizeof key, "DEF%02d", static_cast<int>(i));
     char value[kTollValueSize];
     platform::ReadProfileString("TOLLROAD", key, "", value, sizeof value, control_file);
-    platform::SaveProfileString("TOLLROAD", key, value, path);
+    definition.Write("TOLLROAD", key, value);
+    if (BRN_SetStatus(nullptr) == 0) return 0;
   }
+  return 1;
 }
 
-void WriteRoadFlags(const char* control_file, const char* path) {
+void WriteRoadFlags(const char* control_file, DefinitionFile& definition) {
   for (const RoadFlagKey& flag : kRoadFlags) {
     char value[kFlagValueSize];
     platform::ReadProfileString("ROADFLAG", flag.source, flag.default_value, value, sizeof value,
@@ -164,7 +178,7 @@ void WriteRoadFlags(const char* control_file, const char* path) {
       platform::ReadProfileString("ROADFLAG", flag.older_source, flag.default_value, value,
                                   sizeof value, control_file);
     }
-    platform::SaveProfileString("ROADFLAG", flag.key, value, path);
+    definition.Write("ROADFLAG", flag.key, value);
   }
 }
 
@@ -173,17 +187,24 @@ void WriteRoadFlags(const char* control_file, const char* path) {
 int BRN_CreateRoadDef(WindowHandle owner, const char* control_file, Prologue prologue) {
   if (prologue == Prologue::kWith && BRN_BeginStep("Setting Road Definition...") == 0) return 0;
   const PathText path = OutputPath(control_file, kRoadDefinitionFile);
-  if (!WriteHeader(path.c_str())) {
+  DefinitionFile definition{path.c_str()};
+  const bool created = WriteHeader(path.c_str());
+  if (!created) {
     // The profile writes below create the file themselves; it then lacks the comment lines only.
     ReportTaskModal(owner, kTitle, "Can't open the Road Definition File (%s) !", path.c_str());
   }
-  if (WriteClasses(owner, kRoadClassList, control_file, path.c_str()) == 0) return 0;
-  if (WriteClasses(owner, kWidthClassList, control_file, path.c_str()) == 0) return 0;
-  WriteTollRoads(control_file, path.c_str());
-  WriteRoadFlags(control_file, path.c_str());
+  if (WriteClasses(owner, kRoadClassList, control_file, definition) == 0) return 0;
+  if (WriteClasses(owner, kWidthClassList, control_file, definition) == 0) return 0;
+  if (WriteTollRoads(control_file, definition) == 0) return 0;
+  WriteRoadFlags(control_file, definition);
   const int code_length = ControlInt(control_file, "SYSTEM", "CODELENGTH", kDecimalCode);
-  WriteNumber("SYSTEM", "CODELENGTH", code_length, path.c_str());
+  definition.WriteNumber("SYSTEM", "CODELENGTH", code_length);
   LogBuild("CODELENGTH=%d", code_length);
+  if (created && !definition.whole) {
+    // Every later step asks this file for the code length and would take a missing one for 14.
+    ReportTaskModal(owner, kTitle, "Can't write the Road Definition File (%s) !", path.c_str());
+    return 0;
+  }
   return 1;
 }
 

@@ -21,8 +21,10 @@ class StoreTable {
  public:
   // Reads the file (its size plus kFileMargin bytes of memory) and reserves count + 2 index
   // entries. A store that cannot be opened is never taken for an empty one: Save would empty it.
+  // More than kMaxRecords records count as no memory.
   StoreTableResult Load(const char* path) {
-    const LoadResult loaded = LoadWholeFile(path, &image_);
+    constexpr uint64_t kMostBytes = (static_cast<uint64_t>(kMaxRecords) + 1) * sizeof(Record) - 1;
+    const LoadResult loaded = LoadWholeFile(path, &image_, kMostBytes);
     if (loaded == LoadResult::kNoMemory) return StoreTableResult::kNoMemory;
     if (loaded != LoadResult::kLoaded) return StoreTableResult::kNotRead;
     count_ = image_.count<Record>();

@@ -53,8 +53,8 @@ class Trial {
 };
 
 void LogCase(char name, int64_t nodes, int64_t links, uint64_t bytes) {
-  LogBuild("CASE %c: NumNode=%ld NumLink=%ld AllocMem=%.1lfMB", name, static_cast<long>(nodes),
-           static_cast<long>(links), static_cast<double>(bytes) / 1024.0 / 1024.0);
+  LogBuild("CASE %c: NumNode=%ld NumLink=%ld AllocMem=%.1lfMB", name, ShownAs<long>(nodes),
+           ShownAs<long>(links), static_cast<double>(bytes) / 1024.0 / 1024.0);
 }
 
 // The first blocks of cases A and C live through the whole build: the stores or their positions and

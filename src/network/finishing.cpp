@@ -78,14 +78,14 @@ int FinishNodeAttribute(WindowHandle owner, const char* control_file, int64_t* n
   PageArray<uint8_t> attributes;
   PageArray<LinkNameRecord> link_names;
   PageArray<SlotBytes> connections;
-  if (!node_links.Allocate(static_cast<uint64_t>(n)) ||
+  if (n > kMaxRecords || l > kMaxRecords || !node_links.Allocate(static_cast<uint64_t>(n)) ||
       !node_names.Allocate(static_cast<uint64_t>(n)) ||
       !attributes.Allocate(static_cast<uint64_t>(n) + 2) ||
       !link_names.Allocate(static_cast<uint64_t>(l) + 2) ||
       !connections.Allocate(static_cast<uint64_t>(n))) {
     ReportError(owner, "Memory Error in BRN_FinishNodeAttribute",
-                "Can't allocate the memory for 5 indexes (node=%ld,link=%ld) !",
-                static_cast<long>(n), static_cast<long>(l));
+                "Can't allocate the memory for 5 indexes (node=%ld,link=%ld) !", ShownAs<long>(n),
+                ShownAs<long>(l));
     return 0;
   }
   if (!LoadCounted(node_link_path.c_str(), &node_links, n)) {
@@ -164,8 +164,8 @@ int FinishNames(WindowHandle owner, const char* control_file, const NameTexts& t
   PageArray<CodeIndexRecord> index;
   PageArray<Name> names;
   counts->stored = CountRecords(store_path.c_str(), sizeof(NameStoreRecord));
-  if (!store.Allocate(static_cast<uint64_t>(counts->stored))) {
-    ReportError(owner, texts.memory_title, texts.store_memory, static_cast<long>(counts->stored));
+  if (counts->stored > kMaxRecords || !store.Allocate(static_cast<uint64_t>(counts->stored))) {
+    ReportError(owner, texts.memory_title, texts.store_memory, ShownAs<long>(counts->stored));
     return 0;
   }
   if (!LoadCounted(store_path.c_str(), &store, counts->stored)) {
@@ -174,8 +174,8 @@ int FinishNames(WindowHandle owner, const char* control_file, const NameTexts& t
   }
   counts->records = CountRecords(index_path.c_str(), sizeof(CodeIndexRecord));
   const int64_t n = counts->records;
-  if (!index.Allocate(static_cast<uint64_t>(n))) {
-    ReportError(owner, texts.memory_title, texts.index_memory, static_cast<long>(n));
+  if (n > kMaxRecords || !index.Allocate(static_cast<uint64_t>(n))) {
+    ReportError(owner, texts.memory_title, texts.index_memory, ShownAs<long>(n));
     return 0;
   }
   if (!LoadCounted(index_path.c_str(), &index, n)) {
@@ -213,8 +213,8 @@ int RunNameStep(WindowHandle owner, const char* control_file, const NameTexts& t
   NameCounts counts;
   const int result = FinishNames<Name>(owner, control_file, texts, &counts, put);
   if (WantsSummary(control_file)) {
-    LogBuild(texts.summary, static_cast<long>(counts.records), static_cast<int>(counts.stored),
-             static_cast<long>(counts.hits), result);
+    LogBuild(texts.summary, ShownAs<long>(counts.records), ShownAs<int>(counts.stored),
+             ShownAs<long>(counts.hits), result);
   }
   return result;
 }
@@ -228,7 +228,7 @@ int BRN_FinishNodeAttribute(WindowHandle owner, const char* control_file) {
   const int result = FinishNodeAttribute(owner, control_file, &node_count, &link_count);
   if (WantsSummary(control_file)) {
     LogBuild("lnNumNode=%ld, lnNumLink=%ld, BRN_FinishNodeAttriute returns=%d",
-             static_cast<long>(node_count), static_cast<long>(link_count), result);
+             ShownAs<long>(node_count), ShownAs<long>(link_count), result);
   }
   return result;
 }

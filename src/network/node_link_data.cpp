@@ -10,7 +10,6 @@ namespace zatlib {
 namespace {
 
 constexpr int32_t kStatusInterval = 10000;  // records between two looks at the user, through files
-constexpr int64_t kMaxRecords = INT32_MAX - 2;  // record numbers are signed 32-bit numbers
 
 // The texts of one load step.
 struct LoadTexts {
@@ -42,7 +41,7 @@ int LoadStore(WindowHandle owner, const LoadTexts& texts, const char* control_fi
   } else {
     count = store.count();
     if (count > kMaxRecords || !reserve(static_cast<uint64_t>(count) + 2)) {
-      ReportError(owner, texts.memory_title, texts.no_memory, static_cast<long>(count));
+      ReportError(owner, texts.memory_title, texts.no_memory, ShownAs<long>(count));
       result = 0;
     }
   }
@@ -59,7 +58,7 @@ int LoadStore(WindowHandle owner, const LoadTexts& texts, const char* control_fi
   if (result == 0) kept = 0;
   *kept_count = static_cast<int32_t>(kept);
   if (WantsSummary(control_file)) {
-    LogBuild(texts.summary, static_cast<long>(kept), static_cast<long>(count), result);
+    LogBuild(texts.summary, ShownAs<long>(kept), ShownAs<long>(count), result);
   }
   return result;
 }

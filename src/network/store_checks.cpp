@@ -64,9 +64,9 @@ int CheckDuplicates(WindowHandle owner, const char* path, int code_length,
   }
   const int64_t count = store.count();
   if (count < 1) return 0;
-  if (!codes.Allocate(static_cast<uint64_t>(count) + 2)) {
+  if (count > kMaxRecords || !codes.Allocate(static_cast<uint64_t>(count) + 2)) {
     ReportError(owner, "Memory Error in BRN_CheckNodeLinkDuplication", texts.no_memory,
-                static_cast<long>(count));
+                ShownAs<long>(count));
     return 0;
   }
   for (int64_t i = 0; i < count; ++i) {
@@ -294,8 +294,8 @@ int JoinPartners(WindowHandle owner, const SortedCodes& list, const char* contro
     link.RoadKind = kDummyRoadKind;
     link.Value4 = kDummyValue4;
     uint32_t written = 0;
-    if (links.Seek(0, platform::SeekFrom::kEnd) < 0 || !links.Write(&link, sizeof link, &written) ||
-        written != sizeof link) {
+    if (counts->links >= kMaxRecords || links.Seek(0, platform::SeekFrom::kEnd) < 0 ||
+        !links.Write(&link, sizeof link, &written) || written != sizeof link) {
       ReportError(owner, "File Error", "Can't append the LINKSTORE(%s)", link_path.c_str());
       return 0;
     }
@@ -471,8 +471,8 @@ int BRN_MakeDummyLinks(WindowHandle owner, const SortedCodes& nodes, const char*
   LogBuild(
       "lnCtr=%ld lnNumNodeStore=%ld lnNumLinkStore=%ld lnDummyCtr=%ld, BRN_MakeDummyLinks "
       "returns=%d",
-      static_cast<long>(counts.visited), static_cast<long>(counts.nodes),
-      static_cast<long>(counts.links), static_cast<long>(counts.made), result);
+      ShownAs<long>(counts.visited), ShownAs<long>(counts.nodes), ShownAs<long>(counts.links),
+      ShownAs<long>(counts.made), result);
   return result;
 }
 

@@ -30,6 +30,10 @@ void CountOperations();
 // Number of operations of that kind since ArmFault or CountOperations.
 int64_t OperationCount(Operation operation);
 
+// Called before every operation while faults are armed or operations are counted, with its number
+// of that kind (from 1); null for nothing. A test ends the process there, or fills the disk.
+void WatchOperations(void (*watcher)(Operation operation, int64_t number));
+
 // Back to normal: nothing fails, nothing is counted.
 void ClearFaults();
 

@@ -12,6 +12,7 @@ struct FaultState {
   int64_t nth = 0;
   bool sticky = false;
   WriteFault write_fault = WriteFault::kNothingWritten;
+  std::atomic<void (*)(Operation, int64_t)> watcher{nullptr};
   std::atomic<int64_t> counts[static_cast<int>(Operation::kCount)];
 };
 FaultState g_faults;
@@ -29,6 +30,7 @@ void* g_module = nullptr;
 bool ShouldFail(Operation operation) {
   if (!g_faults.watching.load(std::memory_order_relaxed)) return false;
   const int64_t number = ++g_faults.counts[static_cast<int>(operation)];
+  if (auto* const watcher = g_faults.watcher.load()) watcher(operation, number);
   if (operation != g_faults.operation) return false;
   return number == g_faults.nth || (g_faults.sticky && number > g_faults.nth);
 }
@@ -50,6 +52,10 @@ void CountOperations() {
 }
 
 int64_t OperationCount(Operation operation) { return g_faults.counts[static_cast<int>(operation)]; }
+
+void WatchOperations(void (*watcher)(Operation operation, int64_t number)) {
+  g_faults.watcher = watcher;
+}
 
 void ClearFaults() { Restart(); }
 

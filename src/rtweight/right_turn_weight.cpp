@@ -89,7 +89,7 @@ int LoadCodes(WindowHandle owner, const char* control_file, const char* folder,
   }
   if (MM_SUB_LoadLinkCodes(*link_count, codes->data(), control_file) == 0) {
     return Fail(owner, "Fatal Error occured in MM_SUB_LoadLinkCodes, num rec = %d",
-                static_cast<int>(*link_count));
+                ShownAs<int>(*link_count));
   }
   return 1;
 }
@@ -208,7 +208,7 @@ int MM_SUB_LoadLinkCodes(int64_t link_count, FeatureCode* codes, const char* con
                            platform::Disposition::kOpenExisting, platform::Hint::kSequential);
   if (!file.IsOpen()) {
     ReportError(nullptr, kLoadCodesTitle, "Can't open the file : %s, lnSize=%d", path.c_str(),
-                static_cast<int>(link_count));
+                ShownAs<int>(link_count));
     return 0;
   }
   DrawingRecord block[2048];

@@ -228,8 +228,8 @@ int ShowRecord(Source& source, int64_t record) {
   if (source.line_count < 0 && CountRecords(source) == 0) return 0;
   const ShapeIndexEntry& entry = source.output.last_entry();
   char text[512];
-  FRD_Format(text, sizeof text, "Reading Shape=%d / %d\r\n[%s %ld %ld]", static_cast<int>(record),
-             static_cast<int>(source.line_count), CodeText(entry.Code, CodeTextLength(cs)).c_str(),
+  FRD_Format(text, sizeof text, "Reading Shape=%d / %d\r\n[%s %ld %ld]", ShownAs<int>(record),
+             ShownAs<int>(source.line_count), CodeText(entry.Code, CodeTextLength(cs)).c_str(),
              static_cast<long>(entry.Offset), static_cast<long>(entry.Count));
   if (BRN_SetStatus(text) == 0) return 0;
   const double share = source.line_count > record
@@ -243,7 +243,7 @@ Outcome ReadMifRecords(Source& source, LineReader& mif, LineReader& mid, CodeRea
   ShapeOutput& output = source.output;
   std::string_view line;
   for (int64_t number = 1;; ++number) {
-    const int record = static_cast<int>(number);
+    const int record = ShownAs<int>(number);
     if (FRD_ReadLine(mid, kLineSize, &line) == 0) {
       if (!mid.too_long() && !mid.failed()) return Outcome::kEnd;
       return source.problem.Set("Can't read the Mid File (%s) at rec=%d", source.mid_path, record);
@@ -392,7 +392,7 @@ Outcome ReadTextBlocks(Source& source, LineReader& text) {
     return true;
   };
   for (int64_t number = 1;; ++number) {
-    const int record = static_cast<int>(number);
+    const int record = ShownAs<int>(number);
     if (!more()) {
       if (text.failed()) return source.problem.Set("Can't read the file (%s) !", source.path);
       return Outcome::kEnd;

@@ -64,8 +64,8 @@ int CloseAllConnections(Tables* tables) {
   const auto* turns = tables->turns.records<SlotBytes>();
   const int64_t node_count = tables->nodes.count<CalcNode>();
   // Nodes beyond the end of a table that is too short have no links or no turns.
-  const int64_t known =
-      std::min(tables->node_links.count<NodeLinks>(), tables->turns.count<SlotBytes>());
+  const int64_t known = std::min(
+      {tables->node_links.count<NodeLinks>(), tables->turns.count<SlotBytes>(), kMaxRecords});
   for (int64_t n = 0; n < node_count; ++n) {
     if (n < known) {
       CloseConnections(static_cast<int32_t>(n), &nodes[n], node_links[n], turns[n],

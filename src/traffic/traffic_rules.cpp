@@ -178,8 +178,7 @@ constexpr Section kOneWaySection = {kOneWayStoreFile, "Checking OneWayStorage %d
 int ShowSection(const Section& section, int64_t set_count, int64_t record) {
   if (g_silent != 0 || !FRD_IsDialogOpen()) return BRN_SetStatus(nullptr);
   char text[128];
-  FRD_Format(text, sizeof text, section.status, static_cast<int>(set_count),
-             static_cast<int>(record));
+  FRD_Format(text, sizeof text, section.status, ShownAs<int>(set_count), ShownAs<int>(record));
   return BRN_SetStatus(text);
 }
 
@@ -202,7 +201,8 @@ int RunSection(WindowHandle owner, const char* folder, const Section& section, i
       }
     }
   }
-  LogBuild(section.end, ResultText(result), static_cast<int>(set_count));
+  // A one-way record sets up to 16 bits.
+  LogBuild(section.end, ResultText(result), ShownAs<int>(set_count));
   return result;
 }
 

@@ -35,12 +35,20 @@ bool ReadAll(const char* file, std::string* text) {
 }
 
 // Overwrites in place and cuts what is left over: emptying the file first would make some file
-// systems write it out to the disk at every key.
+// systems write it out to the disk at every key. Room is made before the first byte is changed: on
+// a full disk the file stays as it is.
 bool WriteAll(const char* file, const std::string& text) {
   const int fd = ::open(NativePath(file).c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0666);
   if (fd < 0) return false;
   struct stat status {};
   bool good = ::fstat(fd, &status) == 0;
+#ifdef FALLOC_FL_KEEP_SIZE
+  if (good && static_cast<size_t>(status.st_size) < text.size() &&
+      ::fallocate(fd, FALLOC_FL_KEEP_SIZE, 0, static_cast<off_t>(text.size())) != 0) {
+    // Other errors mean that the file system cannot tell beforehand.
+    good = errno != ENOSPC && errno != EDQUOT && errno != EFBIG;
+  }
+#endif
   size_t done = 0;
   while (good && done < text.size()) {
     const ssize_t put = ::write(fd, text.data() + done, text.size() - done);
