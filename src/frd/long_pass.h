@@ -17,6 +17,11 @@ inline bool CancelledAt(int64_t index, int64_t interval = kCancelInterval) {
   return (index & (interval - 1)) == interval - 1 && BRN_SetStatus(nullptr) == 0;
 }
 
+// The same for a block of indexes that were worked off together.
+inline bool CancelledWithin(int64_t begin, int64_t end, int64_t interval = kCancelInterval) {
+  return begin / interval != end / interval && BRN_SetStatus(nullptr) == 0;
+}
+
 // SortRecords of frd/keyed_table.h. Returns 1, or 0 when the user has cancelled; the records are
 // then in no order.
 template <typename Record, typename KeyOf>

@@ -7,9 +7,7 @@
 #include <memory>
 #include <vector>
 
-#include "frd/control.h"
 #include "frd/files.h"
-#include "frd/long_pass.h"
 #include "frd/memory.h"
 #include "frd/parallel.h"
 
@@ -22,13 +20,6 @@ enum class ReadResult {
   kEnd,
   kUnfit  // ends the copy
 };
-
-// True when the user has cancelled, asked where CancelledAt would ask among the records from
-// `first` on: for passes that meet records in runs.
-inline bool CancelledWithin(int64_t first, int64_t count) {
-  return first / kCancelInterval != (first + count) / kCancelInterval &&
-         BRN_SetStatus(nullptr) == 0;
-}
 
 // A run of records that follow one another in the file.
 template <typename Record>

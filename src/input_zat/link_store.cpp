@@ -2,6 +2,7 @@
 
 #include "frd/control.h"
 #include "frd/log.h"
+#include "frd/long_pass.h"
 #include "frd/record_stream.h"
 #include "input_zat/record_readers.h"
 #include "input_zat/store_table.h"
@@ -111,7 +112,7 @@ int BRN_ZAT_SetLinkSpeedData(WindowHandle owner, const char* control_file) {
         });
     RecordRun<LinkSpeedRecord> run;
     for (int64_t read = 0; result != 0 && rows.Next(&run); read += run.read) {
-      if (CancelledWithin(read, run.read)) result = 0;
+      if (CancelledWithin(read, read + run.read)) result = 0;
       for (int64_t n = 0; n < run.count; ++n) {
         LinkStoreRecord* link = links.Find(run.records[n].LinkCode);
         if (link != nullptr && ApplySpeeds(run.records[n], link)) ++count;

@@ -3,6 +3,7 @@
 #include "frd/control.h"
 #include "frd/cp932.h"
 #include "frd/log.h"
+#include "frd/long_pass.h"
 #include "frd/mif_text.h"
 #include "frd/record_stream.h"
 #include "input_zat/record_readers.h"
@@ -124,7 +125,7 @@ int BRN_ZAT_SetNodeXYData(WindowHandle owner, const char* control_file) {
           });
       RecordRun<NodeXYRecord> run;
       for (int64_t read = 0; result != 0 && rows.Next(&run); read += run.read) {
-        if (CancelledWithin(read, run.read)) result = 0;
+        if (CancelledWithin(read, read + run.read)) result = 0;
         for (int64_t i = 0; i < run.count; ++i) {
           const NodeXYRecord& row = run.records[i];
           NodeStoreRecord* node = nodes.Find(row.Code);

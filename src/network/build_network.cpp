@@ -218,18 +218,20 @@ int BRN_CheckMemories(WindowHandle owner, const char* control_file) {
 
 int BRN_BuildNetwork(WindowHandle owner, const char* control_file) {
   int result = 1;
+  CheckedStores known;
   if (Checkpoint(0.3f) == 0) result = 0;
-  if (result != 0) result = BRN_CheckNodeLinkDuplication(owner, control_file);
+  if (result != 0) result = BRN_CheckNodeLinkDuplication(owner, control_file, &known);
 
   if (Checkpoint(0.35f) == 0) result = 0;
-  if (result != 0) result = BRN_CheckNodeStoreFromLinkStore(owner, control_file);
+  if (result != 0) result = BRN_CheckNodeStoreFromLinkStore(owner, control_file, &known);
 
   if (Checkpoint(0.4f) == 0) result = 0;
   if (result != 0) {
     SortedCodes nodes;
-    result = BRN_MakeDrotenNodeIndex(owner, &nodes, control_file);
-    if (result != 0) result = BRN_CheckLinkStore(owner, nodes, control_file);
+    result = BRN_MakeDrotenNodeIndex(owner, &nodes, control_file, &known);
+    if (result != 0) result = BRN_CheckLinkStore(owner, nodes, control_file, &known);
     if (result != 0) result = BRN_MakeDummyLinks(owner, nodes, control_file);
+    known = CheckedStores();
   }
 
   if (Checkpoint(0.5f) == 0) result = 0;

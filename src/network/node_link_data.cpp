@@ -1,15 +1,18 @@
 #include "network/node_link_data.h"
 
+#include <cstring>
+#include <span>
+
 #include "frd/control.h"
 #include "frd/log.h"
 #include "frd/long_pass.h"
+#include "frd/parallel.h"
 #include "network/road_attributes.h"
 #include "network/workstore/index_sort.h"
 
 namespace zatlib {
 namespace {
 
-constexpr int32_t kStatusInterval = 10000;  // records between two looks at the user, through files
 
 // The texts of one load step.
 struct LoadTexts {
@@ -23,11 +26,12 @@ struct LoadTexts {
   const char* summary;  // with %ld (kept), %ld (records), %d (result)
 };
 
-// Keeps the records of a store that are not empty, with `keep(kept so far, position, record)`.
-// `reserve(records)` makes room for count + 2.
-template <typename Record, typename Reserve, typename Keep, typename CodeOf>
+// Keeps the records of a store that are not empty. `reserve(records)` makes room for count + 2.
+// `keep(store, position, kept so far, &kept now)` takes some records from a position on and returns
+// how many it has looked at; 0 = the record cannot be read.
+template <typename Record, typename Reserve, typename Keep>
 int LoadStore(WindowHandle owner, const LoadTexts& texts, const char* control_file,
-              int32_t* kept_count, Reserve reserve, Keep keep, CodeOf code_of) {
+              int32_t* kept_count, Reserve reserve, Keep keep) {
   *kept_count = 0;
   if (BRN_BeginStep(texts.status) == 0) return 0;
   const PathText path = OutputPath(control_file, texts.store);
@@ -45,15 +49,15 @@ int LoadStore(WindowHandle owner, const LoadTexts& texts, const char* control_fi
       result = 0;
     }
   }
-  for (int64_t i = 0; i < count && result != 0; ++i) {
-    if (CancelledAt(i)) result = 0;
-    const Record* record = store.At(i);
-    if (record == nullptr) {
+  for (int64_t i = 0; i < count && result != 0;) {
+    const int64_t seen = keep(store, i, &kept);
+    if (seen == 0) {
       ReportError(owner, texts.file_title, texts.not_read, path.c_str(), static_cast<long>(i));
       result = 0;
-    } else if (!code_of(*record).IsEmpty()) {
-      keep(static_cast<uint64_t>(kept++), i, *record);
+    } else if (CancelledWithin(i, i + seen)) {
+      result = 0;
     }
+    i += seen;
   }
   if (result == 0) kept = 0;
   *kept_count = static_cast<int32_t>(kept);
@@ -72,8 +76,20 @@ int LoadRecords(WindowHandle owner, const LoadTexts& texts, const char* control_
   const int result = LoadStore<Record>(
       owner, texts, control_file, &array->count,
       [array](uint64_t records) { return array->records.Allocate(records); },
-      [array](uint64_t number, int64_t, const Record& record) { array->records[number] = record; },
-      code_of);
+      [array, code_of](StoreFile<Record>& store, int64_t position, int64_t* kept) {
+        // Straight to where they stay; the empty ones are closed up.
+        Record* out = array->At(static_cast<int32_t>(*kept));
+        const int64_t read = store.Read(position, kCancelInterval, out);
+        Record* const end = out + read;
+        Record* from = out;
+        while (from != end && !code_of(*from).IsEmpty()) ++from;
+        Record* to = from;
+        for (; from != end; ++from) {
+          if (!code_of(*from).IsEmpty()) *to++ = *from;
+        }
+        *kept += to - out;
+        return read;
+      });
   if (result == 0) array->records.Free();
   return result;
 }
@@ -84,12 +100,27 @@ int LoadPositions(WindowHandle owner, const LoadTexts& texts, const char* contro
   const int result = LoadStore<Record>(
       owner, texts, control_file, &list->count,
       [list](uint64_t records) { return list->positions.Allocate(records); },
-      [list](uint64_t number, int64_t position, const Record&) {
-        list->positions[number] = static_cast<uint32_t>(position);
-      },
-      code_of);
+      [list, code_of](StoreFile<Record>& store, int64_t position, int64_t* kept) {
+        const std::span<const Record> records = store.From(position);
+        for (const Record& record : records) {
+          if (!code_of(record).IsEmpty()) {
+            list->positions[static_cast<uint64_t>((*kept)++)] = static_cast<uint32_t>(position);
+          }
+          ++position;
+        }
+        return static_cast<int64_t>(records.size());
+      });
   if (result == 0) list->positions.Free();
   return result;
+}
+
+// Where nodes are read from the store, their places are kept at hand if there is memory for them.
+void HoldPlaces(NodeArray&, const NodeLocation*) {}
+void HoldPlaces(NodePositions& nodes, const NodeLocation* locations) {
+  if (!nodes.places.Allocate(static_cast<uint64_t>(nodes.count))) return;
+  for (int32_t i = 0; i < nodes.count; ++i) {
+    nodes.places[static_cast<uint64_t>(i)] = {locations[i].X, locations[i].Y};
+  }
 }
 
 // The texts in which the two ways of creating node data differ.
@@ -103,6 +134,28 @@ struct NodeDataTexts {
   const char* save_locations;
   const char* summary;  // with %ld, %d
 };
+
+// Calls `fill(number, record)` for every record, on all processors, and `not_read(number)` for the
+// first one that cannot be read. Returns 1; 0 on cancel or when a record cannot be read.
+template <typename Source, typename Fill, typename NotRead>
+int FillFrom(Source& source, const char* progress, Fill fill, NotRead not_read) {
+  Workers workers;
+  return ForBlocks(source.count, progress, [&](int32_t begin, int32_t end) {
+    while (begin < end) {
+      int32_t count = end - begin;
+      const auto* records = source.Fetch(begin, &count);
+      if (count == 0 || records == nullptr) {
+        not_read(begin);
+        return 0;
+      }
+      workers.RunRanges(count, kGrain, [&](int64_t first, int64_t limit) {
+        for (int64_t i = first; i < limit; ++i) fill(begin + i, records[i]);
+      });
+      begin += count;
+    }
+    return 1;
+  });
+}
 
 // One of the files that node data creation writes.
 template <typename Record>
@@ -136,23 +189,18 @@ int FillNodeData(WindowHandle owner, const NodeDataTexts& texts, Nodes& nodes,
     ReportError(owner, texts.file_title, texts.not_opened, store.c_str());
     return 0;
   }
-  for (int32_t i = 0; i < nodes.count; ++i) {
-    if (texts.progress == nullptr
-            ? CancelledAt(i)
-            : i % kStatusInterval == 0 && SetStatusNumber(texts.progress, i) == 0) {
-      return 0;
-    }
-    const NodeStoreRecord* node = nodes.At(i);
-    if (node == nullptr) {
-      ReportError(owner, texts.file_title, texts.not_read, i, PositionOf(nodes, i));
-      return 0;
-    }
-    const auto at = static_cast<uint64_t>(i);
-    locations[at] = {node->NodeCode, node->X, node->Y};
-    names[at].NodeAttrWord = node->NodeAttrWord;
-    index[at] = {node->NodeCode, i, node->CityCode};
-  }
+  const auto fill = [&](int64_t number, const NodeStoreRecord& node) {
+    const auto at = static_cast<uint64_t>(number);
+    locations[at] = {node.NodeCode, node.X, node.Y};
+    names[at].NodeAttrWord = node.NodeAttrWord;
+    index[at] = {node.NodeCode, static_cast<int32_t>(number), node.CityCode};
+  };
+  const auto not_read = [&](int32_t i) {
+    ReportError(owner, texts.file_title, texts.not_read, i, PositionOf(nodes, i));
+  };
+  if (FillFrom(nodes, texts.progress, fill, not_read) == 0) return 0;
   nodes.Close();
+  HoldPlaces(nodes, locations.data());
   if (SaveArray(owner, texts.save_locations, kNodeLocationFile, "Can't save the NodeLoc : %s",
                 control_file, &locations, nodes.count) == 0 ||
       SaveArray(owner, "Saving NodeName ...", kNodeNameFile, "Can't save the NodeName : %s",
@@ -205,23 +253,17 @@ int FillLinkData(WindowHandle owner, const LinkDataTexts& texts, Links& links,
     ReportError(owner, texts.file_title, texts.not_opened, store.c_str());
     return 0;
   }
-  for (int32_t i = 0; i < links.count; ++i) {
-    if (texts.progress == nullptr
-            ? CancelledAt(i)
-            : i % kStatusInterval == 0 && SetStatusNumber(texts.progress, i) == 0) {
-      return 0;
-    }
-    const LinkStoreRecord* link = links.At(i);
-    if (link == nullptr) {
-      ReportError(owner, texts.file_title, texts.not_read, i, PositionOf(links, i));
-      return 0;
-    }
-    LinkNameRecord& name = names[static_cast<uint64_t>(i)];
-    name.RoadKind = link->RoadKind;
-    name.Value6 = link->Value6;
-    BRN_SetLinkFlags(link->RoadFlag, definition, &name);
-    index[i] = {link->LinkCode, i, link->CityCode};
-  }
+  const auto fill = [&](int64_t number, const LinkStoreRecord& link) {
+    const auto at = static_cast<uint64_t>(number);
+    names[at].RoadKind = link.RoadKind;
+    names[at].Value6 = link.Value6;
+    BRN_SetLinkFlags(link.RoadFlag, definition, &names[at]);
+    index[at] = {link.LinkCode, static_cast<int32_t>(number), link.CityCode};
+  };
+  const auto not_read = [&](int32_t i) {
+    ReportError(owner, texts.file_title, texts.not_read, i, PositionOf(links, i));
+  };
+  if (FillFrom(links, texts.progress, fill, not_read) == 0) return 0;
   links.Close();
   if (BRN_BeginStep("Saving LinkName...") == 0) return 0;
   const PathText path = OutputPath(control_file, kLinkNameFile);

@@ -2,13 +2,22 @@
 // store file by record position. One algorithm runs over either.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 
+#include "frd/control.h"
+#include "frd/long_pass.h"
 #include "frd/memory.h"
 #include "network/workstore/store_file.h"
 #include "network/workstore/work_stores.h"
 
 namespace zatlib {
+
+// Where a node lies, millionths of a degree.
+struct NodePlace {
+  int32_t X;
+  int32_t Y;
+};
 
 // The records of a store that are not empty, in file order; a record's number is its place here.
 template <typename Record>
@@ -18,6 +27,8 @@ struct RecordArray {
 
   // Record i; never null.
   Record* At(int32_t i) { return &records[static_cast<uint64_t>(i)]; }
+  // `*count` records from record `begin` on; all there are asked for are there.
+  const Record* Fetch(int32_t begin, int32_t*) { return At(begin); }
   // A change made to record i is kept in memory only; true.
   bool Write(int32_t) { return true; }
   // Opens what At and Write need; true.
@@ -31,13 +42,40 @@ struct RecordPositions {
   PageArray<uint32_t> positions;
   int32_t count = 0;
   StoreFile<Record> store;
+  PageArray<Record> fetched;
+  PageArray<NodePlace> places;  // nodes only: a link's ends may lie anywhere in the store
 
   // Record i, good until the next call; null when it cannot be read.
   Record* At(int32_t i) { return store.At(positions[static_cast<uint64_t>(i)]); }
+  // Up to `*count` records from record `begin` on, good until the next call; `*count` becomes the
+  // number of those before the first one that cannot be read.
+  const Record* Fetch(int32_t begin, int32_t* wanted) {
+    if (fetched.size() < static_cast<uint64_t>(*wanted) &&
+        !fetched.Allocate(static_cast<uint64_t>(*wanted))) {
+      *wanted = std::min(*wanted, 1);
+      return At(begin);
+    }
+    int32_t done = 0;
+    while (done < *wanted) {
+      // Records that follow each other in the store come at once.
+      const uint32_t* from = &positions[static_cast<uint64_t>(begin) + static_cast<uint64_t>(done)];
+      int32_t run = 1;
+      while (done + run < *wanted && from[run] == from[0] + static_cast<uint32_t>(run)) ++run;
+      const auto read =
+          static_cast<int32_t>(store.Read(from[0], run, &fetched[static_cast<uint64_t>(done)]));
+      if (read == 0) break;
+      done += read;
+    }
+    *wanted = done;
+    return fetched.data();
+  }
   // Writes record i, as At(i) gave it and the caller changed it, into the store.
   bool Write(int32_t i) { return store.Write(positions[static_cast<uint64_t>(i)]); }
   bool Open(const char* path, platform::Access access) { return store.Open(path, access); }
-  void Close() { store = StoreFile<Record>(); }
+  void Close() {
+    store = StoreFile<Record>();
+    fetched.Free();
+  }
 };
 
 // Position of a record in its store, for messages; an array knows its numbers only.
@@ -49,6 +87,26 @@ template <typename Record>
 long PositionOf(const RecordPositions<Record>& list, int32_t number) {
   return static_cast<long>(list.positions[static_cast<uint64_t>(number)]);
 }
+
+inline constexpr int32_t kStatusInterval = 10000;  // records between two texts, through files
+
+// Goes through the records 0 to count - 1 in blocks, with a look at the user between two blocks:
+// before each, with a progress text (a %d in it), where there is one; after each else. `body(begin,
+// end)` works a block off. Returns 1; 0 on cancel or as soon as `body` returns 0.
+template <typename Body>
+int ForBlocks(int32_t count, const char* progress, Body body) {
+  const int32_t block = progress == nullptr ? int32_t{kCancelInterval} : kStatusInterval;
+  for (int32_t begin = 0; begin < count;) {
+    const int32_t end = count - begin > block ? begin + block : count;
+    if (progress != nullptr && SetStatusNumber(progress, begin) == 0) return 0;
+    if (body(begin, end) == 0) return 0;
+    if (progress == nullptr && CancelledWithin(begin, end)) return 0;
+    begin = end;
+  }
+  return 1;
+}
+
+inline constexpr int64_t kGrain = 0x800;  // records that a thread takes at once
 
 using NodeArray = RecordArray<NodeStoreRecord>;
 using LinkArray = RecordArray<LinkStoreRecord>;

@@ -1,7 +1,10 @@
 #include "network/store_checks.h"
 
 #include <algorithm>
+#include <atomic>
+#include <bit>
 #include <new>
+#include <span>
 #include <unordered_map>
 
 #include "frd/control.h"
@@ -10,6 +13,7 @@
 #include "frd/key_tree.h"
 #include "frd/log.h"
 #include "frd/long_pass.h"
+#include "frd/parallel.h"
 #include "network/workstore/index_sort.h"
 #include "network/workstore/store_file.h"
 #include "network/workstore/work_stores.h"
@@ -46,13 +50,15 @@ struct DuplicationTexts {
   const char* duplicate_title;
 };
 
-// Looks for records of one code in one store. `*duplicates` grows by those found. Returns 1, or 0
-// on cancel, failure or an empty store.
-template <typename Record>
+// Looks for records of one code in one store. `*duplicates` grows by those found. The visitor gets
+// the number of records, then the records, block by block. The codes, sorted, stay in `*list`.
+// Returns 1, or 0 on cancel, failure or an empty store.
+template <typename Record, typename Visitor>
 int CheckDuplicates(WindowHandle owner, const char* path, int code_length,
-                    const DuplicationTexts& texts, int64_t* duplicates) {
+                    const DuplicationTexts& texts, int64_t* duplicates, SortedCodes* list,
+                    Visitor& visitor) {
   constexpr char kFileTitle[] = "File Error in BRN_CheckNodeLinkDuplication";
-  PageArray<FeatureCode> codes;
+  PageArray<FeatureCode>& codes = list->codes;
   StoreFile<Record> store;
   if (!store.Open(path, platform::Access::kRead)) {
     // A store that does not exist holds no records.
@@ -69,15 +75,21 @@ int CheckDuplicates(WindowHandle owner, const char* path, int code_length,
                 ShownAs<long>(count));
     return 0;
   }
-  for (int64_t i = 0; i < count; ++i) {
-    if (CancelledAt(i)) return 0;
-    const Record* record = store.At(i);
-    if (record == nullptr) {
+  list->count = count;
+  visitor.Begin(count);
+  for (int64_t i = 0; i < count;) {
+    const std::span<const Record> records = store.From(i);
+    if (records.empty()) {
       ReportError(owner, kFileTitle, texts.not_read, path, static_cast<long>(i));
       return 0;
     }
+    FeatureCode* out = &codes[static_cast<uint64_t>(i)];
     // The code is the first field of either record.
-    codes[static_cast<uint64_t>(i)] = *reinterpret_cast<const FeatureCode*>(record);
+    for (const Record& record : records) *out++ = *reinterpret_cast<const FeatureCode*>(&record);
+    visitor.Visit(i, records);
+    const int64_t end = i + static_cast<int64_t>(records.size());
+    if (CancelledWithin(i, end)) return 0;
+    i = end;
   }
   if (BRN_SortIndex(owner, count, codes.data()) == 0) return 0;
   bool listing = true;
@@ -103,18 +115,73 @@ void ReportShortStore(WindowHandle owner, const char* store, int64_t read, int64
               store, static_cast<long>(read), static_cast<long>(count));
 }
 
-// Answers what BRN_CodeExists answers, for many codes.
-class CodeSet {
+class NoVisitor {
  public:
-  explicit CodeSet(const SortedCodes& list) { tree_.Build(list.codes.data(), list.count); }
-  bool Contains(FeatureCode code) const { return tree_.Find(code.AsDouble()) >= 0; }
+  void Begin(int64_t) {}
+  template <typename Records>
+  void Visit(int64_t, Records) {}
+};
+
+// True when a pass may rely on looking codes up in the list: codes that are no numbers, which
+// stand at its ends, would mislead it.
+bool IsOrdered(const SortedCodes& list) {
+  const auto last = static_cast<uint64_t>(list.count - 1);
+  return list.codes[0].AsDouble() <= list.codes[last].AsDouble();
+}
+
+// Looks up the ends of all links while their records pass by.
+class EndLookup {
+ public:
+  // What is found goes to `known`, whose node codes are there; null = nothing is looked up.
+  explicit EndLookup(CheckedStores* known) : known_(known) {}
+
+  // Without memory for it nothing is looked up.
+  void Begin(int64_t links) {
+    if (known_ == nullptr) return;
+    known_->links = links;
+    known_->filled = IsOrdered(known_->nodes) &&
+                     known_->ends.Allocate(static_cast<uint64_t>(known_->nodes.count)) &&
+                     known_->loose_links.Allocate(static_cast<uint64_t>(links) / 64 + 1);
+    if (known_->filled) tree_.Build(known_->nodes.codes.data(), known_->nodes.count);
+  }
+
+  void Visit(int64_t first, std::span<const LinkStoreRecord> links) {
+    if (known_ == nullptr || !known_->filled) return;
+    // Runs that end where a word of 64 links does have words of their own.
+    constexpr int64_t kRun = 4096;
+    const int64_t end = first + static_cast<int64_t>(links.size());
+    const int64_t first_run = first / kRun;
+    workers_.Run((end + kRun - 1) / kRun - first_run, [&](int64_t part) {
+      const int64_t begin = std::max(first, (first_run + part) * kRun);
+      const int64_t limit = std::min(end, (first_run + part + 1) * kRun);
+      for (int64_t i = begin; i < limit; ++i) {
+        const LinkStoreRecord& link = links[static_cast<size_t>(i - first)];
+        // Both are marked, whatever the other one is.
+        const bool has_a = Mark(link.NodeA);
+        const bool has_b = Mark(link.NodeB);
+        if (has_a && has_b) continue;
+        known_->loose_links[static_cast<uint64_t>(i) / 64] |= uint64_t{1} << (i % 64);
+      }
+    });
+  }
 
  private:
+  bool Mark(FeatureCode code) const {
+    const int64_t at = tree_.Find(code.AsDouble());
+    if (at < 0 || code.IsEmpty()) return false;
+    const std::atomic_ref<uint8_t> end(known_->ends[static_cast<uint64_t>(at)]);
+    if (end.load(std::memory_order_relaxed) == 0) end.store(1, std::memory_order_relaxed);
+    return true;
+  }
+
+  CheckedStores* known_;
   KeyTree tree_;
+  Workers workers_;
 };
 
 // Collects the end nodes of all links, sorted. Returns 1 or 0 (reported).
-int CollectEndNodes(WindowHandle owner, const char* path, SortedCodes* ends) {
+int CollectEndNodes(WindowHandle owner, const char* path, const CheckedStores* known,
+                    SortedCodes* ends) {
   // A store that cannot be opened must not pass for one without links: every node would be killed.
   StoreFile<LinkStoreRecord> links;
   if (!links.Open(path, platform::Access::kRead)) {
@@ -123,6 +190,8 @@ int CollectEndNodes(WindowHandle owner, const char* path, SortedCodes* ends) {
     return 0;
   }
   const int64_t count = links.count();
+  // The ends are marked already; only the user hears of a list that would be sorted now.
+  if (known != nullptr) return BRN_SortIndex(owner, 0, nullptr);
   if (!ends->codes.Allocate(static_cast<uint64_t>(count) * 2 + 2)) {
     ReportError(owner, "Memory Error in BRN_CheckNodeStoreFromLinkStore",
                 "Can't allocate the memory for the Index (rec=%ld)!", static_cast<long>(count));
@@ -141,9 +210,20 @@ int CollectEndNodes(WindowHandle owner, const char* path, SortedCodes* ends) {
   return BRN_SortIndex(owner, ends->count, ends->codes.data());
 }
 
+// The codes of the nodes that are some link's end: those that were not killed.
+void TakeUsedCodes(CheckedStores* known, SortedCodes* list) {
+  list->codes = std::move(known->nodes.codes);
+  FeatureCode* out = list->codes.data();
+  for (uint64_t i = 0; i < static_cast<uint64_t>(known->nodes.count); ++i) {
+    if (known->ends[i] != 0) *out++ = list->codes[i];
+  }
+  list->count = out - list->codes.data();
+  known->nodes.count = 0;
+}
+
 // Kills the nodes that are no link's end. Returns 1 or 0 (reported).
 int KillUnusedNodes(WindowHandle owner, const char* path, const SortedCodes& ends,
-                    int64_t* node_count, int64_t* killed) {
+                    const CheckedStores* known, int64_t* node_count, int64_t* killed) {
   StoreFile<NodeStoreRecord> nodes;
   if (!nodes.Open(path, platform::Access::kReadWrite)) {
     ReportError(owner, "File Error in BRN_CheckNodeStoreFromLinkStore",
@@ -151,7 +231,22 @@ int KillUnusedNodes(WindowHandle owner, const char* path, const SortedCodes& end
     return 0;
   }
   *node_count = nodes.count();
-  const CodeSet end_nodes(ends);
+  KeyTree tree;
+  if (known == nullptr) {
+    tree.Build(ends.codes.data(), ends.count);
+  } else {
+    const uint8_t* marks = known->ends.data();
+    if (nodes.count() == known->nodes.count &&
+        std::memchr(marks, 0, static_cast<size_t>(known->nodes.count)) == nullptr) {
+      return 1;
+    }
+    tree.Build(known->nodes.codes.data(), known->nodes.count);
+  }
+  const auto is_end = [&](FeatureCode code, int64_t record) {
+    if (known == nullptr) return tree.Find(code.AsDouble()) >= 0;
+    const int64_t at = tree.FindFrom(code.AsDouble(), record);
+    return at >= 0 && known->ends[static_cast<uint64_t>(at)] != 0;
+  };
   for (int64_t i = 0; i < nodes.count(); ++i) {
     if (CancelledAt(i)) return 0;
     NodeStoreRecord* node = nodes.At(i);
@@ -159,7 +254,7 @@ int KillUnusedNodes(WindowHandle owner, const char* path, const SortedCodes& end
       ReportShortStore(owner, "NodeStorage", i, nodes.count());
       return 0;
     }
-    if (!node->NodeCode.IsEmpty() && end_nodes.Contains(node->NodeCode)) continue;
+    if (!node->NodeCode.IsEmpty() && is_end(node->NodeCode, i)) continue;
     node->NodeCode = FeatureCode{};
     node->PartnerCode = FeatureCode{};
     ++*killed;
@@ -170,6 +265,16 @@ int KillUnusedNodes(WindowHandle owner, const char* path, const SortedCodes& end
     }
   }
   return 1;
+}
+
+// Number of the first link from `i` on of which an end is no node; the number of links when there
+// is none.
+int64_t NextLooseLink(const CheckedStores& known, int64_t i) {
+  auto word = static_cast<uint64_t>(i) / 64;
+  const uint64_t last = static_cast<uint64_t>(known.links) / 64;
+  uint64_t bits = known.loose_links[word] >> (i % 64) << (i % 64);
+  while (bits == 0 && word < last) bits = known.loose_links[++word];
+  return bits == 0 ? known.links : static_cast<int64_t>(word * 64) + std::countr_zero(bits);
 }
 
 // Puts a dummy link into the first empty slot; nothing when all eight are used.
@@ -324,7 +429,8 @@ int BRN_CodeExists(FeatureCode code, int64_t count, const FeatureCode* codes) {
              : 1;
 }
 
-int BRN_CheckNodeLinkDuplication(WindowHandle owner, const char* control_file) {
+int BRN_CheckNodeLinkDuplication(WindowHandle owner, const char* control_file,
+                                 CheckedStores* known) {
   static const DuplicationTexts kNodeTexts = {"Checking Node Duplication...",
                                               "Can't allocate the index memory for NODESTORE!",
                                               "Can't open NODESTORE(%s) !",
@@ -342,34 +448,48 @@ int BRN_CheckNodeLinkDuplication(WindowHandle owner, const char* control_file) {
       TakeCodeLength(owner, control_file, "Logic Error in BRN_MakeDrotenNodeIndex");
   if (code_length == 0) return 0;
   int64_t duplicates = 0;
+  SortedCodes nodes;
+  NoVisitor nobody;
   if (CheckDuplicates<NodeStoreRecord>(owner, OutputPath(control_file, kNodeStoreFile).c_str(),
-                                       code_length, kNodeTexts, &duplicates) == 0) {
+                                       code_length, kNodeTexts, &duplicates, &nodes, nobody) == 0) {
     return 0;
   }
+  if (known != nullptr && duplicates == 0) {
+    known->nodes = std::move(nodes);
+  } else {
+    nodes.codes.Free();
+    known = nullptr;
+  }
   if (BRN_BeginStep(kLinkTexts.status) == 0) return 0;
+  SortedCodes links;
+  EndLookup lookup(known);
   if (CheckDuplicates<LinkStoreRecord>(owner, OutputPath(control_file, kLinkStoreFile).c_str(),
-                                       code_length, kLinkTexts, &duplicates) == 0) {
+                                       code_length, kLinkTexts, &duplicates, &links, lookup) == 0) {
     return 0;
   }
   return duplicates == 0 ? 1 : 0;
 }
 
-int BRN_CheckNodeStoreFromLinkStore(WindowHandle owner, const char* control_file) {
+int BRN_CheckNodeStoreFromLinkStore(WindowHandle owner, const char* control_file,
+                                    const CheckedStores* known) {
+  if (known != nullptr && !known->filled) known = nullptr;
   if (BRN_BeginStep("Checking Node Data (P1)...") == 0) return 0;
   const PathText link_path = OutputPath(control_file, kLinkStoreFile);
   const PathText node_path = OutputPath(control_file, kNodeStoreFile);
   SortedCodes ends;
   int64_t node_count = 0;
   int64_t killed = 0;
-  int result = CollectEndNodes(owner, link_path.c_str(), &ends);
+  int result = CollectEndNodes(owner, link_path.c_str(), known, &ends);
   if (result != 0) result = BRN_BeginStep("Checking Node Data (P2)...");
-  if (result != 0) result = KillUnusedNodes(owner, node_path.c_str(), ends, &node_count, &killed);
+  if (result != 0)
+    result = KillUnusedNodes(owner, node_path.c_str(), ends, known, &node_count, &killed);
   LogBuild("NodeStore=%ld, Killed Node=%ld, BRN_CheckNodeStoreFromLinkStore returns=%s",
            static_cast<long>(node_count), static_cast<long>(killed), ResultText(result));
   return result;
 }
 
-int BRN_MakeDrotenNodeIndex(WindowHandle owner, SortedCodes* list, const char* control_file) {
+int BRN_MakeDrotenNodeIndex(WindowHandle owner, SortedCodes* list, const char* control_file,
+                            CheckedStores* known) {
   constexpr char kTitle[] = "File Error in BRN_MakeDrotenNodeIndex";
   list->codes.Free();
   list->count = 0;
@@ -387,13 +507,17 @@ int BRN_MakeDrotenNodeIndex(WindowHandle owner, SortedCodes* list, const char* c
     result = 0;
   } else {
     count = nodes.count();
-    if (!list->codes.Allocate(static_cast<uint64_t>(count) + 2)) {
+    if (known != nullptr && known->filled && known->nodes.count == count) {
+      TakeUsedCodes(known, list);
+    } else if (!list->codes.Allocate(static_cast<uint64_t>(count) + 2)) {
       ReportError(owner, kTitle, "Can't allocate the memory for Index (rec=%ld) !",
                   static_cast<long>(count));
       result = 0;
+    } else {
+      known = nullptr;
     }
   }
-  for (int64_t i = 0; i < count && result != 0; ++i) {
+  for (int64_t i = 0; i < count && result != 0 && known == nullptr; ++i) {
     if (CancelledAt(i)) result = 0;
     const NodeStoreRecord* node = nodes.At(i);
     if (node == nullptr) {
@@ -426,7 +550,8 @@ int BRN_MakeDrotenNodeIndex(WindowHandle owner, SortedCodes* list, const char* c
   return result;
 }
 
-int BRN_CheckLinkStore(WindowHandle owner, const SortedCodes& nodes, const char* control_file) {
+int BRN_CheckLinkStore(WindowHandle owner, const SortedCodes& nodes, const char* control_file,
+                       const CheckedStores* known) {
   if (BRN_BeginStep("Checking Link Data ...") == 0) return 0;
   const PathText path = OutputPath(control_file, kLinkStoreFile);
   StoreFile<LinkStoreRecord> links;
@@ -437,16 +562,26 @@ int BRN_CheckLinkStore(WindowHandle owner, const SortedCodes& nodes, const char*
                 path.c_str());
     result = 0;
   }
-  const CodeSet known(nodes);
+  if (known != nullptr && (!known->filled || known->links != links.count())) known = nullptr;
+  KeyTree tree;
+  if (known == nullptr) tree.Build(nodes.codes.data(), nodes.count);
   for (int64_t i = 0; i < links.count() && result != 0; ++i) {
-    if (CancelledAt(i)) result = 0;
+    if (known != nullptr) {
+      const int64_t next = NextLooseLink(*known, i);
+      if (CancelledWithin(i, next)) result = 0;
+      if (next == links.count() || result == 0) break;
+      i = next;
+    } else if (CancelledAt(i)) {
+      result = 0;
+    }
     LinkStoreRecord* link = links.At(i);
     if (link == nullptr) {
       ReportShortStore(owner, "LinkStorage", i, links.count());
       result = 0;
       break;
     }
-    if (known.Contains(link->NodeA) && known.Contains(link->NodeB)) {
+    if (known == nullptr && tree.Find(link->NodeA.AsDouble()) >= 0 &&
+        tree.Find(link->NodeB.AsDouble()) >= 0) {
       continue;
     }
     link->LinkCode = FeatureCode{};

@@ -7,6 +7,7 @@
 
 #include "frd/control.h"
 #include "frd/files.h"
+#include "frd/long_pass.h"
 #include "frd/record_stream.h"
 
 namespace zatlib {
@@ -37,7 +38,8 @@ CopyResult CopyRecords(LineReader& source, RecordWriter& store, CopyProgress* pr
   RecordRun<Record> run;
   while (result == CopyResult::kDone && stream.Next(&run)) {
     if (progress->status == nullptr) {
-      if (CancelledWithin(progress->records, run.read)) result = CopyResult::kCancelled;
+      if (CancelledWithin(progress->records, progress->records + run.read))
+        result = CopyResult::kCancelled;
       progress->records += run.read;
       if (result == CopyResult::kDone && !store.AppendMany(run.records, run.count)) {
         return CopyResult::kWriteFailed;

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <span>
 
 #include "frd/files.h"
 #include "frd/memory.h"
@@ -39,6 +40,27 @@ class StoreFile {
     return &block_[static_cast<uint64_t>(i - first_)];
   }
 
+  // Record i and those behind it that are at hand with it, good until the next call; none when
+  // record i cannot be read.
+  std::span<Record> From(int64_t i) {
+    Record* record = At(i);
+    if (record == nullptr) return {};
+    return {record, static_cast<size_t>(first_ + loaded_ - i)};
+  }
+
+  // Reads up to `wanted` records from record i on into `out`, past the block. Returns how many were
+  // read whole.
+  int64_t Read(int64_t i, int64_t wanted, Record* out) {
+    wanted = std::min({wanted, count_ - i, int64_t{kMostRecords}});
+    if (i < 0 || wanted < 1 ||
+        file_.Seek(i * static_cast<int64_t>(sizeof(Record)), platform::SeekFrom::kBegin) < 0) {
+      return 0;
+    }
+    uint32_t read = 0;
+    file_.Read(out, static_cast<uint32_t>(wanted) * sizeof(Record), &read);
+    return read / sizeof(Record);
+  }
+
   // Writes record i, as At(i) gave it and the caller changed it, back in place.
   bool Write(int64_t i) {
     uint32_t written = 0;
@@ -49,6 +71,7 @@ class StoreFile {
 
  private:
   static constexpr int64_t kBlockRecords = (1 << 20) / sizeof(Record);
+  static constexpr int64_t kMostRecords = (1 << 23) / sizeof(Record);  // of one direct read
   static constexpr int64_t kNearRecords = (1 << 12) / sizeof(Record);
 
   bool Load(int64_t i) {
