@@ -248,48 +248,48 @@ void LineReader::ReturnToLongField(const LineReader& file, int64_t lines_before)
   once_more_ = true;
 }
 
-int FRD_ReadLine(LineReader& reader, uint32_t size, std::string_view* line) {
-  if (reader.once_more_) {
-    reader.once_more_ = false;
+int LineReader::ReadAnyLine(uint32_t size, std::string_view* line) {
+  if (once_more_) {
+    once_more_ = false;
     // A CR stands behind it, and none in it.
-    char* const again = reader.line_begin_;
+    char* const again = line_begin_;
     *line = std::string_view(
         again, static_cast<size_t>(static_cast<char*>(std::memchr(again, '\r', size + 1)) - again));
     return 1;
   }
-  reader.too_long_ = false;
+  too_long_ = false;
   // One byte more than the line may have: the LF behind a CR at the very end of the window.
-  if (!reader.Fill(size + 1)) {
-    reader.failed_ = true;
+  if (!Fill(size + 1)) {
+    failed_ = true;
     return 0;
   }
-  char* const begin = reader.position_;
-  const size_t window = std::min<size_t>(size, static_cast<size_t>(reader.end_ - begin));
+  char* const begin = position_;
+  const size_t window = std::min<size_t>(size, static_cast<size_t>(end_ - begin));
   if (window == 0) {
-    reader.drained_ = true;
+    drained_ = true;
     return 0;
   }
   char* const limit = begin + window;
-  const LineScan scan = ScanLine(begin, limit, reader.has_quotes_);
+  const LineScan scan = ScanLine(begin, limit, has_quotes_);
   char* end = scan.end;
   if (end == nullptr) {
-    reader.position_ = limit;
+    position_ = limit;
     if (window == size) {
-      reader.too_long_ = true;
+      too_long_ = true;
       return 0;
     }
     end = limit;
     *end = '\r';
   } else {
-    reader.position_ = std::min(end + 2, reader.end_);
+    position_ = std::min(end + 2, end_);
   }
-  ++reader.line_number_;
+  ++line_number_;
   if (scan.embedded) {
     end = RemoveBreaks(begin, end);
     *end = '\r';
   }
   *line = std::string_view(begin, static_cast<size_t>(end - begin));
-  reader.line_begin_ = begin;
+  line_begin_ = begin;
   return 1;
 }
 
