@@ -69,6 +69,21 @@ class LineReader {
   // the system refused memory or a read (failed() tells).
   bool NextChunk(LineReader* chunk);
 
+  // Passes over the next line when that is an ordinary one and `unwanted(line)` holds; else leaves
+  // it to be read.
+  template <typename Unwanted>
+  bool SkipLineIf(Unwanted unwanted) {
+    if (!is_chunk_ || has_quotes_) return false;
+    const auto left = static_cast<size_t>(end_ - position_);
+    auto* end = static_cast<char*>(
+        std::memchr(position_, '\r', left < kLineSize ? left : size_t{kLineSize}));
+    if (end == nullptr || end - position_ >= kLineSize) return false;
+    if (!unwanted(std::string_view(position_, static_cast<size_t>(end - position_)))) return false;
+    position_ = left - static_cast<size_t>(end - position_) < 2 ? end_ : end + 2;
+    ++line_number_;
+    return true;
+  }
+
   // For a chunk: a field that is too long ends the reading (long_field() is then true) and not the
   // process.
   bool defers_long_fields() const { return is_chunk_; }

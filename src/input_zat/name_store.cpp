@@ -12,10 +12,15 @@ int BRN_ZAT_SetNodeNameStore(WindowHandle owner, const char* control_file) {
                                         "Can't write the NodeNameStore (%s) at file=%02d !",
                                         "File Error in BRN_ZAT_SetNodeNameStore"};
   // Both sources report a file that cannot be opened with the same text.
-  static const NameSource kFromNodes = {"NODE", true, BRN_ZAT_ReadNodeNameFromNode,
-                                        "Can't open the node MID (FILE%02d) [%s] !", kTexts.title};
-  static const NameSource kFromNames = {"NODENAME", false, BRN_ZAT_ReadNodeName,
-                                        "Can't open the node MID (FILE%02d) [%s] !", kTexts.title};
+  static const NameSource kFromNodes = {"NODE",
+                                        true,
+                                        BRN_ZAT_ReadNodeNameFromNode,
+                                        13,
+                                        "Can't open the node MID (FILE%02d) [%s] !",
+                                        kTexts.title};
+  static const NameSource kFromNames = {
+      "NODENAME",  false, BRN_ZAT_ReadNodeName, 3, "Can't open the node MID (FILE%02d) [%s] !",
+      kTexts.title};
   if (BRN_BeginStep("Setting Node Name Storage...") == 0) return 0;
   RecordWriter store;
   if (!OpenNameStore(owner, control_file, kTexts, &store)) return 0;
@@ -35,12 +40,17 @@ int BRN_ZAT_SetLinkNameStore(WindowHandle owner, const char* control_file) {
   static const NameStoreTexts kTexts = {kLinkNameStoreFile, "Can't open the Link Name Storage (%s)",
                                         "Can't save the link name storage (%s) at FILE%02d",
                                         "File Error in BRN_ZAT_SetLinkNameStore"};
-  static const NameSource kFromNames = {"LINKNAME", false, BRN_ZAT_ReadLinkName,
-                                        "Can't open the LINKNAME FILE%02d=%s", kTexts.title};
+  static const NameSource kFromNames = {
+      "LINKNAME",  false, BRN_ZAT_ReadLinkName, 4, "Can't open the LINKNAME FILE%02d=%s",
+      kTexts.title};
   if (BRN_BeginStep("Setting Link Name Storage...") == 0) return 0;
   const bool mif_mode = ControlInt(control_file, "LINK", "MIF", 0) != 0;
-  const NameSource from_links = {"LINK", mif_mode, BRN_ZAT_ReadLinkNameFromLink,
-                                 "Can't open the link data (FILE%02d) [%s] !", kTexts.title};
+  const NameSource from_links = {"LINK",
+                                 mif_mode,
+                                 BRN_ZAT_ReadLinkNameFromLink,
+                                 14,
+                                 "Can't open the link data (FILE%02d) [%s] !",
+                                 kTexts.title};
   RecordWriter store;
   if (!OpenNameStore(owner, control_file, kTexts, &store)) return 0;
   // These two lines give the result as a number where the node names' say OK or ERROR.

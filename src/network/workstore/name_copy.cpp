@@ -2,6 +2,7 @@
 
 #include "frd/control.h"
 #include "network/workstore/record_copy.h"
+#include "network/workstore/source_fields.h"
 
 namespace zatlib {
 
@@ -31,6 +32,10 @@ int CopyNames(WindowHandle owner, const char* control_file, const NameStoreTexts
     CopyProgress progress;
     const CopyResult copied = CopyRecords<NameStoreRecord>(
         data, store, &progress, [&](LineReader& lines, NameStoreRecord* record) {
+          if (lines.SkipLineIf(
+                  [&](std::string_view line) { return IsNarrow(line, source.name_column); })) {
+            return ReadResult::kUnwanted;
+          }
           if (source.read(lines, record, code_length) == 0) return ReadResult::kEnd;
           return record->Name[0] != 0 ? ReadResult::kRecord : ReadResult::kUnwanted;
         });

@@ -12,6 +12,7 @@ struct NameSource {
   const char* section;
   bool derive_mid;  // the names stand in the ".mid" beside the file named
   int (*read)(LineReader& file, NameStoreRecord* record, int code_length);
+  int name_column;         // of the name in the line, from 1
   const char* data_error;  // a file cannot be opened; with %02d (file), %s (path)
   const char* data_title;
 };

@@ -1,5 +1,6 @@
 #include "network/workstore/source_fields.h"
 
+#include <bit>
 #include <cstring>
 #include <string_view>
 
@@ -120,6 +121,31 @@ void ComposeCodes(const SourceLayout& layout, int code_length, const LineAreas& 
 DefaultSpeeds ReadDefaultSpeeds(const char* control_file) {
   return {static_cast<uint16_t>(ControlInt(control_file, "DEFAULTSPEED", "SPEEDA", 0)),
           static_cast<uint16_t>(ControlInt(control_file, "DEFAULTSPEED", "SPEEDB", 0))};
+}
+
+bool IsNarrow(std::string_view line, int columns) {
+  constexpr uint64_t kLowBits = 0x7F7F7F7F7F7F7F7F;
+  constexpr uint64_t kOnes = 0x0101010101010101;
+  // A field that is too long covers so many whole words.
+  constexpr int kLongRun = static_cast<int>((kFieldLimit + 1) / 8 - 1);
+  // The top bit of each byte of the word that is `byte`.
+  const auto equal = [](uint64_t word, char byte) {
+    const uint64_t other = word ^ (kOnes * static_cast<uint64_t>(byte));
+    return ~(((other & kLowBits) + kLowBits) | other | kLowBits);
+  };
+  int separators = 0;
+  int run = 0;  // words without a separator
+  size_t at = 0;
+  for (; at + 8 <= line.size(); at += 8) {
+    uint64_t word;
+    std::memcpy(&word, line.data() + at, sizeof word);
+    const uint64_t found = equal(word, ',') | equal(word, '\t');
+    separators += std::popcount(found);
+    run = found != 0 ? 0 : run + 1;
+    if (run >= kLongRun) return false;
+  }
+  for (; at < line.size(); ++at) separators += line[at] == ',' || line[at] == '\t' ? 1 : 0;
+  return separators + 1 < columns;
 }
 
 }  // namespace zatlib

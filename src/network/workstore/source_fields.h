@@ -85,6 +85,10 @@ struct LineAreas {
   int partner = 0;
 };
 
+// True when a line, which a CR follows, surely has fewer than `columns` columns and no field that
+// is too long. False when it may be otherwise. For lines of which most have nothing in that column.
+bool IsNarrow(std::string_view line, int columns);
+
 // What the readers below are made of.
 namespace fields {
 
