@@ -66,30 +66,24 @@ inline uint64_t SortableBits(double key) {
   return (bits & kSign) != 0 ? ~bits : bits | kSign;
 }
 
-// Sorts [begin, end) ascending by the bits of the key above `shift` downward: a radix sort, most
-// significant byte first, that swaps records into place and needs no second array. Small ranges
-// go to a comparison sort.
+inline constexpr int kSortBuckets = 256;
+
+// Swaps the records of [begin, end) into the order of the 8 bits of their key from `shift` on.
+// limit[b] becomes the end of bucket b.
 template <typename Record, typename BitsOf>
-void RadixSortRange(Record* begin, Record* end, int shift, BitsOf bits_of) {
-  constexpr int64_t kSmallRange = 256;  // records below which comparing is faster
-  constexpr int kBuckets = 256;
-  if (end - begin < kSmallRange) {
-    std::sort(begin, end,
-              [&](const Record& a, const Record& b) { return bits_of(a) < bits_of(b); });
-    return;
-  }
-  int64_t counts[kBuckets] = {};
+void SplitIntoBuckets(Record* begin, Record* end, int shift, BitsOf bits_of,
+                      Record* (&limit)[kSortBuckets]) {
+  int64_t counts[kSortBuckets] = {};
   const auto bucket_of = [&](const Record& record) { return (bits_of(record) >> shift) & 0xFF; };
   for (const Record* r = begin; r != end; ++r) ++counts[bucket_of(*r)];
-  Record* next[kBuckets];   // where the bucket's next record goes
-  Record* limit[kBuckets];  // behind the bucket
+  Record* next[kSortBuckets];  // where the bucket's next record goes
   Record* position = begin;
-  for (int b = 0; b < kBuckets; ++b) {
+  for (int b = 0; b < kSortBuckets; ++b) {
     next[b] = position;
     position += counts[b];
     limit[b] = position;
   }
-  for (int b = 0; b < kBuckets; ++b) {
+  for (int b = 0; b < kSortBuckets; ++b) {
     while (next[b] != limit[b]) {
       const auto home = bucket_of(*next[b]);
       if (home == static_cast<uint64_t>(b)) {
@@ -100,22 +94,39 @@ void RadixSortRange(Record* begin, Record* end, int shift, BitsOf bits_of) {
       }
     }
   }
+}
+
+// Sorts [begin, end) ascending by the bits of the key below `shift` + 8: a radix sort, most
+// significant bits first, that swaps records into place and needs no second array. Small ranges
+// go to a comparison sort.
+template <typename Record, typename BitsOf>
+void RadixSortRange(Record* begin, Record* end, int shift, BitsOf bits_of) {
+  constexpr int64_t kSmallRange = 256;  // records below which comparing is faster
+  if (end - begin < kSmallRange) {
+    std::sort(begin, end,
+              [&](const Record& a, const Record& b) { return bits_of(a) < bits_of(b); });
+    return;
+  }
+  Record* limit[kSortBuckets];
+  SplitIntoBuckets(begin, end, shift, bits_of, limit);
   if (shift == 0) return;
   Record* start = begin;
-  for (int b = 0; b < kBuckets; ++b) {
-    if (limit[b] - start > 1) RadixSortRange(start, limit[b], shift - 8, bits_of);
-    start = limit[b];
+  for (Record* const bucket_end : limit) {
+    if (bucket_end - start > 1) {
+      RadixSortRange(start, bucket_end, std::max(shift - 8, 0), bits_of);
+    }
+    start = bucket_end;
   }
 }
 
-// Sorts records ascending by the double that `key_of(record)` gives; at once when they are in
-// order already. In place; the time grows with count x key length at worst.
-template <typename Record, typename KeyOf>
-void SortRecords(Record* records, int64_t count, KeyOf key_of) {
-  if (count < 2) return;
-  const auto bits_of = [&key_of](const Record& record) { return SortableBits(key_of(record)); };
-  // Codes of one map share their first bytes: the sort begins where the smallest and the largest
-  // differ.
+// What a sort learns from one look at all keys.
+struct KeyOrder {
+  bool sorted;
+  int shift;  // of the first split: codes of one map share their first bits
+};
+
+template <typename Record, typename BitsOf>
+KeyOrder LookAtKeys(const Record* records, int64_t count, BitsOf bits_of) {
   uint64_t low = bits_of(records[0]);
   uint64_t high = low;
   uint64_t before = low;
@@ -127,9 +138,17 @@ void SortRecords(Record* records, int64_t count, KeyOf key_of) {
     low = std::min(low, bits);
     high = std::max(high, bits);
   }
-  if (sorted) return;
-  const int top_byte = (63 - std::countl_zero(low ^ high)) / 8;
-  RadixSortRange(records, records + count, top_byte * 8, bits_of);
+  return {sorted, std::max(static_cast<int>(std::bit_width(low ^ high)) - 8, 0)};
+}
+
+// Sorts records ascending by the double that `key_of(record)` gives; at once when they are in
+// order already. In place; the time grows with count x key length at worst.
+template <typename Record, typename KeyOf>
+void SortRecords(Record* records, int64_t count, KeyOf key_of) {
+  if (count < 2) return;
+  const auto bits_of = [&key_of](const Record& record) { return SortableBits(key_of(record)); };
+  const KeyOrder order = LookAtKeys(records, count, bits_of);
+  if (!order.sorted) RadixSortRange(records, records + count, order.shift, bits_of);
 }
 
 }  // namespace zatlib

@@ -1,16 +1,20 @@
 #include "network/network_data.h"
 
+#include <algorithm>
+#include <atomic>
+
 #include "frd/control.h"
 #include "frd/files.h"
 #include "frd/key_tree.h"
 #include "frd/keyed_table.h"
 #include "frd/log.h"
 #include "frd/long_pass.h"
+#include "frd/parallel.h"
 
 namespace zatlib {
 namespace {
 
-constexpr int32_t kStatusInterval = 10000;  // records between two looks at the user, through files
+constexpr int32_t kCalcBlock = 0x2000;  // nodes whose calc records are made and written at once
 constexpr int kMaxConnectionErrors = 50;
 constexpr double kCostFactor = 360.0;  // hundredths of a second for one metre at 1 km/h
 
@@ -160,15 +164,24 @@ struct NetworkBuilder {
   PageArray<NodeLinks> node_links{};    // N + 2
   PageArray<LinkNodes> link_nodes{};    // L + 2
   PageArray<DrawingRecord> drawings{};  // L + 2
+  PageArray<uint32_t> cities{};         // N: city of the link in the first slot
+  PageArray<CalcNode> calc_nodes[2]{};  // a block that is written, one that is made
   int connection_errors = 0;
   KeyTree node_tree{};  // over node_index
   KeyTree link_tree{};  // over link_index
+  Workers workers{};
 
   bool Reserve() {
     const auto node_room = static_cast<uint64_t>(nodes.count) + 2;
     const auto link_room = static_cast<uint64_t>(links.count) + 2;
     return node_links.Allocate(node_room) && link_nodes.Allocate(link_room) &&
-           drawings.Allocate(link_room);
+           drawings.Allocate(link_room) && cities.Allocate(node_room) &&
+           calc_nodes[0].Allocate(CalcBlock()) && calc_nodes[1].Allocate(CalcBlock());
+  }
+
+  uint64_t CalcBlock() const {
+    return static_cast<uint64_t>(
+        std::min(nodes.count, texts.calc_nodes_progress == nullptr ? kCalcBlock : kStatusInterval));
   }
 
   // What BRN_FindIndexRecord finds.
@@ -177,66 +190,117 @@ struct NetworkBuilder {
     return found < 0 ? -1 : index[found].Number;
   }
 
-  // Tests for cancel now and then; shows progress too, every 10,000 records, through files.
-  bool GoesOn(const char* progress, int32_t i) {
-    if (progress == nullptr) return !CancelledAt(i);
-    return i % kStatusInterval != 0 || SetStatusNumber(progress, i) != 0;
-  }
-
   const NodeStoreRecord* NodeAt(int32_t i) {
     const NodeStoreRecord* node = nodes.At(i);
-    if (node == nullptr) {
-      ReportError(owner, texts.file_title,
-                  "Can't seek / read the node storage file at %d ( ptr=%ld )!", i,
-                  PositionOf(nodes, i));
-    }
+    if (node == nullptr) ReportNode(i);
     return node;
   }
 
-  const LinkStoreRecord* LinkAt(int32_t i) {
-    const LinkStoreRecord* link = links.At(i);
-    if (link == nullptr) {
-      ReportError(owner, texts.file_title,
-                  "Can't seek / read the link storage file at %d ( ptr=%ld )!", i,
-                  PositionOf(links, i));
+  void ReportNode(int32_t i) {
+    ReportError(owner, texts.file_title,
+                "Can't seek / read the node storage file at %d ( ptr=%ld )!", i,
+                PositionOf(nodes, i));
+  }
+
+  void ReportLink(int32_t i) {
+    ReportError(owner, texts.file_title,
+                "Can't seek / read the link storage file at %d ( ptr=%ld )!", i,
+                PositionOf(links, i));
+  }
+
+  // Where node i lies; false when it would have to be read from the store.
+  static bool PlaceAtHand(const NodeArray& array, int32_t i, NodePlace* place) {
+    const NodeStoreRecord& node = array.records[static_cast<uint64_t>(i)];
+    *place = {node.X, node.Y};
+    return true;
+  }
+  static bool PlaceAtHand(const NodePositions& list, int32_t i, NodePlace* place) {
+    if (!list.places) return false;
+    *place = list.places[static_cast<uint64_t>(i)];
+    return true;
+  }
+
+  // The same, read from the store where it must be; false when it cannot be (reported).
+  bool PlaceOf(int32_t i, NodePlace* place) {
+    if (PlaceAtHand(nodes, i, place)) return true;
+    const NodeStoreRecord* node = NodeAt(i);
+    if (node == nullptr) return false;
+    *place = {node->X, node->Y};
+    return true;
+  }
+
+  // The link-node record of link i and what the link itself gives its drawing record. False when
+  // an end is missing; its number is then -1.
+  bool FillLinkNodes(int64_t i, const LinkStoreRecord& link) {
+    const int32_t a = NumberOf(node_tree, node_index, link.NodeA);
+    const int32_t b = NumberOf(node_tree, node_index, link.NodeB);
+    const auto at = static_cast<uint64_t>(i);
+    link_nodes[at] = {a, b, link.SpeedA, link.SpeedB, link.Value3, 0};
+    DrawingRecord& drawing = drawings[at];
+    drawing.LinkCode = link.LinkCode;
+    drawing.Link = static_cast<int32_t>(i);
+    drawing.RoadKind = link.RoadKind;
+    drawing.Value4 = link.Value4;
+    return a >= 0 && b >= 0;
+  }
+
+  void SetPlaces(int64_t i, NodePlace a, NodePlace b) {
+    DrawingRecord& drawing = drawings[static_cast<uint64_t>(i)];
+    drawing.XA = a.X;
+    drawing.YA = a.Y;
+    drawing.XB = b.X;
+    drawing.YB = b.Y;
+  }
+
+  // Link i alone. Returns 1 or 0 (reported).
+  int MakeLinkNode(int32_t i, const LinkStoreRecord& link) {
+    const bool whole = FillLinkNodes(i, link);
+    const LinkNodes& ends = link_nodes[static_cast<uint64_t>(i)];
+    if (!whole) {
+      ReportError(owner, texts.logic_title,
+                  "Can't find the edging Nodes : Link=%s(%ld), NodesA/B=%s(%ld)/%s(%ld)",
+                  CodeText(link.LinkCode, code_length).c_str(), static_cast<long>(i),
+                  CodeText(link.NodeA, code_length).c_str(), static_cast<long>(ends.NodeA),
+                  CodeText(link.NodeB, code_length).c_str(), static_cast<long>(ends.NodeB));
+      return 0;
     }
-    return link;
+    NodePlace a;
+    NodePlace b;
+    if (!PlaceOf(ends.NodeA, &a) || !PlaceOf(ends.NodeB, &b)) return 0;
+    SetPlaces(i, a, b);
+    return 1;
   }
 
   // Link-node records and drawing records, in link order.
   int MakeLinkNodes() {
     if (BRN_BeginStep(texts.link_nodes) == 0) return 0;
-    for (int32_t i = 0; i < links.count; ++i) {
-      if (!GoesOn(texts.link_nodes_progress, i)) return 0;
-      const LinkStoreRecord* link = LinkAt(i);
-      if (link == nullptr) return 0;
-      const int32_t a = NumberOf(node_tree, node_index, link->NodeA);
-      const int32_t b = NumberOf(node_tree, node_index, link->NodeB);
-      if (a < 0 || b < 0) {
-        ReportError(owner, texts.logic_title,
-                    "Can't find the edging Nodes : Link=%s(%ld), NodesA/B=%s(%ld)/%s(%ld)",
-                    CodeText(link->LinkCode, code_length).c_str(), static_cast<long>(i),
-                    CodeText(link->NodeA, code_length).c_str(), static_cast<long>(a),
-                    CodeText(link->NodeB, code_length).c_str(), static_cast<long>(b));
+    return ForBlocks(links.count, texts.link_nodes_progress, [&](int32_t begin, int32_t end) {
+      int32_t count = end - begin;
+      const LinkStoreRecord* records = links.Fetch(begin, &count);
+      std::atomic<bool> whole{true};
+      workers.RunRanges(count, kGrain, [&](int64_t first, int64_t limit) {
+        for (int64_t i = first; i < limit; ++i) {
+          bool good = FillLinkNodes(begin + i, records[i]);
+          if (good) {
+            const LinkNodes& ends = link_nodes[static_cast<uint64_t>(begin + i)];
+            NodePlace a;
+            NodePlace b;
+            good = PlaceAtHand(nodes, ends.NodeA, &a) && PlaceAtHand(nodes, ends.NodeB, &b);
+            if (good) SetPlaces(begin + i, a, b);
+          }
+          if (!good) whole.store(false, std::memory_order_relaxed);
+        }
+      });
+      // Whatever is not plain is done once more, link by link in order.
+      for (int32_t i = 0; i < count && !whole; ++i) {
+        if (MakeLinkNode(begin + i, records[i]) == 0) return 0;
+      }
+      if (count < end - begin) {
+        ReportLink(begin + count);
         return 0;
       }
-      const auto at = static_cast<uint64_t>(i);
-      link_nodes[at] = {a, b, link->SpeedA, link->SpeedB, link->Value3, 0};
-      DrawingRecord& drawing = drawings[at];
-      drawing.LinkCode = link->LinkCode;
-      drawing.Link = i;
-      drawing.RoadKind = link->RoadKind;
-      drawing.Value4 = link->Value4;
-      const NodeStoreRecord* node = NodeAt(a);
-      if (node == nullptr) return 0;
-      drawing.XA = node->X;
-      drawing.YA = node->Y;
-      node = NodeAt(b);
-      if (node == nullptr) return 0;
-      drawing.XB = node->X;
-      drawing.YB = node->Y;
-    }
-    return 1;
+      return 1;
+    });
   }
 
   // One connection error: the first is shown, all are logged. False when there are too many.
@@ -254,19 +318,27 @@ struct NetworkBuilder {
     return false;
   }
 
-  // Fills the eight slots of node i. Returns 1, or 0 after a connection error.
-  int FillSlots(int32_t i, const NodeStoreRecord& node, CalcNode* calc, NodeLinks* slot_links) {
+  // Fills the eight slots of node i; what stands in a slot of which the node is no end is handed to
+  // `misses(link code)`. Returns 1, or 0 when that returns 0 or has been called.
+  template <typename Misses>
+  int FillSlots(int32_t i, const NodeStoreRecord& node, CalcNode* calc, Misses misses) {
     *calc = CalcNode{};
-    const int errors_before = connection_errors;
+    NodeLinks& slot_links = node_links[static_cast<uint64_t>(i)];
+    int result = 1;
+    bool has_city = false;
     for (int s = 0; s < kSlots; ++s) {
       calc->OtherNode[s] = -1;
-      slot_links->Link[s] = -1;
+      slot_links.Link[s] = -1;
       const FeatureCode code = node.ConnLinkCode[s];
       if (code.IsEmpty()) continue;
-      const int32_t link = NumberOf(link_tree, link_index, code);
+      const int64_t found = link_tree.Find(code.AsDouble());
+      if (found < 0) continue;
+      const int32_t link = link_index[found].Number;
       if (link < 0) continue;
+      if (!has_city) cities[static_cast<uint64_t>(i)] = link_index[found].CityCode;
+      has_city = true;
       const LinkNodes& ends = link_nodes[static_cast<uint64_t>(link)];
-      slot_links->Link[s] = link;
+      slot_links.Link[s] = link;
       calc->Length[s] = ends.Value3;
       if (ends.NodeA == i) {
         calc->OtherNode[s] = ends.NodeB;
@@ -274,11 +346,13 @@ struct NetworkBuilder {
       } else if (ends.NodeB == i) {
         calc->OtherNode[s] = ends.NodeA;
         calc->Cost[s] = ConnectionCost(ends.Value3, ends.SpeedB, kSpeedLimitB);
-      } else if (!CountConnectionError(node.NodeCode, code)) {
-        return 0;
+      } else {
+        result = 0;
+        if (misses(code) == 0) return 0;
       }
     }
-    return connection_errors == errors_before ? 1 : 0;
+    PackSlots(calc, &slot_links);
+    return result;
   }
 
   // Moves used slots down over empty ones; their order stays.
@@ -300,7 +374,58 @@ struct NetworkBuilder {
     }
   }
 
-  // mapcalc.dat and the node-link index, in node order.
+  // One block of calc nodes on its way.
+  struct CalcWork {
+    int32_t begin = 0;
+    int32_t wanted = 0;
+    int32_t count = 0;  // fewer than wanted when a node cannot be read
+    const NodeStoreRecord* records = nullptr;
+    CalcNode* out = nullptr;
+    std::atomic<bool> connected{true};
+  };
+
+  // Begins the block at node `begin` on the other processors.
+  void StartCalcNodes(int32_t begin, CalcNode* out, CalcWork* work) {
+    work->begin = begin;
+    work->wanted = static_cast<int32_t>(
+        std::min(static_cast<int64_t>(CalcBlock()), int64_t{nodes.count} - begin));
+    work->count = work->wanted;
+    if (work->wanted > 0) work->records = nodes.Fetch(begin, &work->count);
+    work->out = out;
+    work->connected = true;
+    workers.Start((work->count + kGrain - 1) / kGrain, [this, work](int64_t part) {
+      const auto first = static_cast<int32_t>(part * kGrain);
+      const auto limit = static_cast<int32_t>(std::min<int64_t>(first + kGrain, work->count));
+      for (int32_t i = first; i < limit; ++i) {
+        const auto misses = [](FeatureCode) { return 0; };
+        if (FillSlots(work->begin + i, work->records[i], &work->out[i], misses) == 0) {
+          work->connected.store(false, std::memory_order_relaxed);
+        }
+      }
+    });
+  }
+
+  // Number of nodes of a finished block before the first one with a connection error.
+  int32_t ConnectedNodes(const CalcWork& work) {
+    int32_t good = 0;
+    CalcNode calc;
+    const auto misses = [](FeatureCode) { return 0; };
+    while (!work.connected && good < work.count &&
+           FillSlots(work.begin + good, work.records[good], &calc, misses) != 0) {
+      ++good;
+    }
+    return work.connected ? work.count : good;
+  }
+
+  // Reports all connection errors of a node.
+  void ReportConnectionErrors(int32_t i, const NodeStoreRecord& node) {
+    CalcNode calc;
+    FillSlots(i, node, &calc,
+              [&](FeatureCode link) { return CountConnectionError(node.NodeCode, link) ? 1 : 0; });
+  }
+
+  // mapcalc.dat and the node-link index, in node order. While a block is written the next one is
+  // made.
   int MakeCalcNodes() {
     if (texts.calc_nodes != nullptr && BRN_BeginStep(texts.calc_nodes) == 0) return 0;
     const PathText path = OutputPath(control_file, kCalcNodeFile);
@@ -309,24 +434,37 @@ struct NetworkBuilder {
       ReportError(owner, texts.file_title, "Can't open the CalcNode File (%s) !", path.c_str());
       return 0;
     }
+    const char* const progress = texts.calc_nodes_progress;
     int result = 1;
-    for (int32_t i = 0; i < nodes.count && result != 0; ++i) {
-      if (!GoesOn(texts.calc_nodes_progress, i)) {
+    bool writing = true;
+    CalcWork work;
+    StartCalcNodes(0, calc_nodes[0].data(), &work);
+    while (work.wanted > 0 && result != 0 && writing) {
+      workers.Finish();
+      if (progress != nullptr && SetStatusNumber(progress, work.begin) == 0) {
         result = 0;
         break;
       }
-      const NodeStoreRecord* node = NodeAt(i);
-      if (node == nullptr) {
-        result = 0;
-        break;
+      const CalcWork made{work.begin, work.wanted, work.count, work.records, work.out};
+      const int32_t good = ConnectedNodes(work);
+      const bool whole = good == made.wanted;
+      if (whole) {
+        const int next = made.out == calc_nodes[0].data() ? 1 : 0;
+        StartCalcNodes(made.begin + made.wanted, calc_nodes[next].data(), &work);
       }
-      CalcNode calc;
-      NodeLinks& slot_links = node_links[static_cast<uint64_t>(i)];
-      result = FillSlots(i, *node, &calc, &slot_links);
-      if (result == 0) break;
-      PackSlots(&calc, &slot_links);
-      if (!file.Append(&calc)) break;
+      for (int32_t i = 0; i < good && writing; ++i) writing = file.Append(&made.out[i]);
+      if (!whole) {
+        result = 0;
+        if (writing && good < made.count) {
+          ReportConnectionErrors(made.begin + good, made.records[good]);
+        } else if (writing) {
+          ReportNode(made.begin + good);
+        }
+      } else if (progress == nullptr && CancelledWithin(made.begin, made.begin + made.wanted)) {
+        result = 0;
+      }
     }
+    workers.Finish();
     if (!file.Close()) {
       ReportError(owner, texts.file_title, "Can't write the CalcNode Data(%s) at %ld !",
                   path.c_str(), static_cast<long>(file.failed_record()));
@@ -338,15 +476,15 @@ struct NetworkBuilder {
   // The city of a node is that of the link in its first slot.
   int SetCities() {
     if (BRN_BeginStep(texts.cities) == 0) return 0;
-    for (int32_t i = 0; i < nodes.count; ++i) {
-      if (!GoesOn(texts.cities_progress, i)) return 0;
-      const int32_t link = node_links[static_cast<uint64_t>(node_index[i].Number)].Link[0];
-      if (link == -1) continue;
-      const LinkStoreRecord* record = LinkAt(link);
-      if (record == nullptr) return 0;
-      node_index[i].CityCode = record->CityCode;
-    }
-    return 1;
+    return ForBlocks(nodes.count, texts.cities_progress, [&](int32_t begin, int32_t end) {
+      workers.RunRanges(end - begin, kGrain, [&](int64_t first, int64_t limit) {
+        for (int64_t i = begin + first; i < begin + limit; ++i) {
+          const auto node = static_cast<uint64_t>(node_index[i].Number);
+          if (node_links[node].Link[0] != -1) node_index[i].CityCode = cities[node];
+        }
+      });
+      return 1;
+    });
   }
 
   int Save(const char* name, const char* error, const void* data, uint64_t size) {

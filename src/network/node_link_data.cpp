@@ -141,17 +141,14 @@ template <typename Source, typename Fill, typename NotRead>
 int FillFrom(Source& source, const char* progress, Fill fill, NotRead not_read) {
   Workers workers;
   return ForBlocks(source.count, progress, [&](int32_t begin, int32_t end) {
-    while (begin < end) {
-      int32_t count = end - begin;
-      const auto* records = source.Fetch(begin, &count);
-      if (count == 0 || records == nullptr) {
-        not_read(begin);
-        return 0;
-      }
-      workers.RunRanges(count, kGrain, [&](int64_t first, int64_t limit) {
-        for (int64_t i = first; i < limit; ++i) fill(begin + i, records[i]);
-      });
-      begin += count;
+    int32_t count = end - begin;
+    const auto* records = source.Fetch(begin, &count);
+    workers.RunRanges(count, kGrain, [&](int64_t first, int64_t limit) {
+      for (int64_t i = first; i < limit; ++i) fill(begin + i, records[i]);
+    });
+    if (count < end - begin) {
+      not_read(begin + count);
+      return 0;
     }
     return 1;
   });

@@ -13,6 +13,8 @@
 
 namespace zatlib {
 
+inline constexpr int32_t kStatusInterval = 10000;  // records between two texts, through files
+
 // Where a node lies, millionths of a degree.
 struct NodePlace {
   int32_t X;
@@ -27,7 +29,7 @@ struct RecordArray {
 
   // Record i; never null.
   Record* At(int32_t i) { return &records[static_cast<uint64_t>(i)]; }
-  // `*count` records from record `begin` on; all there are asked for are there.
+  // The records from record `begin` on, as many as there are.
   const Record* Fetch(int32_t begin, int32_t*) { return At(begin); }
   // A change made to record i is kept in memory only; true.
   bool Write(int32_t) { return true; }
@@ -47,31 +49,35 @@ struct RecordPositions {
 
   // Record i, good until the next call; null when it cannot be read.
   Record* At(int32_t i) { return store.At(positions[static_cast<uint64_t>(i)]); }
-  // Up to `*count` records from record `begin` on, good until the next call; `*count` becomes the
-  // number of those before the first one that cannot be read.
+  // Up to `*wanted` records, at most kStatusInterval, from record `begin` on, good until the next
+  // call; `*wanted` becomes the number of those before the first one that cannot be read.
   const Record* Fetch(int32_t begin, int32_t* wanted) {
-    if (fetched.size() < static_cast<uint64_t>(*wanted) &&
-        !fetched.Allocate(static_cast<uint64_t>(*wanted))) {
-      *wanted = std::min(*wanted, 1);
-      return At(begin);
-    }
+    const uint32_t* from = &positions[static_cast<uint64_t>(begin)];
+    const int32_t asked = *wanted;
     int32_t done = 0;
-    while (done < *wanted) {
-      // Records that follow each other in the store come at once.
-      const uint32_t* from = &positions[static_cast<uint64_t>(begin) + static_cast<uint64_t>(done)];
-      int32_t run = 1;
-      while (done + run < *wanted && from[run] == from[0] + static_cast<uint32_t>(run)) ++run;
-      const auto read =
-          static_cast<int32_t>(store.Read(from[0], run, &fetched[static_cast<uint64_t>(done)]));
-      if (read == 0) break;
-      done += read;
+    while (done < asked) {
+      // What lies between is read with them, and closed up.
+      const uint32_t first = from[done];
+      const int64_t span =
+          std::min<int64_t>(int64_t{from[asked - 1]} - first + 1, kStatusInterval - done);
+      Record* const out = &fetched[static_cast<uint64_t>(done)];
+      const int64_t read = store.Read(first, span, out);
+      const int32_t before = done;
+      for (; done < asked && from[done] - first < read; ++done) {
+        if (from[done] - first != static_cast<uint32_t>(done - before)) {
+          out[done - before] = out[from[done] - first];
+        }
+      }
+      if (read < span) break;
     }
     *wanted = done;
     return fetched.data();
   }
   // Writes record i, as At(i) gave it and the caller changed it, into the store.
   bool Write(int32_t i) { return store.Write(positions[static_cast<uint64_t>(i)]); }
-  bool Open(const char* path, platform::Access access) { return store.Open(path, access); }
+  bool Open(const char* path, platform::Access access) {
+    return store.Open(path, access) && fetched.Allocate(kStatusInterval);
+  }
   void Close() {
     store = StoreFile<Record>();
     fetched.Free();
@@ -87,8 +93,6 @@ template <typename Record>
 long PositionOf(const RecordPositions<Record>& list, int32_t number) {
   return static_cast<long>(list.positions[static_cast<uint64_t>(number)]);
 }
-
-inline constexpr int32_t kStatusInterval = 10000;  // records between two texts, through files
 
 // Goes through the records 0 to count - 1 in blocks, with a look at the user between two blocks:
 // before each, with a progress text (a %d in it), where there is one; after each else. `body(begin,

@@ -1,5 +1,8 @@
 #include "frd/long_pass.h"
 
+#include <algorithm>
+#include <bit>
+#include <functional>
 #include <vector>
 
 #include "test_support.h"
@@ -58,6 +61,54 @@ TEST_F(LongPassTest, SortsWhatSortRecordsSorts) {
       ASSERT_EQ(values[static_cast<size_t>(i)], static_cast<double>(i + 1));
     }
   }
+}
+
+TEST_F(LongPassTest, LooksOnceForABlockThatAnIntervalEndsIn) {
+  FRD_SetCancelled(true);
+  EXPECT_FALSE(CancelledWithin(0, 65535));
+  EXPECT_TRUE(CancelledWithin(0, 65536));
+  EXPECT_TRUE(CancelledWithin(65535, 65536));
+  EXPECT_FALSE(CancelledWithin(65536, 131071));
+  EXPECT_TRUE(CancelledWithin(100, 1000000));
+  EXPECT_FALSE(CancelledWithin(65535, 65535));
+  EXPECT_TRUE(CancelledWithin(0, 1024, 1024));
+  FRD_SetCancelled(false);
+  EXPECT_FALSE(CancelledWithin(0, 65536));
+}
+
+TEST_F(LongPassTest, KeysInAnyOrderAreSortedOnAnyNumberOfThreads) {
+  constexpr int64_t kCount = 500000;
+  constexpr int64_t kPrime = 500009;  // i x 7919 modulo a prime takes every value once
+  // Codes in a row, codes of areas, the bits of integers, values of both signs, most keys in one
+  // bucket.
+  const std::function<double(int64_t)> forms[] = {
+      [](int64_t i) { return 1e13 + static_cast<double>(i); },
+      [](int64_t i) { return static_cast<double>(i % 47) * 1e12 + static_cast<double>(i / 47); },
+      [](int64_t i) { return std::bit_cast<double>(int64_t{100000000000000000} + i); },
+      [](int64_t i) { return static_cast<double>(i - 250000) / 3.0; },
+      [](int64_t i) { return i == 5 ? 1e300 : static_cast<double>(i); }};
+  for (const int threads : {1, 2, 4}) {
+    SetThreadCount(threads);
+    for (const auto& form : forms) {
+      std::vector<double> values;
+      for (int64_t i = 1; i <= kCount; ++i) values.push_back(form(i * 7919 % kPrime));
+      std::vector<double> expected = values;
+      std::sort(expected.begin(), expected.end());
+      EXPECT_EQ(SortUnlessCancelled(values.data(), kCount, ValueOf), 1);
+      EXPECT_TRUE(values == expected) << threads;
+    }
+  }
+  SetThreadCount(0);
+}
+
+TEST_F(LongPassTest, ManyEqualKeysAreSorted) {
+  std::vector<double> values;
+  for (int64_t i = 0; i < 1500000; ++i)
+    values.push_back(i % 3 == 0 ? 1e14 : static_cast<double>(i % 2));
+  EXPECT_EQ(SortUnlessCancelled(values.data(), 1500000, ValueOf), 1);
+  EXPECT_TRUE(std::is_sorted(values.begin(), values.end()));
+  EXPECT_EQ(std::count(values.begin(), values.end(), 1e14), 500000);
+  EXPECT_EQ(std::count(values.begin(), values.end(), 0.0), 500000);
 }
 
 TEST_F(LongPassTest, ALongSortStopsWhenTheUserCancels) {
