@@ -1,20 +1,40 @@
 #include "frd/files.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cstring>
 
 #include "frd/log.h"
+#include "frd/parallel.h"
 #include "platform/clock.h"
+#include "platform/fault.h"
 
 namespace zatlib {
 namespace {
 
-constexpr uint64_t kRetryWait = 10000;     // milliseconds before a refused chunk is tried again
-constexpr uint32_t kReadBlock = 1 << 20;   // bytes of one system read of a source file
-constexpr uint32_t kChunkSize = 1 << 18;   // bytes of a chunk of lines
-constexpr uint32_t kWriteBlock = 1 << 20;  // bytes of one system write of a record file
-constexpr uint32_t kIoLimit = 1 << 30;     // bytes of one system call at most
-constexpr uint32_t kCountBlock = 4096;     // bytes of one read of FRD_CountLines
+constexpr uint64_t kRetryWait = 10000;      // milliseconds before a refused chunk is tried again
+constexpr uint32_t kReadBlock = 1 << 20;    // bytes of one system read of a source file
+constexpr uint32_t kChunkSize = 1 << 18;    // bytes of a chunk of lines
+constexpr uint32_t kWriteBlock = 1 << 20;   // bytes of one system write of a record file
+constexpr uint32_t kIoLimit = 1 << 30;      // bytes of one system call at most
+constexpr uint64_t kSharedRead = 16 << 20;  // bytes from which threads share a read
+constexpr uint32_t kCountBlock = 4096;      // bytes of one read of FRD_CountLines
+
+// Reads a large part of a file on all processors: the system copies it on the thread that asks.
+bool ReadShared(platform::File& file, void* data, uint64_t size) {
+  constexpr int64_t kPart = 1 << 22;  // bytes
+  const int64_t begin = file.Seek(0, platform::SeekFrom::kCurrent);
+  if (begin < 0 || platform::ShouldFail(platform::Operation::kRead)) return false;
+  std::atomic<bool> good{true};
+  Workers workers;
+  workers.RunRanges(static_cast<int64_t>(size), kPart, [&](int64_t from, int64_t to) {
+    if (!file.ReadAt(begin + from, static_cast<char*>(data) + from,
+                     static_cast<uint32_t>(to - from))) {
+      good = false;
+    }
+  });
+  return good && file.Seek(begin + static_cast<int64_t>(size), platform::SeekFrom::kBegin) >= 0;
+}
 
 // Removes every CR and LF from [begin, end); returns the new end.
 char* RemoveBreaks(char* begin, char* end) {
@@ -95,6 +115,7 @@ bool CanOpen(const char* path) {
 }
 
 bool ReadExactly(platform::File& file, void* data, uint64_t size) {
+  if (size >= kSharedRead && ThreadCount() > 1) return ReadShared(file, data, size);
   auto* bytes = static_cast<char*>(data);
   while (size > 0) {
     const uint32_t part = static_cast<uint32_t>(std::min<uint64_t>(size, kIoLimit));

@@ -100,6 +100,19 @@ bool File::Read(void* data, uint32_t size, uint32_t* read) {
   return true;
 }
 
+bool File::ReadAt(int64_t position, void* data, uint32_t size) const {
+  auto* bytes = static_cast<char*>(data);
+  while (size > 0) {
+    const ssize_t got = ::pread(static_cast<int>(handle_), bytes, size, position);
+    if (got < 0 && errno == EINTR) continue;
+    if (got <= 0) return false;
+    bytes += got;
+    size -= static_cast<uint32_t>(got);
+    position += got;
+  }
+  return true;
+}
+
 bool File::Write(const void* data, uint32_t size, uint32_t* written) {
   *written = 0;
   bool fail = false;

@@ -53,6 +53,14 @@ bool File::Read(void* data, uint32_t size, uint32_t* read) {
   return good;
 }
 
+bool File::ReadAt(int64_t position, void* data, uint32_t size) const {
+  OVERLAPPED place{};
+  place.Offset = static_cast<DWORD>(position);
+  place.OffsetHigh = static_cast<DWORD>(position >> 32);
+  DWORD got = 0;
+  return ::ReadFile(ToHandle(handle_), data, size, &got, &place) != 0 && got == size;
+}
+
 bool File::Write(const void* data, uint32_t size, uint32_t* written) {
   *written = 0;
   bool fail = false;
