@@ -5,6 +5,7 @@
 #include <bit>
 #include <cstdint>
 #include <cstring>
+#include <initializer_list>
 
 namespace zatlib {
 
@@ -48,7 +49,9 @@ inline DigitRun TakeDigits(const char* p, uint64_t value = 0) {
 // Bytes that end a field or a record.
 struct Delimiters {
   bool is[256] = {};
-  consteval Delimiters() { is[','] = is['\t'] = is['\r'] = is[0] = true; }
+  consteval Delimiters() {
+    for (const char c : {',', '\t', '\r', '\0'}) is[static_cast<unsigned char>(c)] = true;
+  }
 };
 inline constexpr Delimiters kDelimiters;
 
