@@ -4,12 +4,11 @@
 #include <cmath>
 #include <cstdarg>
 #include <new>
+#include <utility>
 
 #include "frd/control.h"
 #include "frd/files.h"
 #include "frd/log.h"
-#include "frd/long_pass.h"
-#include "frd/whole_file.h"
 #include "platform/profile.h"
 
 namespace zatlib {
@@ -21,17 +20,15 @@ constexpr char kLimitSection[] = "ROADFLAG";
 constexpr double kDegreesPerUnit = 1000000.0;  // coordinates are millionths of a degree
 constexpr int kDefaultRight = 45;              // degrees
 constexpr int kDefaultLeft = 135;              // degrees
-constexpr int64_t kLookInterval = 1024;        // nodes between two looks for a cancel
+constexpr int64_t kNodesOfPart = 1024;         // that a thread takes at a time
+constexpr int64_t kLinksOfPart = 8192;         // likewise
 constexpr uint32_t kWritePart = 1u << 30;      // bytes of one system write at most
 
 // A shape holder in page memory, so that a machine without memory is noticed and not met by an
 // exception.
 class HolderBlock {
  public:
-  HolderBlock() {
-    void* block = platform::AllocPages(sizeof(ShapeHolder));
-    if (block != nullptr) holder_ = new (block) ShapeHolder;
-  }
+  HolderBlock() { Take(); }
   ~HolderBlock() {
     if (holder_ == nullptr) return;
     SHAPE_CloseShape(holder_);
@@ -41,6 +38,14 @@ class HolderBlock {
   HolderBlock(const HolderBlock&) = delete;
   HolderBlock& operator=(const HolderBlock&) = delete;
   ShapeHolder* get() { return holder_; }
+
+  // Takes the memory unless that is done already; false when it is refused.
+  bool Take() {
+    if (holder_ != nullptr) return true;
+    void* block = platform::AllocPages(sizeof(ShapeHolder));
+    if (block != nullptr) holder_ = new (block) ShapeHolder;
+    return holder_ != nullptr;
+  }
 
  private:
   ShapeHolder* holder_ = nullptr;
@@ -59,11 +64,12 @@ int Fail(WindowHandle owner, const char* format, ...) {
   return 0;
 }
 
-// Loads a file that must not be empty.
-int LoadInput(WindowHandle owner, const char* path, uint64_t least_size, WholeFile* file) {
-  const uint64_t size = FileSize(path);
-  const LoadResult result =
-      size < least_size ? LoadResult::kNoMemory : LoadWholeFile(path, size, file);
+// Opens a node file, which must not be empty, and reads its first block.
+int OpenInput(WindowHandle owner, const char* path, uint64_t least_size, uint32_t record_size,
+              BlockReader* file) {
+  const LoadResult result = FileSize(path) < least_size
+                                ? LoadResult::kNoMemory
+                                : file->Open(path, record_size, kBlockNodes);
   switch (result) {
     case LoadResult::kLoaded:
       return 1;
@@ -77,20 +83,35 @@ int LoadInput(WindowHandle owner, const char* path, uint64_t least_size, WholeFi
   return Fail(owner, "Can't read the file : %s", path);
 }
 
-// Takes memory for the codes of all links and loads them.
-int LoadCodes(WindowHandle owner, const char* control_file, const char* folder,
-              PageArray<FeatureCode>* codes, int64_t* link_count) {
+// The shape of every link, by link number.
+struct LinkShapes {
+  PageArray<int32_t> positions;
+  int64_t count = 0;
+};
+
+// Loads the codes of all links and looks their shapes up; the codes are not needed any longer then.
+int FindShapes(WindowHandle owner, const char* control_file, const char* folder,
+               const ShapeHolder& shapes, Workers& workers, LinkShapes* links) {
   const PathText path = PathIn(folder, kDrawingFile);
   const uint64_t size = FileSize(path.c_str());
-  *link_count = static_cast<int64_t>(size / sizeof(DrawingRecord));
-  constexpr uint64_t kMargin = kFileMargin / sizeof(FeatureCode);
-  if (size == 0 || !codes->Allocate(static_cast<uint64_t>(*link_count) + kMargin)) {
+  const uint64_t count = size / sizeof(DrawingRecord);
+  links->count = static_cast<int64_t>(count);
+  PageArray<FeatureCode> codes;
+  if (size == 0 || !codes.Allocate(count) || !links->positions.Allocate(count)) {
     return Fail(owner, "Can't find the file / allcate the memory : %s", path.c_str());
   }
-  if (MM_SUB_LoadLinkCodes(*link_count, codes->data(), control_file) == 0) {
+  if (MM_SUB_LoadLinkCodes(links->count, codes.data(), control_file) == 0) {
     return Fail(owner, "Fatal Error occured in MM_SUB_LoadLinkCodes, num rec = %d",
-                ShownAs<int>(*link_count));
+                ShownAs<int>(links->count));
   }
+  const FeatureCode* const code = codes.data();
+  int32_t* const position = links->positions.data();
+  workers.RunRanges(links->count, kLinksOfPart, [&](int64_t begin, int64_t end) {
+    SHAPE_FindShapeEnds(code + begin, end - begin, shapes, position + begin);
+    for (int64_t i = begin; i < end; ++i) {
+      if (code[i].AsDouble() >= kFirstCodeWithoutShape) position[i] = -1;
+    }
+  });
   return 1;
 }
 
@@ -119,44 +140,32 @@ int SaveWeights(WindowHandle owner, const char* folder, const SlotBytes* weights
   return 1;
 }
 
-TurnPoint InDegrees(const ShapePoint& point) {
-  return {point.X / kDegreesPerUnit, point.Y / kDegreesPerUnit};
-}
-
 // The ends of the shape of the link in a slot.
-LinkEnds LoadEnds(int64_t node, int slot, const TurnTables& tables, ShapePoint* points) {
-  LinkEnds ends;
-  if (node >= tables.node_link_count) return ends;
-  const int32_t link = tables.node_links[node].Link[slot];
-  if (link < 0 || link >= tables.link_count) return ends;
-  const FeatureCode code = tables.link_codes[link];
-  if (code.AsDouble() >= kFirstCodeWithoutShape) return ends;
-  const int count = SHAPE_GetShapePoints(code, points, tables.shapes);
-  if (count < 2) return ends;
-  ends.usable = true;
-  ends.end[0] = InDegrees(points[0]);
-  ends.next[0] = InDegrees(points[1]);
-  ends.end[1] = InDegrees(points[count - 1]);
-  ends.next[1] = InDegrees(points[count - 2]);
-  return ends;
+void LoadEnds(const NodeLinks& links, int slot, const TurnTables& tables, LinkEnds* ends) {
+  ends->usable = false;
+  const int32_t link = links.Link[slot];
+  if (link < 0 || link >= tables.link_count) return;
+  const int32_t position = tables.shape_of_link[link];
+  if (position < 0) return;
+  const ShapeEnds& shape = tables.shapes->ends(position);
+  ends->usable = true;
+  ends->end[0] = EndOfShape(shape.First, shape.Second);
+  ends->end[1] = EndOfShape(shape.Last, shape.BeforeLast);
 }
 
-// The turn from a over the junction j to b.
-bool IsWeighted(const TurnPoint& a, const TurnPoint& j, const TurnPoint& b,
-                const TurnLimits& limits) {
-  const double dx_in = j.x - a.x;
-  const double dy_in = j.y - a.y;
-  const double dx_out = b.x - j.x;
-  const double dy_out = b.y - j.y;
+// The turn from one end to another at the same point.
+bool IsWeighted(const TurnEnd& in, const TurnEnd& out, const TurnLimits& limits) {
+  const double dx_in = -in.away_x;
+  const double dy_in = -in.away_y;
+  const double dx_out = out.away_x;
+  const double dy_out = out.away_y;
   // A segment that runs exactly east-west or north-south beside the junction weights nothing; maps
   // in use were made so, and routes computed on them would change.
   if (dx_in * dy_in == 0.0 || dx_out * dy_out == 0.0) return false;
 
-  const double square_in = dx_in * dx_in + dy_in * dy_in;
-  const double square_out = dx_out * dx_out + dy_out * dy_out;
   double cosine = -1.0;
-  if (square_in > 0.0 && square_out > 0.0) {
-    cosine = (dx_in * dx_out + dy_in * dy_out) / (std::sqrt(square_out) * std::sqrt(square_in));
+  if (in.square > 0.0 && out.square > 0.0) {
+    cosine = (dx_in * dx_out + dy_in * dy_out) / (out.length * in.length);
   }
   // Side of the departure: above or below the line of the arrival, seen from the junction.
   const double line_y = dx_out * dy_in / dx_in;
@@ -169,19 +178,53 @@ bool IsWeighted(const TurnPoint& a, const TurnPoint& j, const TurnPoint& b,
   return (right ? limits.cos_right : limits.cos_left) >= cosine;
 }
 
+bool IsSamePoint(const ShapePoint& a, const ShapePoint& b) { return a.X == b.X && a.Y == b.Y; }
+
+// The turn from one link onto another.
+bool IsWeighted(const LinkEnds& in, const LinkEnds& out, const TurnLimits& limits) {
+  if (!in.usable || !out.usable) return false;
+  for (const TurnEnd& arrival : in.end) {
+    for (const TurnEnd& departure : out.end) {
+      if (IsSamePoint(arrival.point, departure.point)) {
+        return IsWeighted(arrival, departure, limits);
+      }
+    }
+  }
+  return false;
+}
+
+// The weights of one node; `links` as in MM_SUB_LoadNodeTurns.
+SlotBytes WeighNode(const CalcNode& node, const NodeLinks* links, const TurnTables& tables,
+                    const TurnLimits& limits, NodeTurns* turns) {
+  SlotBytes weights = {};
+  if (node.OtherNode[0] < 0 || node.OtherNode[1] < 0 || node.OtherNode[2] < 0) {
+    return weights;  // fewer than 3 neighbours
+  }
+  MM_SUB_LoadNodeTurns(node, links, tables, turns);
+  for (int a = 0; a < turns->slots; ++a) {
+    const LinkEnds& in = turns->ends[turns->first_slot[a]];
+    for (int b = 0; b < turns->slots; ++b) {
+      if (IsWeighted(in, turns->ends[turns->first_slot[b]], limits)) {
+        weights.Slot[a] |= static_cast<uint8_t>(0x80 >> b);
+      }
+    }
+  }
+  return weights;
+}
+
 double CosineLimit(const char* road_definition, const char* key, int default_degrees) {
   const int degrees =
       platform::ReadProfileInt(kLimitSection, key, default_degrees, road_definition);
   return std::cos(degrees * 3.141592653589793 / 180.0);
 }
 
-}  // namespace
-
-int MM_SUB_CheckMemoryOperation(const char* control_file) {
-  char folder[kPathSize];
-  BRN_GetCalcMapDir(control_file, folder);
-  HolderBlock holder;
-  if (holder.get() == nullptr || SHAPE_OpenShape(nullptr, holder.get(), folder, 1) == 0) return 0;
+// Opens the shapes for the memory operation and takes, for a moment, the memory that it may need.
+// False leaves the shapes in any state.
+bool HasMemory(const char* folder, Workers& workers, HolderBlock& holder) {
+  if (holder.get() == nullptr ||
+      SHAPE_OpenShapeEnds(nullptr, holder.get(), folder, 1, workers) == 0) {
+    return false;
+  }
   const uint64_t calc_size = FileSize(PathIn(folder, kCalcNodeFile).c_str());
   const uint64_t draw_size = FileSize(PathIn(folder, kDrawingFile).c_str());
   const uint64_t node_link_size = FileSize(PathIn(folder, kNodeLinkFile).c_str());
@@ -196,9 +239,19 @@ int MM_SUB_CheckMemoryOperation(const char* control_file) {
   };
   PageArray<char> blocks[std::size(wanted)];
   for (size_t i = 0; i < std::size(wanted); ++i) {
-    if (wanted[i].file_size == 0 || !blocks[i].Allocate(wanted[i].block_size)) return 0;
+    if (wanted[i].file_size == 0 || !blocks[i].Allocate(wanted[i].block_size)) return false;
   }
-  return 1;
+  return true;
+}
+
+}  // namespace
+
+int MM_SUB_CheckMemoryOperation(const char* control_file) {
+  char folder[kPathSize];
+  BRN_GetCalcMapDir(control_file, folder);
+  Workers workers;
+  HolderBlock holder;
+  return HasMemory(folder, workers, holder) ? 1 : 0;
 }
 
 int MM_SUB_LoadLinkCodes(int64_t link_count, FeatureCode* codes, const char* control_file) {
@@ -224,16 +277,31 @@ int MM_SUB_LoadLinkCodes(int64_t link_count, FeatureCode* codes, const char* con
   return 1;
 }
 
-void MM_SUB_LoadNodeTurns(int64_t node, const TurnTables& tables, ShapePoint* points,
+TurnEnd EndOfShape(const ShapePoint& end, const ShapePoint& beside) {
+  TurnEnd turn;
+  turn.point = end;
+  turn.away_x = beside.X / kDegreesPerUnit - end.X / kDegreesPerUnit;
+  turn.away_y = beside.Y / kDegreesPerUnit - end.Y / kDegreesPerUnit;
+  turn.square = turn.away_x * turn.away_x + turn.away_y * turn.away_y;
+  turn.length = std::sqrt(turn.square);
+  return turn;
+}
+
+void MM_SUB_LoadNodeTurns(const CalcNode& node, const NodeLinks* links, const TurnTables& tables,
                           NodeTurns* turns) {
-  const int32_t* other = tables.nodes[node].OtherNode;
+  const int32_t* other = node.OtherNode;
   turns->slots = 0;
   while (turns->slots < kSlots && other[turns->slots] >= 0) ++turns->slots;
   std::copy(other, other + turns->slots, turns->neighbour);
   for (int slot = 0; slot < turns->slots; ++slot) {
-    // Only the first link toward a neighbour is ever asked for.
-    if (std::find(other, other + slot, other[slot]) != other + slot) continue;
-    turns->ends[slot] = LoadEnds(node, slot, tables, points);
+    const auto first = static_cast<int>(std::find(other, other + slot, other[slot]) - other);
+    turns->first_slot[slot] = first;
+    if (first != slot) continue;
+    if (links == nullptr) {
+      turns->ends[slot].usable = false;
+    } else {
+      LoadEnds(*links, slot, tables, &turns->ends[slot]);
+    }
   }
 }
 
@@ -243,40 +311,32 @@ int MM_SUB_IsWeightedTurn(int32_t arrival, const NodeTurns& node, int32_t depart
   const auto in_slot = std::find(node.neighbour, end, arrival) - node.neighbour;
   const auto out_slot = std::find(node.neighbour, end, departure) - node.neighbour;
   if (in_slot == node.slots || out_slot == node.slots) return 0;
-  const LinkEnds& in = node.ends[in_slot];
-  const LinkEnds& out = node.ends[out_slot];
-  if (!in.usable || !out.usable) return 0;
-  for (int i = 0; i < 2; ++i) {
-    for (int o = 0; o < 2; ++o) {
-      if (in.end[i].x == out.end[o].x && in.end[i].y == out.end[o].y) {
-        return IsWeighted(in.next[i], in.end[i], out.next[o], limits) ? 1 : 0;
-      }
-    }
-  }
-  return 0;
+  return IsWeighted(node.ends[in_slot], node.ends[out_slot], limits) ? 1 : 0;
 }
 
-int MM_RightTurnWeightMain(const TurnTables& tables, SlotBytes* weights, const char* folder) {
+int MM_RightTurnWeightMain(const TurnTables& tables, SlotBytes* weights, const char* folder,
+                           Workers& workers) {
   const PathText definition = PathIn(folder, kRoadDefinitionFile);
   const TurnLimits limits = {CosineLimit(definition.c_str(), "RTWEIGHT_RIGHT", kDefaultRight),
                              CosineLimit(definition.c_str(), "RTWEIGHT_LEFT", kDefaultLeft)};
-  ShapePoint points[kMaxShapePoints];
-  NodeTurns turns;
-  for (int64_t n = 0; n < tables.node_count; ++n) {
-    if (CancelledAt(n, kLookInterval)) return 0;
-    weights[n] = {};
-    if (tables.nodes[n].OtherNode[0] < 0 || tables.nodes[n].OtherNode[1] < 0 ||
-        tables.nodes[n].OtherNode[2] < 0) {
-      continue;  // fewer than 3 neighbours
-    }
-    MM_SUB_LoadNodeTurns(n, tables, points, &turns);
-    for (int a = 0; a < turns.slots; ++a) {
-      for (int b = 0; b < turns.slots; ++b) {
-        if (MM_SUB_IsWeightedTurn(turns.neighbour[a], turns, turns.neighbour[b], limits) != 0) {
-          weights[n].Slot[a] |= static_cast<uint8_t>(0x80 >> b);
-        }
+  BlockReader& nodes = *tables.nodes;
+  BlockReader& node_links = *tables.node_links;
+  while (nodes.records_in_block() > 0) {
+    const int64_t count = nodes.records_in_block();
+    const int64_t known = node_links.records_in_block();  // nodes of the block that have links
+    const auto* const node = nodes.records<CalcNode>();
+    const auto* const links = node_links.records<NodeLinks>();
+    SlotBytes* const out = weights + nodes.first();
+    workers.Start((count + kNodesOfPart - 1) / kNodesOfPart, [&, count, known](int64_t part) {
+      NodeTurns turns;
+      const int64_t end = std::min((part + 1) * kNodesOfPart, count);
+      for (int64_t n = part * kNodesOfPart; n < end; ++n) {
+        out[n] = WeighNode(node[n], n < known ? links + n : nullptr, tables, limits, &turns);
       }
-    }
+    });
+    const bool read = nodes.Advance() && node_links.Advance();
+    workers.Finish();
+    if (!read || (count == kBlockNodes && BRN_SetStatus(nullptr) == 0)) return 0;
   }
   return 1;
 }
@@ -285,53 +345,59 @@ int MM_CreateRightTurnWeight(WindowHandle owner, const char* control_file) {
   char folder[kPathSize];
   BRN_GetCalcMapDir(control_file, folder);
   if (SHAPE_CheckShapeFiles(folder) == 0) return 1;
-  const int memory_mode = MM_SUB_CheckMemoryOperation(control_file);
-  LogBuild("%s", memory_mode != 0 ? " *** Creating Right Turn Weight : Memory Operation *** "
-                                  : " *** Creating Right Turn Weight : File Operation ");
-
+  Workers workers;
   HolderBlock holder;
-  if (holder.get() == nullptr) {
+  const bool in_memory = HasMemory(folder, workers, holder);
+  LogBuild("%s", in_memory ? " *** Creating Right Turn Weight : Memory Operation *** "
+                           : " *** Creating Right Turn Weight : File Operation ");
+  if (!holder.Take()) {
     return Fail(owner, "Can't allocate the memory for the shape holder : size=%d",
                 static_cast<int>(sizeof(ShapeHolder)));
   }
-  if (SHAPE_OpenShape(owner, holder.get(), folder, memory_mode) == 0) {
+  // The memory operation goes on with the shapes that the decision has opened.
+  if (!in_memory && SHAPE_OpenShapeEnds(owner, holder.get(), folder, 0, workers) == 0) {
     return Fail(owner, "Can't open the shape in %s", folder);
   }
 
-  WholeFile nodes;
-  if (LoadInput(owner, PathIn(folder, kCalcNodeFile).c_str(), 1, &nodes) == 0) return 0;
-  PageArray<FeatureCode> codes;
-  int64_t link_count = 0;
-  if (LoadCodes(owner, control_file, folder, &codes, &link_count) == 0) return 0;
-  WholeFile node_links;
-  if (LoadInput(owner, PathIn(folder, kNodeLinkFile).c_str(), sizeof(NodeLinks), &node_links) ==
+  const PathText calc_path = PathIn(folder, kCalcNodeFile);
+  const PathText node_link_path = PathIn(folder, kNodeLinkFile);
+  BlockReader nodes;
+  if (OpenInput(owner, calc_path.c_str(), 1, sizeof(CalcNode), &nodes) == 0) return 0;
+  LinkShapes links;
+  if (FindShapes(owner, control_file, folder, *holder.get(), workers, &links) == 0) return 0;
+  holder.get()->FreeIndex();
+  BlockReader node_links;
+  if (OpenInput(owner, node_link_path.c_str(), sizeof(NodeLinks), sizeof(NodeLinks), &node_links) ==
       0) {
     return 0;
   }
 
   TurnTables tables;
-  tables.nodes = nodes.records<CalcNode>();
-  tables.node_count = nodes.count<CalcNode>();
-  tables.node_links = node_links.records<NodeLinks>();
-  tables.node_link_count = node_links.count<NodeLinks>();
-  tables.link_codes = codes.data();
-  tables.link_count = link_count;
+  tables.nodes = &nodes;
+  tables.node_links = &node_links;
+  tables.shape_of_link = links.positions.data();
+  tables.link_count = links.count;
   tables.shapes = holder.get();
 
+  const int64_t node_count = nodes.count();
   PageArray<SlotBytes> weights;
-  if (!weights.Allocate(static_cast<uint64_t>(tables.node_count) + 10)) {
+  if (!weights.Allocate(static_cast<uint64_t>(node_count) + 10)) {
     // The number has always been smaller than the request, by 64.
     return Fail(owner, "Can't allocate the memory for the RtWeight, size=%lld",
-                static_cast<long long>(tables.node_count * 8 + 16));
+                static_cast<long long>(node_count * 8 + 16));
   }
-  if (MM_RightTurnWeightMain(tables, weights.data(), folder) == 0) {
+  if (MM_RightTurnWeightMain(tables, weights.data(), folder, workers) == 0) {
+    for (const auto& [file, path] :
+         {std::pair(&nodes, &calc_path), std::pair(&node_links, &node_link_path)}) {
+      if (file->failed()) return Fail(owner, "Can't read the file : %s", path->c_str());
+    }
     if (BRN_SetStatus(nullptr) == 0) {
       LogBuild(" *** Creating Right Turn Weight : End ERROR *** ");
       return 0;
     }
     return Fail(owner, "Internal logic error in MM_RightTurnWeightMain");
   }
-  if (SaveWeights(owner, folder, weights.data(), tables.node_count) == 0) return 0;
+  if (SaveWeights(owner, folder, weights.data(), node_count) == 0) return 0;
   LogBuild(" *** Creating Right Turn Weight : End OK *** ");
   return 1;
 }

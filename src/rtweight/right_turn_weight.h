@@ -3,6 +3,8 @@
 
 #include <cstdint>
 
+#include "frd/block_reader.h"
+#include "frd/parallel.h"
 #include "frd/progress.h"
 #include "network/network_files.h"
 #include "shape/shape_access.h"
@@ -12,37 +14,40 @@ namespace zatlib {
 // Links with this code or above have no shape: the dummy links between partner nodes.
 inline constexpr double kFirstCodeWithoutShape = 9.9e13;
 
-// The network as this step reads it. The counts are those of the files; a table that is shorter
-// than the numbers in another one promise is never read beyond its end.
+// The network as this step reads it. The node files are read block by block; a table that is
+// shorter than the numbers in another one promise is never read beyond its end.
 struct TurnTables {
-  const CalcNode* nodes = nullptr;  // mapcalc.dat
-  int64_t node_count = 0;
-  const NodeLinks* node_links = nullptr;  // nodelink.idx
-  int64_t node_link_count = 0;
-  const FeatureCode* link_codes = nullptr;  // by link number
+  BlockReader* nodes = nullptr;            // mapcalc.dat, in blocks of kBlockNodes
+  BlockReader* node_links = nullptr;       // nodelink.idx, likewise
+  const int32_t* shape_of_link = nullptr;  // by link number: position of its shape, -1 = none
   int64_t link_count = 0;
-  ShapeHolder* shapes = nullptr;  // open
+  const ShapeHolder* shapes = nullptr;  // with the ends of the shapes
 };
 
-// A point in degrees.
-struct TurnPoint {
-  double x;
-  double y;
+// Nodes read at a time, between two looks for a cancel.
+inline constexpr int64_t kBlockNodes = 0x4000;
+
+// One end of a link's shape, and the way from it along the shape to the point beside it.
+struct TurnEnd {
+  ShapePoint point;
+  double away_x;  // degrees
+  double away_y;
+  double square;  // of the way's length
+  double length;
 };
 
-// What a link's shape has to say about turns at its ends: the first point with the second, and the
-// last point with the last but one.
+// What a link's shape has to say about turns: its first point, and its last one.
 struct LinkEnds {
   bool usable = false;  // false: the link or its shape is missing, or the shape has no 2 points
-  TurnPoint end[2];
-  TurnPoint next[2];
+  TurnEnd end[2];
 };
 
 // A node's neighbours in slot order, each with the link toward it.
 struct NodeTurns {
   int slots = 0;  // occupied slots
   int32_t neighbour[kSlots];
-  LinkEnds ends[kSlots];
+  int first_slot[kSlots];  // the first slot of the same neighbour
+  LinkEnds ends[kSlots];   // of first slots only: no other link toward a neighbour is asked for
 };
 
 // Cosines of the least angles that weight a turn (0 degrees = straight on, 180 = back).
@@ -66,15 +71,19 @@ int MM_SUB_CheckMemoryOperation(const char* control_file);
 // after reporting under "Fatal Error in MM_SUB_LoadLinkCodes" that the file cannot be opened.
 int MM_SUB_LoadLinkCodes(int64_t link_count, FeatureCode* codes, const char* control_file);
 
-// Sets the weights of every node: `weights` holds one record per node, those of nodes with fewer
-// than 3 neighbours become 0. The angles come from linkdef.dat in `folder` ([ROADFLAG]
-// RTWEIGHT_RIGHT, default 45 degrees, and RTWEIGHT_LEFT, default 135). Returns 1, or 0 when the
-// user has cancelled.
-int MM_RightTurnWeightMain(const TurnTables& tables, SlotBytes* weights, const char* folder);
+// Sets the weights of every node: `weights` holds one record per node of the node file, those of
+// nodes with fewer than 3 neighbours become 0. The angles come from linkdef.dat in `folder`
+// ([ROADFLAG] RTWEIGHT_RIGHT, default 45 degrees, and RTWEIGHT_LEFT, default 135). Returns 1, or 0
+// when the user has cancelled or a node file cannot be read on, which its reader tells.
+int MM_RightTurnWeightMain(const TurnTables& tables, SlotBytes* weights, const char* folder,
+                           Workers& workers);
 
-// Looks up a node's neighbours and the ends of its links, once for all of its turns. `points` has
-// room for kMaxShapePoints.
-void MM_SUB_LoadNodeTurns(int64_t node, const TurnTables& tables, ShapePoint* points,
+// The end of a shape at a point, with the point beside it.
+TurnEnd EndOfShape(const ShapePoint& end, const ShapePoint& beside);
+
+// Looks up a node's neighbours and the ends of its links, once for all of its turns. `links` is
+// null for a node behind the end of nodelink.idx.
+void MM_SUB_LoadNodeTurns(const CalcNode& node, const NodeLinks* links, const TurnTables& tables,
                           NodeTurns* turns);
 
 // 1 when the turn at a node from the neighbour `arrival` toward the neighbour `departure` is

@@ -1,6 +1,7 @@
 #include "shape/shape_access.h"
 
 #include <algorithm>
+#include <cstring>
 #include <limits>
 
 #include "frd/control.h"
@@ -13,6 +14,12 @@ namespace {
 
 constexpr char kFileError[] = "File Error in SHAPE_OpenShape";
 constexpr char kMemoryError[] = "Memory Error in SHAPE_OpenShape";
+
+constexpr int64_t kPointSize = sizeof(ShapePoint);
+constexpr int64_t kMaxShapeSize = kMaxShapePoints * kPointSize;  // bytes of one shape at most
+constexpr int64_t kWindowStep = 1 << 20;  // bytes from one window on the data to the next
+constexpr int64_t kEntriesOfPart = 4096;  // index entries that a thread takes at a time
+static_assert(kWindowStep % kPointSize == 0);
 
 // Number of records of a file, as far as a 32-bit count goes.
 int32_t RecordCount(uint64_t size, uint64_t record_size) {
@@ -31,7 +38,281 @@ bool ReadFileStart(const char* path, void* data, uint64_t size) {
   return file.IsOpen() && ReadExactly(file, data, size);
 }
 
+// An index entry by the place of its data.
+struct DataPlace {
+  int32_t offset;
+  int32_t position;  // in the index
+};
+
+// The entries of an index in the order of their data, which is that of the index itself in most
+// maps.
+class DataOrder {
+ public:
+  // False when the memory for another order is refused.
+  bool Make(const ShapeIndexEntry* entries, int64_t count) {
+    entries_ = entries;
+    count_ = count;
+    const auto by_offset = [](const ShapeIndexEntry& a, const ShapeIndexEntry& b) {
+      return a.Offset < b.Offset;
+    };
+    if (std::is_sorted(entries, entries + count, by_offset)) return true;
+    if (!places_.Allocate(static_cast<uint64_t>(count))) return false;
+    for (int64_t i = 0; i < count; ++i) {
+      places_[static_cast<uint64_t>(i)] = {entries[i].Offset, static_cast<int32_t>(i)};
+    }
+    SortRecords(places_.data(), count,
+                [](const DataPlace& place) { return static_cast<double>(place.offset); });
+    return true;
+  }
+
+  // Position in the index of the i-th entry.
+  int64_t PositionAt(int64_t i) const {
+    return places_ ? places_[static_cast<uint64_t>(i)].position : i;
+  }
+
+  // Number of the first entry from `first` on whose data begin at `offset` or later.
+  int64_t FirstFrom(int64_t first, int64_t offset) const {
+    int64_t end = count_;
+    while (first < end) {
+      const int64_t middle = first + (end - first) / 2;
+      if (entries_[PositionAt(middle)].Offset < offset) {
+        first = middle + 1;
+      } else {
+        end = middle;
+      }
+    }
+    return first;
+  }
+
+ private:
+  const ShapeIndexEntry* entries_ = nullptr;
+  int64_t count_ = 0;
+  PageArray<DataPlace> places_;  // empty: the order of the index
+};
+
+// The part of the data that is being looked at: kWindowStep bytes, and behind them as many as a
+// shape that begins there may need.
+struct DataWindow {
+  char* bytes = nullptr;
+  int64_t begin = 0;  // position in the file
+  int64_t size = 0;   // bytes that could be read
+  bool whole = true;  // all that the file should have there
+
+  int64_t end() const { return begin + size; }
+};
+
+// Reads `wanted` bytes behind the `held` ones that the window has already.
+void FillWindow(platform::File& file, int64_t held, int64_t wanted, DataWindow* window) {
+  uint32_t read = 0;
+  file.Read(window->bytes + held, static_cast<uint32_t>(wanted), &read);
+  window->size = held + read;
+  window->whole = read == wanted;
+}
+
+// The window behind `before`, of a file of which `limit` bytes count.
+void ReadNextWindow(platform::File& file, const DataWindow& before, int64_t limit,
+                    DataWindow* window) {
+  window->begin = before.begin + kWindowStep;
+  const int64_t wanted = std::min(limit - window->begin, kWindowStep + kMaxShapeSize);
+  if (before.whole) {
+    const int64_t held = before.end() - window->begin;
+    std::memcpy(window->bytes, before.bytes + kWindowStep, static_cast<size_t>(held));
+    FillWindow(file, held, wanted - held, window);
+  } else if (file.Seek(window->begin, platform::SeekFrom::kBegin) == window->begin) {
+    FillWindow(file, 0, wanted, window);
+  } else {
+    window->size = 0;
+    window->whole = false;
+  }
+}
+
 }  // namespace
+
+// What the functions of this header do with a holder.
+struct ShapeAccess {
+  // The data file as the opening has found it.
+  struct Data {
+    PathText path;
+    uint64_t size = 0;
+  };
+
+  template <typename... Values>
+  static int Fail(WindowHandle owner, ShapeHolder* holder, const char* title, const char* format,
+                  const Values&... values) {
+    SHAPE_CloseShape(holder);
+    return ReportShapeError(owner, ShapeBox::kTaskModal, title, format, values...);
+  }
+
+  // Loads the index and looks for the data.
+  static int OpenIndex(WindowHandle owner, ShapeHolder* holder, const char* folder, Data* data) {
+    SHAPE_CloseShape(holder);
+    const PathText index_path = PathIn(folder, kShapeIndexFile);
+    const uint64_t index_size = FileSize(index_path.c_str());
+    if (index_size == 0) {
+      return Fail(owner, holder, kFileError, "Can't find the shape index file (%s) !",
+                  index_path.c_str());
+    }
+    holder->entry_count_ = RecordCount(index_size, sizeof(ShapeIndexEntry));
+    const auto entries = static_cast<uint64_t>(holder->entry_count_);
+    if (!holder->index_.Allocate(entries)) {
+      return Fail(owner, holder, kMemoryError,
+                  "Can't allocate the memory for the shape index, size=%lld",
+                  static_cast<long long>(index_size));
+    }
+    if (!ReadFileStart(index_path.c_str(), holder->index_.data(),
+                       entries * sizeof(ShapeIndexEntry))) {
+      return Fail(owner, holder, kFileError, "Can't open / read the shape index DBL (%s) !",
+                  index_path.c_str());
+    }
+    holder->tree_.Build(holder->index_.data(), holder->entry_count_);
+
+    data->path = PathIn(folder, kShapeDataFile);
+    data->size = FileSize(data->path.c_str());
+    if (data->size == 0) {
+      return Fail(owner, holder, kFileError, "Can't find the shape data file (%s) !",
+                  data->path.c_str());
+    }
+    holder->point_count_ = RecordCount(data->size, sizeof(ShapePoint));
+    return 1;
+  }
+
+  static int FailDataMemory(WindowHandle owner, ShapeHolder* holder, const Data& data) {
+    return Fail(owner, holder, kMemoryError,
+                "Can't allocate the memory for the shape data, size=%lld",
+                static_cast<long long>(data.size));
+  }
+  static int FailDataOpen(WindowHandle owner, ShapeHolder* holder, const Data& data) {
+    return Fail(owner, holder, kFileError, "Can't open the shape data (%s) !", data.path.c_str());
+  }
+  static int FailDataRead(WindowHandle owner, ShapeHolder* holder, const Data& data) {
+    return Fail(owner, holder, kFileError, "Can't open / read the shape data (%s) !",
+                data.path.c_str());
+  }
+
+  static int OpenPoints(WindowHandle owner, ShapeHolder* holder, const Data& data,
+                        int memory_mode) {
+    if (memory_mode == 0) {
+      holder->data_file_ = OpenForReading(data.path.c_str());
+      return holder->data_file_.IsOpen() ? 1 : FailDataOpen(owner, holder, data);
+    }
+    const auto points = static_cast<uint64_t>(holder->point_count_);
+    if (!holder->points_.Allocate(points)) return FailDataMemory(owner, holder, data);
+    if (!ReadFileStart(data.path.c_str(), holder->points_.data(), points * sizeof(ShapePoint))) {
+      return FailDataRead(owner, holder, data);
+    }
+    return 1;
+  }
+
+  // Takes the ends of one shape out of the window. An entry that has none loses its count.
+  static void TakeEnds(const DataWindow& window, int memory_mode, ShapeIndexEntry* entry,
+                       ShapeEnds* ends) {
+    const int64_t count = std::min(entry->Count, kMaxShapePoints);
+    if (count < 2) return;
+    const int64_t start = memory_mode != 0 ? entry->Offset / kPointSize * kPointSize
+                                           : static_cast<int64_t>(entry->Offset);
+    if (entry->Offset < 0 || start + count * kPointSize > window.end()) {
+      entry->Count = -1;
+      return;
+    }
+    const char* points = window.bytes + (start - window.begin);
+    std::memcpy(&ends->First, points, 2 * sizeof(ShapePoint));
+    std::memcpy(&ends->BeforeLast, points + (count - 2) * kPointSize, 2 * sizeof(ShapePoint));
+  }
+
+  static int OpenEnds(WindowHandle owner, ShapeHolder* holder, const Data& data, int memory_mode,
+                      Workers& workers) {
+    // The bytes that an entry can reach; whole points only where they are counted.
+    const int64_t reach = std::numeric_limits<int32_t>::max() + kMaxShapeSize;
+    const int64_t limit =
+        memory_mode != 0
+            ? holder->point_count_ * kPointSize
+            : static_cast<int64_t>(std::min<uint64_t>(data.size, static_cast<uint64_t>(reach)));
+    const int64_t window_size = std::min(limit, kWindowStep + kMaxShapeSize);
+    ShapeIndexEntry* const entries = holder->index_.data();
+    const int64_t count = holder->entry_count_;
+    PageArray<char> buffer;
+    DataOrder order;
+    if (!holder->ends_.Allocate(static_cast<uint64_t>(count)) ||
+        !buffer.Allocate(2 * static_cast<uint64_t>(window_size)) || !order.Make(entries, count)) {
+      return FailDataMemory(owner, holder, data);
+    }
+    platform::File file = OpenForReading(data.path.c_str());
+    if (!file.IsOpen()) {
+      return memory_mode != 0 ? FailDataRead(owner, holder, data)
+                              : FailDataOpen(owner, holder, data);
+    }
+    DataWindow windows[2];
+    windows[0].bytes = buffer.data();
+    windows[1].bytes = buffer.data() + window_size;
+    FillWindow(file, 0, window_size, &windows[0]);
+    int64_t first = 0;
+    bool is_last = false;
+    for (int current = 0; !is_last; current = 1 - current) {
+      const DataWindow& window = windows[current];
+      if (memory_mode != 0 && !window.whole) return FailDataRead(owner, holder, data);
+      is_last = window.begin + kWindowStep >= limit;
+      const int64_t behind = is_last ? count : order.FirstFrom(first, window.begin + kWindowStep);
+      const int64_t parts = (behind - first + kEntriesOfPart - 1) / kEntriesOfPart;
+      workers.Start(parts, [&, first, behind](int64_t part) {
+        const int64_t begin = first + part * kEntriesOfPart;
+        const int64_t end = std::min(begin + kEntriesOfPart, behind);
+        for (int64_t i = begin; i < end; ++i) {
+          const int64_t position = order.PositionAt(i);
+          TakeEnds(window, memory_mode, &entries[position],
+                   &holder->ends_[static_cast<uint64_t>(position)]);
+        }
+      });
+      if (!is_last) ReadNextWindow(file, window, limit, &windows[1 - current]);
+      workers.Finish();
+      first = behind;
+    }
+    return 1;
+  }
+
+  static int GetPoints(FeatureCode code, ShapePoint* points, ShapeHolder* holder) {
+    const ShapeIndexEntry* const entries = holder->index_.data();
+    const int64_t found = holder->tree_.Find(code.AsDouble());
+    if (found < 0) return -1;
+    const ShapeIndexEntry& entry = entries[found];
+    const int count = std::min(entry.Count, kMaxShapePoints);
+    if (count <= 0) return count;
+    if (holder->points_) {
+      if (entry.Offset < 0) return -1;
+      const int64_t first = entry.Offset / kPointSize;
+      if (first + count > holder->point_count_) return -1;
+      std::copy_n(holder->points_.data() + first, count, points);
+      return count;
+    }
+    platform::File& file = holder->data_file_;
+    if (!file.IsOpen()) return -1;
+    if (file.Seek(entry.Offset, platform::SeekFrom::kBegin) != entry.Offset) return -1;
+    const auto size = static_cast<uint32_t>(count * kPointSize);
+    uint32_t read = 0;
+    if (!file.Read(points, size, &read) || read != size) return -1;
+    return count;
+  }
+
+  static void FindEnds(const FeatureCode* codes, int64_t count, const ShapeHolder& holder,
+                       int32_t* positions) {
+    const ShapeIndexEntry* const entries = holder.index_.data();
+    int64_t next = 0;  // where the shape of the next code is likely to be
+    for (int64_t i = 0; i < count; ++i) {
+      const int64_t found = holder.tree_.FindFrom(codes[i].AsDouble(), next);
+      positions[i] = found < 0 || entries[found].Count < 2 ? -1 : static_cast<int32_t>(found);
+      if (found >= 0) next = found + 1;
+    }
+  }
+
+  static void Close(ShapeHolder* holder) {
+    holder->entry_count_ = 0;
+    holder->tree_ = KeyTree();
+    holder->index_.Free();
+    holder->point_count_ = 0;
+    holder->points_.Free();
+    holder->data_file_.Close();
+    holder->ends_.Free();
+  }
+};
 
 int SHAPE_CheckShapeFiles(const char* folder) {
   for (const char* name : {kShapeIndexFile, kShapeDataFile, kShapeInfoFile}) {
@@ -41,83 +322,27 @@ int SHAPE_CheckShapeFiles(const char* folder) {
 }
 
 int SHAPE_OpenShape(WindowHandle owner, ShapeHolder* holder, const char* folder, int memory_mode) {
-  SHAPE_CloseShape(holder);
-  const auto fail = [owner, holder](const char* title, const char* format, const auto&... value) {
-    SHAPE_CloseShape(holder);
-    return ReportShapeError(owner, ShapeBox::kTaskModal, title, format, value...);
-  };
+  ShapeAccess::Data data;
+  if (ShapeAccess::OpenIndex(owner, holder, folder, &data) == 0) return 0;
+  return ShapeAccess::OpenPoints(owner, holder, data, memory_mode);
+}
 
-  const PathText index_path = PathIn(folder, kShapeIndexFile);
-  const uint64_t index_size = FileSize(index_path.c_str());
-  if (index_size == 0) {
-    return fail(kFileError, "Can't find the shape index file (%s) !", index_path.c_str());
-  }
-  holder->entry_count_ = RecordCount(index_size, sizeof(ShapeIndexEntry));
-  const auto entries = static_cast<uint64_t>(holder->entry_count_);
-  if (!holder->index_.Allocate(entries)) {
-    return fail(kMemoryError, "Can't allocate the memory for the shape index, size=%lld",
-                static_cast<long long>(index_size));
-  }
-  if (!ReadFileStart(index_path.c_str(), holder->index_.data(),
-                     entries * sizeof(ShapeIndexEntry))) {
-    return fail(kFileError, "Can't open / read the shape index DBL (%s) !", index_path.c_str());
-  }
-
-  holder->tree_.Build(holder->index_.data(), holder->entry_count_);
-
-  const PathText data_path = PathIn(folder, kShapeDataFile);
-  const uint64_t data_size = FileSize(data_path.c_str());
-  if (data_size == 0) {
-    return fail(kFileError, "Can't find the shape data file (%s) !", data_path.c_str());
-  }
-  holder->point_count_ = RecordCount(data_size, sizeof(ShapePoint));
-  if (memory_mode == 0) {
-    holder->data_file_ = OpenForReading(data_path.c_str());
-    if (!holder->data_file_.IsOpen()) {
-      return fail(kFileError, "Can't open the shape data (%s) !", data_path.c_str());
-    }
-    return 1;
-  }
-  const auto points = static_cast<uint64_t>(holder->point_count_);
-  if (!holder->points_.Allocate(points)) {
-    return fail(kMemoryError, "Can't allocate the memory for the shape data, size=%lld",
-                static_cast<long long>(data_size));
-  }
-  if (!ReadFileStart(data_path.c_str(), holder->points_.data(), points * sizeof(ShapePoint))) {
-    return fail(kFileError, "Can't open / read the shape data (%s) !", data_path.c_str());
-  }
-  return 1;
+int SHAPE_OpenShapeEnds(WindowHandle owner, ShapeHolder* holder, const char* folder,
+                        int memory_mode, Workers& workers) {
+  ShapeAccess::Data data;
+  if (ShapeAccess::OpenIndex(owner, holder, folder, &data) == 0) return 0;
+  return ShapeAccess::OpenEnds(owner, holder, data, memory_mode, workers);
 }
 
 int SHAPE_GetShapePoints(FeatureCode code, ShapePoint* points, ShapeHolder* holder) {
-  const ShapeIndexEntry* const entries = holder->index_.data();
-  const int64_t found = holder->tree_.Find(code.AsDouble());
-  if (found < 0) return -1;
-  const ShapeIndexEntry& entry = entries[found];
-  const int count = std::min(entry.Count, kMaxShapePoints);
-  if (count <= 0) return count;
-  if (holder->points_) {
-    if (entry.Offset < 0) return -1;
-    const int64_t first = entry.Offset / static_cast<int64_t>(sizeof(ShapePoint));
-    if (first + count > holder->point_count_) return -1;
-    std::copy_n(holder->points_.data() + first, count, points);
-    return count;
-  }
-  if (!holder->data_file_.IsOpen()) return -1;
-  if (holder->data_file_.Seek(entry.Offset, platform::SeekFrom::kBegin) != entry.Offset) return -1;
-  const auto size = static_cast<uint32_t>(static_cast<size_t>(count) * sizeof(ShapePoint));
-  uint32_t read = 0;
-  if (!holder->data_file_.Read(points, size, &read) || read != size) return -1;
-  return count;
+  return ShapeAccess::GetPoints(code, points, holder);
 }
 
-void SHAPE_CloseShape(ShapeHolder* holder) {
-  holder->entry_count_ = 0;
-  holder->tree_ = KeyTree();
-  holder->index_.Free();
-  holder->point_count_ = 0;
-  holder->points_.Free();
-  holder->data_file_.Close();
+void SHAPE_FindShapeEnds(const FeatureCode* codes, int64_t count, const ShapeHolder& holder,
+                         int32_t* positions) {
+  ShapeAccess::FindEnds(codes, count, holder, positions);
 }
+
+void SHAPE_CloseShape(ShapeHolder* holder) { ShapeAccess::Close(holder); }
 
 }  // namespace zatlib

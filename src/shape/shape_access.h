@@ -5,6 +5,7 @@
 
 #include "frd/key_tree.h"
 #include "frd/memory.h"
+#include "frd/parallel.h"
 #include "frd/progress.h"
 #include "platform/file.h"
 #include "shape/shape_files.h"
@@ -13,6 +14,16 @@ namespace zatlib {
 
 // Points of one shape that a lookup hands out at most; a longer shape is cut to its first ones.
 inline constexpr int kMaxShapePoints = 2048;
+
+// What decides about turns at the ends of a link: the first two and the last two points of its
+// shape, of those that a lookup hands out.
+struct ShapeEnds {
+  ShapePoint First;
+  ShapePoint Second;
+  ShapePoint BeforeLast;
+  ShapePoint Last;
+};
+static_assert(sizeof(ShapeEnds) == 32);
 
 // Open shape files. Releases itself; empty when default constructed or closed.
 class ShapeHolder {
@@ -28,11 +39,18 @@ class ShapeHolder {
   // The entries, ascending by code.
   const ShapeIndexEntry* entries() const { return index_.data(); }
 
+  // The ends of the shape at a position of SHAPE_FindShapeEnds.
+  const ShapeEnds& ends(int32_t position) const { return ends_[static_cast<uint64_t>(position)]; }
+
+  // Frees the index once the positions of all shapes are known: only ends() works from then on.
+  void FreeIndex() {
+    tree_ = KeyTree();
+    index_.Free();
+    entry_count_ = 0;
+  }
+
  private:
-  friend int SHAPE_OpenShape(WindowHandle owner, ShapeHolder* holder, const char* folder,
-                             int memory_mode);
-  friend int SHAPE_GetShapePoints(FeatureCode code, ShapePoint* points, ShapeHolder* holder);
-  friend void SHAPE_CloseShape(ShapeHolder* holder);
+  friend struct ShapeAccess;
 
   int32_t entry_count_ = 0;
   PageArray<ShapeIndexEntry> index_;
@@ -40,6 +58,7 @@ class ShapeHolder {
   int32_t point_count_ = 0;
   PageArray<ShapePoint> points_;  // memory mode
   platform::File data_file_;      // file mode
+  PageArray<ShapeEnds> ends_;     // SHAPE_OpenShapeEnds: by position in the index
 };
 
 // 1 when all three shape files of the folder can be opened for reading, else 0. Reports nothing.
@@ -55,6 +74,19 @@ int SHAPE_OpenShape(WindowHandle owner, ShapeHolder* holder, const char* folder,
 // for that many. Returns how many; the stored count when that is 0 or less (an empty shape); -1
 // when the code is absent, its entry points outside the data, or the data cannot be read.
 int SHAPE_GetShapePoints(FeatureCode code, ShapePoint* points, ShapeHolder* holder);
+
+// As SHAPE_OpenShape with the same messages, but keeps 32 bytes of every shape, its ends, and not
+// the points (8 bytes each). The data are read once, in the order of the file. When they cannot be
+// read in whole, memory mode fails; else the shapes concerned have no ends. SHAPE_GetShapePoints
+// finds no points in such a holder.
+int SHAPE_OpenShapeEnds(WindowHandle owner, ShapeHolder* holder, const char* folder,
+                        int memory_mode, Workers& workers);
+
+// For each of `count` codes the position of its shape for ShapeHolder::ends, or -1 where
+// SHAPE_GetShapePoints would give fewer than 2 points. Fastest for codes in ascending order.
+// Several threads may call it at the same time.
+void SHAPE_FindShapeEnds(const FeatureCode* codes, int64_t count, const ShapeHolder& holder,
+                         int32_t* positions);
 
 // Frees the buffers, closes the file and clears the holder.
 void SHAPE_CloseShape(ShapeHolder* holder);

@@ -1187,10 +1187,6 @@ class Verifier {
     return std::cos(degrees * 3.141592653589793 / 180.0);
   }
 
-  static zatlib::TurnPoint InDegrees(const ShapePoint& point) {
-    return {point.X / 1000000.0, point.Y / 1000000.0};
-  }
-
   static void MakeWeights(const CalcNode& node, const NodeLinks& links,
                           const std::vector<Ends>& ends, const zatlib::TurnLimits& limits,
                           SlotBytes* weights) {
@@ -1203,10 +1199,8 @@ class Verifier {
       if (link < 0 || link >= std::ssize(ends) || !ends[static_cast<size_t>(link)].usable) continue;
       const Ends& shape = ends[static_cast<size_t>(link)];
       turns.ends[s].usable = true;
-      turns.ends[s].end[0] = InDegrees(shape.first);
-      turns.ends[s].next[0] = InDegrees(shape.second);
-      turns.ends[s].end[1] = InDegrees(shape.last);
-      turns.ends[s].next[1] = InDegrees(shape.before_last);
+      turns.ends[s].end[0] = zatlib::EndOfShape(shape.first, shape.second);
+      turns.ends[s].end[1] = zatlib::EndOfShape(shape.last, shape.before_last);
     }
     for (int a = 0; a < turns.slots; ++a) {
       for (int b = 0; b < turns.slots; ++b) {

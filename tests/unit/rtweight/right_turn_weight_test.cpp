@@ -2,11 +2,13 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <functional>
 #include <set>
 #include <vector>
 
+#include "frd/parallel.h"
 #include "platform/fault.h"
 #include "platform/file.h"
 #include "test_support.h"
@@ -111,10 +113,10 @@ class RightTurnWeightTest : public LibraryTest {
 
   int Run() { return MM_CreateRightTurnWeight(nullptr, control_.c_str()); }
 
-  // Memory taken in the decision: the holder, the shape index, the points, and four trial blocks,
-  // of which the last one is refused.
+  // Memory taken in the decision: the holder, the shape index, the ends of the shapes, the window
+  // on their points, and four trial blocks, of which the last one is refused.
   int RunThroughFile() {
-    ArmFault(Operation::kAllocate, 7, false);
+    ArmFault(Operation::kAllocate, 8, false);
     const int result = Run();
     platform::ClearFaults();
     return result;
@@ -447,8 +449,8 @@ TEST_F(RightTurnWeightTest, MemoryOperationNeedsEveryFileAndBlock) {
   EXPECT_EQ(MM_SUB_CheckMemoryOperation(control_.c_str()), 1);
   platform::CountOperations();
   EXPECT_EQ(MM_SUB_CheckMemoryOperation(control_.c_str()), 1);
-  EXPECT_EQ(platform::OperationCount(Operation::kAllocate), 7);
-  for (int n = 1; n <= 7; ++n) {
+  EXPECT_EQ(platform::OperationCount(Operation::kAllocate), 8);
+  for (int n = 1; n <= 8; ++n) {
     ArmFault(Operation::kAllocate, n, false);
     EXPECT_EQ(MM_SUB_CheckMemoryOperation(control_.c_str()), 0) << n;
   }
@@ -547,8 +549,8 @@ TEST_F(RightTurnWeightTest, NoMemoryForTheHolderIsReported) {
                                          "][Fatal Error in MM_CreateRightTurnWeight]"));
 }
 
-// Blocks of the run itself, after the 7 of the decision: holder, shape index, points, node file,
-// link codes, node link file, output. 5 nodes: 5 x 8 + 16 = 56.
+// Blocks of the run itself, after the 8 of the decision, whose shapes it goes on with: nodes, link
+// codes, shapes of the links, node links, output. 5 nodes: 5 x 8 + 16 = 56.
 TEST_F(RightTurnWeightTest, NoMemoryIsReportedForEveryBlock) {
   WriteJunction(kCross);
   const std::string title = "][Fatal Error in MM_CreateRightTurnWeight]";
@@ -556,12 +558,11 @@ TEST_F(RightTurnWeightTest, NoMemoryIsReportedForEveryBlock) {
     int number;
     std::string error;
   } rows[] = {
-      {9, "[Can't open the shape in " + folder_.path() + title},
-      {10, "[Can't open the shape in " + folder_.path() + title},
-      {11, ErrorText("Can't find the file / allcate the memory : ", "mapcalc.dat")},
-      {12, ErrorText("Can't find the file / allcate the memory : ", "mapdraw.dat")},
-      {13, ErrorText("Can't find the file / allcate the memory : ", "nodelink.idx")},
-      {14, "[Can't allocate the memory for the RtWeight, size=56" + title},
+      {9, ErrorText("Can't find the file / allcate the memory : ", "mapcalc.dat")},
+      {10, ErrorText("Can't find the file / allcate the memory : ", "mapdraw.dat")},
+      {11, ErrorText("Can't find the file / allcate the memory : ", "mapdraw.dat")},
+      {12, ErrorText("Can't find the file / allcate the memory : ", "nodelink.idx")},
+      {13, "[Can't allocate the memory for the RtWeight, size=56" + title},
   };
   for (const auto& row : rows) {
     ClearLog();
@@ -572,8 +573,24 @@ TEST_F(RightTurnWeightTest, NoMemoryIsReportedForEveryBlock) {
     EXPECT_EQ(log().back(), row.error) << row.number;
     EXPECT_FALSE(Exists(folder_ / "rtweight.dat"));
   }
-  ArmFault(Operation::kAllocate, 15, false);
+  ArmFault(Operation::kAllocate, 14, false);
   EXPECT_EQ(Run(), 1);
+}
+
+// Where the decision finds no memory for the shapes themselves, the way through the file does not
+// find it either.
+TEST_F(RightTurnWeightTest, NoMemoryForTheShapesIsReportedOnEitherWay) {
+  WriteJunction(kCross);
+  for (const int number : {2, 3, 4}) {
+    ClearLog();
+    ArmFault(Operation::kAllocate, number, true);
+    EXPECT_EQ(Run(), 0);
+    ASSERT_EQ(log().size(), 5u) << number;
+    EXPECT_EQ(log()[1], kFileLine);
+    EXPECT_EQ(log()[3], kErrorLine);
+    EXPECT_EQ(log()[4], "[Can't open the shape in " + folder_.path() +
+                            "][Fatal Error in MM_CreateRightTurnWeight]");
+  }
 }
 
 // Lets every single operation of a kind fail in turn, and collects what was reported last. A run
@@ -614,8 +631,8 @@ TEST_F(RightTurnWeightTest, EveryFailedOpenIsReported) {
           EXPECT_EQ(Hex(weights.substr(0, 8)), "C0 60 30 90 00 00 00 00");
         }
       });
+  // Shapes that the decision cannot open are opened again.
   const std::set<std::string> expected = {
-      "[Can't open the shape in " + folder_.path() + "][Fatal Error in MM_CreateRightTurnWeight]",
       ErrorText("Can't find the file / allcate the memory : ", "mapcalc.dat"),
       ErrorText("Can't open the file : ", "mapcalc.dat"),
       ErrorText("Can't find the file / allcate the memory : ", "mapdraw.dat"),
@@ -645,10 +662,8 @@ TEST_F(RightTurnWeightTest, EveryFailedReadOfATableIsReported) {
           EXPECT_TRUE(weights == "C0 60 30 90 00 00 00 00" || weights == "00 00 00 00 00 00 00 00");
         }
       });
-  const std::set<std::string> expected = {
-      "[Can't open the shape in " + folder_.path() + "][Fatal Error in MM_CreateRightTurnWeight]",
-      ErrorText("Can't read the file : ", "mapcalc.dat"),
-      ErrorText("Can't read the file : ", "nodelink.idx")};
+  const std::set<std::string> expected = {ErrorText("Can't read the file : ", "mapcalc.dat"),
+                                          ErrorText("Can't read the file : ", "nodelink.idx")};
   EXPECT_EQ(errors, expected);
 }
 
@@ -698,11 +713,124 @@ TEST_F(RightTurnWeightTest, NodesBehindTheEndOfTheNodeLinksHaveNoWeights) {
             "C0 60 30 90 00 00 00 00 00 00 00 00 00 00 00 00");
 }
 
+// 4000 crosses, 20000 nodes: more than one block of nodes, one part of links and one window on the
+// shapes, which have 33 points (4 x 4000 x 33 x 8 = 4224000 bytes).
+class ManyJunctionsTest : public RightTurnWeightTest {
+ protected:
+  static constexpr int kJunctions = 4000;
+
+  ~ManyJunctionsTest() override { SetThreadCount(0); }
+
+  // The shapes lie in the order of their links, or the other way round.
+  void WriteJunctions(bool backwards) {
+    Bytes draw;
+    Bytes index;
+    std::vector<std::string> shapes;
+    for (int j = 0; j < kJunctions; ++j) {
+      calc_ = CalcRecord({5 * j + 1, 5 * j + 2, 5 * j + 3, 5 * j + 4});
+      node_link_ = NodeLinkRecord({4 * j, 4 * j + 1, 4 * j + 2, 4 * j + 3});
+      for (int k = 0; k < 4; ++k) {
+        calc_ += CalcRecord({5 * j});
+        node_link_ += NodeLinkRecord({4 * j + k});
+        Bytes shape;
+        for (int p = 32; p >= 0; --p) {
+          shape.I32(std::llround(kCross[static_cast<size_t>(k)][0].x * 1000 * p) + j);
+          shape.I32(std::llround(kCross[static_cast<size_t>(k)][0].y * 1000 * p) - j);
+        }
+        shapes.push_back(shape);
+      }
+      all_calc_ += calc_;
+      all_node_link_ += node_link_;
+    }
+    for (int l = 0; l < 4 * kJunctions; ++l) {
+      draw.F64(1001.0 + l).Zero(24);
+      const int place = backwards ? 4 * kJunctions - 1 - l : l;
+      index.F64(1001.0 + l).I32(place * 33 * 8).I32(33);
+    }
+    if (backwards) std::reverse(shapes.begin(), shapes.end());
+    std::string data;
+    for (const std::string& shape : shapes) data += shape;
+    WriteBytes(folder_ / "mapcalc.dat", all_calc_);
+    WriteBytes(folder_ / "nodelink.idx", all_node_link_);
+    WriteBytes(folder_ / "mapdraw.dat", draw);
+    WriteBytes(folder_ / "shapedbl.idx", index);
+    WriteBytes(folder_ / "shapedat.dat", data);
+    WriteBytes(folder_ / "shapedat.inf", "[INFORMATION]\r\n");
+  }
+
+  // The weights of one cross (as in RightAngles) for all of them.
+  static std::string AllWeights() {
+    std::string weights;
+    for (int j = 0; j < kJunctions; ++j) {
+      weights += std::string("\xC0\x60\x30\x90", 4) + std::string(36, '\0');
+    }
+    return weights;
+  }
+
+  std::string all_calc_;
+  std::string all_node_link_;
+};
+
+TEST_F(ManyJunctionsTest, AnyNumberOfThreadsGivesTheSame) {
+  WriteJunctions(false);
+  for (const int threads : {1, 2, 5}) {
+    SetThreadCount(threads);
+    EXPECT_EQ(Run(), 1);
+    EXPECT_TRUE(ReadBytes(folder_ / "rtweight.dat") == AllWeights()) << threads;
+    EXPECT_EQ(RunThroughFile(), 1);
+    EXPECT_TRUE(ReadBytes(folder_ / "rtweight.dat") == AllWeights()) << threads;
+  }
+}
+
+TEST_F(ManyJunctionsTest, TheOrderOfTheShapesIsOfNoAccount) {
+  WriteJunctions(true);
+  for (const int threads : {1, 3}) {
+    SetThreadCount(threads);
+    EXPECT_EQ(Run(), 1);
+    EXPECT_TRUE(ReadBytes(folder_ / "rtweight.dat") == AllWeights()) << threads;
+  }
+}
+
+// The second block of a node file.
+TEST_F(ManyJunctionsTest, AFileThatCannotBeReadOnIsReported) {
+  WriteJunctions(false);
+  platform::CountOperations();
+  EXPECT_EQ(Run(), 1);
+  const int64_t reads = platform::OperationCount(Operation::kRead);
+  const struct {
+    int64_t number;
+    const char* name;
+  } rows[] = {{reads - 1, "mapcalc.dat"}, {reads, "nodelink.idx"}};
+  for (const auto& row : rows) {
+    ASSERT_TRUE(platform::RemoveFile((folder_ / "rtweight.dat").c_str()));
+    ClearLog();
+    ArmFault(Operation::kRead, row.number, false);
+    EXPECT_EQ(Run(), 0);
+    platform::ClearFaults();
+    EXPECT_EQ(log(), Failed(kMemoryLine, ErrorText("Can't read the file : ", row.name)));
+    EXPECT_FALSE(Exists(folder_ / "rtweight.dat"));
+    EXPECT_EQ(Run(), 1);
+  }
+}
+
+// A cancel is looked for behind every full block of nodes.
+TEST_F(ManyJunctionsTest, ACancelEndsTheStep) {
+  WriteJunctions(false);
+  g_silent = 0;
+  FRD_SetCancelled(true);
+  EXPECT_EQ(Run(), 0);
+  FRD_SetCancelled(false);
+  EXPECT_EQ(log(), (Lines{kMemoryLine, kErrorLine}));
+  EXPECT_FALSE(Exists(folder_ / "rtweight.dat"));
+}
+
 TEST_F(RightTurnWeightTest, ATurnBetweenStrangersIsNotWeighted) {
   NodeTurns node;
   node.slots = 1;
   node.neighbour[0] = 7;
-  node.ends[0] = {true, {{0, 0}, {1, 1}}, {{1, 1}, {0, 0}}};
+  node.ends[0].usable = true;
+  node.ends[0].end[0] = EndOfShape({0, 0}, {1000000, 1000000});
+  node.ends[0].end[1] = EndOfShape({1000000, 1000000}, {0, 0});
   const TurnLimits limits = {1.0, 1.0};
   EXPECT_EQ(MM_SUB_IsWeightedTurn(7, node, 7, limits), 1);
   EXPECT_EQ(MM_SUB_IsWeightedTurn(7, node, 8, limits), 0);

@@ -1,0 +1,59 @@
+// Record files read from their start to their end in blocks, where the whole of a file would be too
+// much to hold: the next block is read while the threads of frd/parallel.h work on the one before.
+#pragma once
+
+#include <cstdint>
+
+#include "frd/memory.h"
+#include "frd/whole_file.h"
+#include "platform/file.h"
+
+namespace zatlib {
+
+class BlockReader {
+ public:
+  // Opens the file for reading (others may read), takes memory for two blocks of `block_records`
+  // records of `record_size` bytes and reads the first block. An empty file opens. Reports nothing;
+  // nothing is held after a failure.
+  LoadResult Open(const char* path, uint32_t record_size, int64_t block_records);
+
+  // Size of the file in bytes, and its whole records, when it was opened.
+  uint64_t size() const { return size_; }
+  int64_t count() const { return count_; }
+
+  // The block: its records, the number of the first one and how many they are; 0 behind the end of
+  // the file and after a failed read. It stays where it is until the second Advance from now.
+  template <typename Record>
+  const Record* records() const {
+    return reinterpret_cast<const Record*>(block());
+  }
+  int64_t first() const { return first_; }
+  int64_t records_in_block() const { return in_block_; }
+
+  // Goes on to the next block. False when it cannot be read whole.
+  bool Advance();
+
+  // True once a block could not be read.
+  bool failed() const { return failed_; }
+
+  // Closes the file and frees the blocks.
+  void Close();
+
+ private:
+  const char* block() const { return blocks_.data() + (second_ ? block_size_ : 0); }
+  bool ReadBlock();
+
+  platform::File file_;
+  PageArray<char> blocks_;
+  uint64_t size_ = 0;
+  int64_t count_ = 0;
+  uint32_t record_size_ = 1;
+  int64_t block_records_ = 1;
+  uint64_t block_size_ = 0;
+  bool second_ = false;  // the second of the two blocks is the current one
+  int64_t first_ = 0;
+  int64_t in_block_ = 0;
+  bool failed_ = false;
+};
+
+}  // namespace zatlib
