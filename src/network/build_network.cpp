@@ -230,7 +230,7 @@ int BRN_BuildNetwork(WindowHandle owner, const char* control_file) {
     SortedCodes nodes;
     result = BRN_MakeDrotenNodeIndex(owner, &nodes, control_file, &known);
     if (result != 0) result = BRN_CheckLinkStore(owner, nodes, control_file, &known);
-    if (result != 0) result = BRN_MakeDummyLinks(owner, nodes, control_file);
+    if (result != 0) result = BRN_MakeDummyLinks(owner, nodes, control_file, &known);
     known = CheckedStores();
   }
 

@@ -229,6 +229,10 @@ struct NetworkBuilder {
     return true;
   }
 
+  // The places have done their duty when the drawing records are made.
+  static void DropPlaces(NodeArray&) {}
+  static void DropPlaces(NodePositions& list) { list.places.Free(); }
+
   // The link-node record of link i and what the link itself gives its drawing record. False when
   // an end is missing; its number is then -1.
   bool FillLinkNodes(int64_t i, const LinkStoreRecord& link) {
@@ -537,9 +541,9 @@ struct NetworkBuilder {
     }
     node_tree.Build(node_index, nodes.count);
     link_tree.Build(link_index, links.count);
-    return MakeLinkNodes() != 0 && MakeCalcNodes() != 0 && SetCities() != 0 && SaveIndexes() != 0
-               ? 1
-               : 0;
+    if (MakeLinkNodes() == 0) return 0;
+    DropPlaces(nodes);
+    return MakeCalcNodes() != 0 && SetCities() != 0 && SaveIndexes() != 0 ? 1 : 0;
   }
 };
 

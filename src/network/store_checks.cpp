@@ -115,11 +115,17 @@ void ReportShortStore(WindowHandle owner, const char* store, int64_t read, int64
               store, static_cast<long>(read), static_cast<long>(count));
 }
 
-class NoVisitor {
+// Looks for nodes that name a partner.
+class PartnerLookup {
  public:
   void Begin(int64_t) {}
-  template <typename Records>
-  void Visit(int64_t, Records) {}
+  void Visit(int64_t, std::span<const NodeStoreRecord> nodes) {
+    for (const NodeStoreRecord& node : nodes) found_ |= !node.PartnerCode.IsEmpty();
+  }
+  bool found() const { return found_; }
+
+ private:
+  bool found_ = false;
 };
 
 // True when a pass may rely on looking codes up in the list: codes that are no numbers, which
@@ -347,7 +353,7 @@ struct DummyLinkCounts {
 };
 
 int JoinPartners(WindowHandle owner, const SortedCodes& list, const char* control_file,
-                 int code_length, DummyLinkCounts* counts) {
+                 const CheckedStores* known, int code_length, DummyLinkCounts* counts) {
   constexpr char kFileTitle[] = "File Error in BRN_MakeDummyLinks";
   const PathText link_path = OutputPath(control_file, kLinkStoreFile);
   const PathText node_path = OutputPath(control_file, kNodeStoreFile);
@@ -372,6 +378,10 @@ int JoinPartners(WindowHandle owner, const SortedCodes& list, const char* contro
                 static_cast<long>(counts->links));
     return 0;
   }
+  if (known != nullptr && known->filled && !known->has_partners) {
+    counts->visited = nodes.count();
+    return 1;
+  }
   for (int64_t i = 0; i < nodes.count(); ++i) {
     if (CancelledAt(i)) return 0;
     NodeStoreRecord* node = nodes.At(i);
@@ -382,8 +392,8 @@ int JoinPartners(WindowHandle owner, const SortedCodes& list, const char* contro
     }
     ++counts->visited;
     if (node->NodeCode.IsEmpty() || node->PartnerCode.IsEmpty()) continue;
-    if (const auto* known = made.Find(node->NodeCode, node->PartnerCode)) {
-      AddToFreeSlot(node, known->link);
+    if (const auto* joined = made.Find(node->NodeCode, node->PartnerCode)) {
+      AddToFreeSlot(node, joined->link);
       if (!nodes.Write(i)) {
         ReportError(owner, "File Error", "Can't write the NODESTORE(%s)!", node_path.c_str());
         return 0;
@@ -449,13 +459,15 @@ int BRN_CheckNodeLinkDuplication(WindowHandle owner, const char* control_file,
   if (code_length == 0) return 0;
   int64_t duplicates = 0;
   SortedCodes nodes;
-  NoVisitor nobody;
+  PartnerLookup partners;
   if (CheckDuplicates<NodeStoreRecord>(owner, OutputPath(control_file, kNodeStoreFile).c_str(),
-                                       code_length, kNodeTexts, &duplicates, &nodes, nobody) == 0) {
+                                       code_length, kNodeTexts, &duplicates, &nodes,
+                                       partners) == 0) {
     return 0;
   }
   if (known != nullptr && duplicates == 0) {
     known->nodes = std::move(nodes);
+    known->has_partners = partners.found();
   } else {
     nodes.codes.Free();
     known = nullptr;
@@ -597,12 +609,13 @@ int BRN_CheckLinkStore(WindowHandle owner, const SortedCodes& nodes, const char*
   return result;
 }
 
-int BRN_MakeDummyLinks(WindowHandle owner, const SortedCodes& nodes, const char* control_file) {
+int BRN_MakeDummyLinks(WindowHandle owner, const SortedCodes& nodes, const char* control_file,
+                       const CheckedStores* known) {
   if (BRN_BeginStep("Making Dummy Link...") == 0) return 0;
   const int code_length = TakeCodeLength(owner, control_file, "Logic Error in BRN_MakeDummyLinks");
   if (code_length == 0) return 0;
   DummyLinkCounts counts;
-  const int result = JoinPartners(owner, nodes, control_file, code_length, &counts);
+  const int result = JoinPartners(owner, nodes, control_file, known, code_length, &counts);
   LogBuild(
       "lnCtr=%ld lnNumNodeStore=%ld lnNumLinkStore=%ld lnDummyCtr=%ld, BRN_MakeDummyLinks "
       "returns=%d",

@@ -20,6 +20,7 @@ struct SortedCodes {
 // are read once. A step that is given none, or an empty one, reads for itself.
 struct CheckedStores {
   bool filled = false;
+  bool has_partners = false;        // some node names a partner
   SortedCodes nodes;                // codes of all node records, no two equal
   PageArray<uint8_t> ends;          // per code: not 0 = some link's end
   int64_t links = 0;                // link records
@@ -49,6 +50,7 @@ int BRN_CheckLinkStore(WindowHandle owner, const SortedCodes& nodes, const char*
 
 // Joins nodes that name a partner by one dummy link each pair and puts it into the node's first
 // empty slot. Returns 1; 0 on cancel or failure (reported).
-int BRN_MakeDummyLinks(WindowHandle owner, const SortedCodes& nodes, const char* control_file);
+int BRN_MakeDummyLinks(WindowHandle owner, const SortedCodes& nodes, const char* control_file,
+                       const CheckedStores* known = nullptr);
 
 }  // namespace zatlib
