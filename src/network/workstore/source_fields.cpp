@@ -1,6 +1,5 @@
 #include "network/workstore/source_fields.h"
 
-#include <bit>
 #include <cstring>
 #include <string_view>
 
@@ -140,7 +139,8 @@ bool IsNarrow(std::string_view line, int columns) {
     uint64_t word;
     std::memcpy(&word, line.data() + at, sizeof word);
     const uint64_t found = equal(word, ',') | equal(word, '\t');
-    separators += std::popcount(found);
+    // One top bit a byte: their sum comes together in the top byte of a product.
+    separators += static_cast<int>(((found >> 7) * kOnes) >> 56);
     run = found != 0 ? 0 : run + 1;
     if (run >= kLongRun) return false;
   }
