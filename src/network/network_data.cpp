@@ -456,7 +456,7 @@ struct NetworkBuilder {
         const int next = made.out == calc_nodes[0].data() ? 1 : 0;
         StartCalcNodes(made.begin + made.wanted, calc_nodes[next].data(), &work);
       }
-      for (int32_t i = 0; i < good && writing; ++i) writing = file.Append(&made.out[i]);
+      writing = file.AppendMany(made.out, good);
       if (!whole) {
         result = 0;
         if (writing && good < made.count) {

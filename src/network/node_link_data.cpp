@@ -13,7 +13,6 @@
 namespace zatlib {
 namespace {
 
-
 // The texts of one load step.
 struct LoadTexts {
   const char* status;
