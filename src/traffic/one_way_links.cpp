@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "frd/control.h"
+#include "frd/parallel.h"
 #include "network/network_files.h"
 #include "traffic/table_file.h"
 
@@ -10,28 +11,27 @@ namespace zatlib {
 namespace {
 
 constexpr int64_t kProgressNodes = 10000;
+constexpr int64_t kBlockNodes =
+    2 * kProgressNodes;                 // nodes whose links and turns are read at a time
+constexpr int64_t kNodesOfPart = 2500;  // nodes that a thread takes at a time
 
+// What is written again is held, what is only read passes by.
 struct Tables {
-  TableFile nodes;       // CalcNode
-  TableFile node_links;  // NodeLinks
-  TableFile turns;       // SlotBytes
-  TableFile links;       // LinkNodes
+  TableFile nodes;         // CalcNode
+  TableReader node_links;  // NodeLinks
+  TableReader turns;       // SlotBytes
+  TableFile links;         // LinkNodes
 };
 
 int LoadTables(WindowHandle owner, const char* folder, Tables* tables) {
-  const struct {
-    const char* name;
-    TableFile* table;
-  } files[] = {
-      {kCalcNodeFile, &tables->nodes},
-      {kNodeLinkFile, &tables->node_links},
-      {kTurnTableFile, &tables->turns},
-      {kLinkNodeFile, &tables->links},
-  };
-  for (const auto& file : files) {
-    if (LoadTable(owner, folder, file.name, file.table) == 0) return 0;
+  if (LoadTable(owner, folder, kCalcNodeFile, &tables->nodes) == 0 ||
+      OpenTable(owner, folder, kNodeLinkFile, sizeof(NodeLinks), kBlockNodes,
+                &tables->node_links) == 0 ||
+      OpenTable(owner, folder, kTurnTableFile, sizeof(SlotBytes), kBlockNodes, &tables->turns) ==
+          0) {
+    return 0;
   }
-  return 1;
+  return LoadTable(owner, folder, kLinkNodeFile, &tables->links);
 }
 
 // Closes the connections of one node that no arrival there may take.
@@ -58,25 +58,52 @@ void CloseConnections(int32_t number, CalcNode* node, const NodeLinks& node_link
   }
 }
 
-int CloseAllConnections(Tables* tables) {
-  auto* nodes = tables->nodes.records<CalcNode>();
-  const auto* node_links = tables->node_links.records<NodeLinks>();
-  const auto* turns = tables->turns.records<SlotBytes>();
-  const int64_t node_count = tables->nodes.count<CalcNode>();
-  // Nodes beyond the end of a table that is too short have no links or no turns.
-  const int64_t known = std::min(
-      {tables->node_links.count<NodeLinks>(), tables->turns.count<SlotBytes>(), kMaxRecords});
-  for (int64_t n = 0; n < node_count; ++n) {
-    if (n < known) {
-      CloseConnections(static_cast<int32_t>(n), &nodes[n], node_links[n], turns[n],
-                       tables->links.records<LinkNodes>(), tables->links.count<LinkNodes>());
-    }
-    if (((n + 1) % kProgressNodes == 0 || n + 1 == node_count) &&
-        SetStatusNumber("Checking One Way Link %d", n + 1) == 0) {
+// Shows each number of nodes in (begin, end] that is due to be shown; 0 when the user has
+// cancelled.
+int ShowNodes(int64_t begin, int64_t end, int64_t node_count) {
+  for (int64_t n = begin; n < end;) {
+    n = std::min((n / kProgressNodes + 1) * kProgressNodes, end);
+    if ((n % kProgressNodes == 0 || n == node_count) &&
+        SetStatusNumber("Checking One Way Link %d", n) == 0) {
       return 0;
     }
   }
   return 1;
+}
+
+int CloseAllConnections(WindowHandle owner, Tables* tables) {
+  auto* const nodes = tables->nodes.records<CalcNode>();
+  auto* const links = tables->links.records<LinkNodes>();
+  const int64_t node_count = tables->nodes.count<CalcNode>();
+  const int64_t link_count = tables->links.count<LinkNodes>();
+  BlockReader& node_links = tables->node_links.blocks;
+  BlockReader& turns = tables->turns.blocks;
+  // Nodes beyond the end of a table that is too short have no links or no turns.
+  const int64_t known = std::min({node_count, node_links.count(), turns.count(), kMaxRecords});
+  Workers workers;
+  for (int64_t first = 0; first < known; first += kBlockNodes) {
+    const int64_t end = std::min(first + kBlockNodes, known);
+    const auto* const links_of = node_links.records<NodeLinks>();
+    const auto* const turns_of = turns.records<SlotBytes>();
+    // A link's two speeds belong to its two nodes, so no two threads write to one place.
+    const int64_t parts = (end - first + kNodesOfPart - 1) / kNodesOfPart;
+    workers.Start(parts, [=](int64_t part) {
+      const int64_t part_end = std::min(first + (part + 1) * kNodesOfPart, end);
+      for (int64_t n = first + part * kNodesOfPart; n < part_end; ++n) {
+        CloseConnections(static_cast<int32_t>(n), &nodes[n], links_of[n - first],
+                         turns_of[n - first], links, link_count);
+      }
+    });
+    const TableReader* unread = nullptr;
+    if (end < known) {
+      if (!turns.Advance()) unread = &tables->turns;
+      if (!node_links.Advance()) unread = &tables->node_links;
+    }
+    workers.Finish();
+    if (unread != nullptr) return ReportNotRead(owner, unread->path);
+    if (ShowNodes(first, end, node_count) == 0) return 0;
+  }
+  return ShowNodes(known, node_count, node_count);
 }
 
 int SaveTables(WindowHandle owner, const Tables& tables) {
@@ -101,9 +128,9 @@ int BRN_TRF_AddOneWayLinks(WindowHandle owner, const char* folder) {
   if (BRN_SetStatus("Initializing...") == 0) return 0;
   Tables tables;
   if (LoadTables(owner, folder, &tables) == 0) return 0;
-  if (CloseAllConnections(&tables) == 0) return 0;
-  tables.turns.Free();
-  tables.node_links.Free();
+  if (CloseAllConnections(owner, &tables) == 0) return 0;
+  tables.turns.blocks.Close();
+  tables.node_links.blocks.Close();
   if (BRN_SetStatus("Writing Tables...") == 0) return 0;
   return SaveTables(owner, tables);
 }

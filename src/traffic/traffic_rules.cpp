@@ -1,11 +1,16 @@
 #include "traffic/traffic_rules.h"
 
 #include <algorithm>
+#include <atomic>
+#include <limits>
+#include <span>
 
 #include "frd/control.h"
 #include "frd/key_tree.h"
 #include "frd/keyed_table.h"
 #include "frd/log.h"
+#include "frd/memory.h"
+#include "frd/parallel.h"
 #include "network/network_files.h"
 #include "network/workstore/work_stores.h"
 #include "traffic/table_file.h"
@@ -16,149 +21,234 @@ namespace {
 constexpr uint16_t kTurnProhibited = 2;    // rule kind that is applied
 constexpr uint16_t kTravelProhibited = 2;  // one-way flag that is applied
 constexpr int64_t kProgressRecords = 10000;
+constexpr int64_t kBlockRecords = 0x4000;                     // of a network file, read at a time
+constexpr int64_t kBlockStoreRecords = 4 * kProgressRecords;  // of a store, likewise
+constexpr int64_t kRecordsOfPart = kProgressRecords / 4;      // that a thread takes at a time
+static_assert(kProgressRecords % kRecordsOfPart == 0);
 
 static_assert(sizeof(CodeIndexRecord) == sizeof(KeyedRecord));
 
+// The nodes of a link.
+struct EndNodes {
+  int32_t a;
+  int32_t b;
+};
+
 // The network as the rules see it: counts that hold for every table, whatever its file's size.
 struct Network {
-  TableFile calc_file;
   TableFile node_index_file;
   TableFile rule_file;
   TableFile link_index_file;
-  TableFile link_node_file;
 
-  const CalcNode* nodes = nullptr;
+  // The neighbours of node n in slot order, from neighbours[starts[n]] to that of starts[n + 1].
+  PageArray<uint32_t> starts;
+  PageArray<int32_t> neighbours;
   int64_t node_count = 0;
-  const LinkNodes* links = nullptr;
+  PageArray<EndNodes> links;
   int64_t link_count = 0;
   SlotBytes* turns = nullptr;
   int64_t turn_count = 0;  // nodes that have turn bytes
   const KeyedRecord* node_index = nullptr;
-  int64_t node_index_count = 0;
   const KeyedRecord* link_index = nullptr;
-  int64_t link_index_count = 0;
   KeyTree node_tree;
   KeyTree link_tree;
 
-  // Record number of a node or link, -1 when the code is not given or unknown.
-  int64_t FindNode(FeatureCode code) const { return Find(node_tree, node_index, node_count, code); }
-  int64_t FindLink(FeatureCode code) const { return Find(link_tree, link_index, link_count, code); }
+  // Record number of a node or link, -1 when the code is not given or unknown. `hint` is where in
+  // the index it may stand.
+  int64_t FindNode(FeatureCode code, int64_t hint) const {
+    return Find(node_tree, node_index, node_count, code, &hint);
+  }
+  // The hint goes on to what stands behind the link found.
+  int64_t FindLink(FeatureCode code, int64_t* hint) const {
+    return Find(link_tree, link_index, link_count, code, hint);
+  }
 
   // What FRD_FindByKey finds.
   static int64_t Find(const KeyTree& tree, const KeyedRecord* index, int64_t limit,
-                      FeatureCode code) {
+                      FeatureCode code, int64_t* hint) {
     if (code.IsEmpty()) return -1;
-    const int64_t found = tree.Find(code.AsDouble());
+    const int64_t found = tree.FindFrom(code.AsDouble(), *hint);
     if (found < 0) return -1;
+    *hint = found + 1;
     const int64_t number = index[found].value;
     return number < limit ? number : -1;
   }
 
+  const EndNodes& LinkAt(int64_t link) const { return links[static_cast<uint64_t>(link)]; }
+
   // True when the number is that of a node whose slots and turn bytes are there.
   bool HasTurns(int64_t node) const { return node >= 0 && node < node_count && node < turn_count; }
 
-  // Number of occupied connection slots of a node.
-  int SlotCount(int64_t node) const {
-    const int32_t* other = nodes[node].OtherNode;
-    return static_cast<int>(std::find(other, other + kSlots, -1) - other);
+  // The neighbours in the occupied connection slots of a node.
+  std::span<const int32_t> Neighbours(int64_t node) const {
+    const uint32_t* const start = starts.data() + node;
+    return {neighbours.data() + start[0], neighbours.data() + start[1]};
+  }
+
+  // Prohibits turns at a node; several threads may do so at the same time.
+  void Prohibit(int64_t node, size_t arrival_slot, unsigned departures) const {
+    std::atomic_ref<uint8_t>(turns[node].Slot[arrival_slot])
+        .fetch_or(static_cast<uint8_t>(departures), std::memory_order_relaxed);
   }
 };
 
-int LoadNetwork(WindowHandle owner, const char* folder, Network* network) {
-  const struct {
-    const char* name;
-    TableFile* table;
-  } files[] = {
-      {kCalcNodeFile, &network->calc_file},      {kNodeIndexFile, &network->node_index_file},
-      {kTurnTableFile, &network->rule_file},     {kLinkIndexFile, &network->link_index_file},
-      {kLinkNodeFile, &network->link_node_file},
-  };
-  for (const auto& file : files) {
-    if (LoadTable(owner, folder, file.name, file.table) == 0) return 0;
+// Reads what the rules need of mapcalc.dat: a fraction of its size, since most slots are empty.
+int LoadNeighbours(WindowHandle owner, const char* folder, Workers& workers, Network* network) {
+  TableReader file;
+  if (OpenTable(owner, folder, kCalcNodeFile, sizeof(CalcNode), kBlockRecords, &file) == 0) {
+    return 0;
   }
-  network->nodes = network->calc_file.records<CalcNode>();
-  network->node_count = network->calc_file.count<CalcNode>();
-  network->links = network->link_node_file.records<LinkNodes>();
-  network->link_count = network->link_node_file.count<LinkNodes>();
+  BlockReader& blocks = file.blocks;
+  const int64_t count = blocks.count();
+  // Room for all slots: pages that nothing is written to cost no memory.
+  if (!network->starts.Allocate(static_cast<uint64_t>(count) + 1) ||
+      !network->neighbours.Allocate(static_cast<uint64_t>(count) * kSlots)) {
+    return ReportNoMemory(owner, file.path);
+  }
+  network->node_count = count;
+  uint32_t* const starts = network->starts.data();
+  int32_t* const neighbours = network->neighbours.data();
+  int64_t used = 0;
+  while (blocks.records_in_block() > 0) {
+    const auto* const nodes = blocks.records<CalcNode>();
+    const int64_t first = blocks.first();
+    const int64_t in_block = blocks.records_in_block();
+    // More connections than two for each possible link are no network.
+    if (used + in_block * kSlots > std::numeric_limits<uint32_t>::max()) {
+      return ReportNoMemory(owner, file.path);
+    }
+    workers.Start(1, [&, nodes, first, in_block](int64_t) {
+      for (int64_t i = 0; i < in_block; ++i) {
+        const int32_t* const other = nodes[i].OtherNode;
+        for (int slot = 0; slot < kSlots && other[slot] != -1; ++slot) {
+          neighbours[used++] = other[slot];
+        }
+        starts[first + i + 1] = static_cast<uint32_t>(used);
+      }
+    });
+    blocks.Advance();
+    workers.Finish();
+  }
+  return blocks.failed() ? ReportNotRead(owner, file.path) : 1;
+}
+
+// Reads the nodes of all links.
+int LoadLinks(WindowHandle owner, const char* folder, Network* network) {
+  TableReader file;
+  if (OpenTable(owner, folder, kLinkNodeFile, sizeof(LinkNodes), kBlockRecords, &file) == 0) {
+    return 0;
+  }
+  BlockReader& blocks = file.blocks;
+  if (!network->links.Allocate(static_cast<uint64_t>(blocks.count()))) {
+    return ReportNoMemory(owner, file.path);
+  }
+  network->link_count = blocks.count();
+  for (; blocks.records_in_block() > 0; blocks.Advance()) {
+    const auto* const links = blocks.records<LinkNodes>();
+    std::transform(links, links + blocks.records_in_block(), network->links.data() + blocks.first(),
+                   [](const LinkNodes& link) {
+                     return EndNodes{link.NodeA, link.NodeB};
+                   });
+  }
+  return blocks.failed() ? ReportNotRead(owner, file.path) : 1;
+}
+
+int LoadNetwork(WindowHandle owner, const char* folder, Workers& workers, Network* network) {
+  if (LoadNeighbours(owner, folder, workers, network) == 0 ||
+      LoadTable(owner, folder, kNodeIndexFile, &network->node_index_file) == 0 ||
+      LoadTable(owner, folder, kTurnTableFile, &network->rule_file) == 0 ||
+      LoadTable(owner, folder, kLinkIndexFile, &network->link_index_file) == 0 ||
+      LoadLinks(owner, folder, network) == 0) {
+    return 0;
+  }
   network->turns = network->rule_file.records<SlotBytes>();
   network->turn_count = network->rule_file.count<SlotBytes>();
   network->node_index = network->node_index_file.records<KeyedRecord>();
-  network->node_index_count =
-      std::min(network->node_count, network->node_index_file.count<KeyedRecord>());
   network->link_index = network->link_index_file.records<KeyedRecord>();
-  network->link_index_count =
-      std::min(network->link_count, network->link_index_file.count<KeyedRecord>());
-  network->node_tree.Build(network->node_index, network->node_index_count);
-  network->link_tree.Build(network->link_index, network->link_index_count);
+  network->node_tree.Build(
+      network->node_index,
+      std::min(network->node_count, network->node_index_file.count<KeyedRecord>()));
+  network->link_tree.Build(
+      network->link_index,
+      std::min(network->link_count, network->link_index_file.count<KeyedRecord>()));
   return 1;
 }
 
+// Where the links of the records before have led to, one a thread.
+struct Hints {
+  int64_t in_link = 0;
+  int64_t out_link = 0;
+};
+
 // The node at the other end of a link; false when the link does not touch `node`.
-bool FarNode(const LinkNodes& link, int64_t node, int32_t* far_node) {
-  if (link.NodeA == node) {
-    *far_node = link.NodeB;
-  } else if (link.NodeB == node) {
-    *far_node = link.NodeA;
+bool FarNode(const EndNodes& link, int64_t node, int32_t* far_node) {
+  if (link.a == node) {
+    *far_node = link.b;
+  } else if (link.b == node) {
+    *far_node = link.a;
   } else {
     return false;
   }
   return true;
 }
 
-// Sets the bit of the turn that a rule prohibits; false when the rule does not fit the network.
-bool ApplyRule(const Network& network, const RuleStoreRecord& rule) {
-  if (rule.Kind != kTurnProhibited) return false;
-  const int64_t node = network.FindNode(rule.NodeCode);
-  const int64_t in_link = network.FindLink(rule.InLink);
-  const int64_t out_link = network.FindLink(rule.OutLink);
-  if (!network.HasTurns(node) || in_link < 0 || out_link < 0) return false;
+// Sets the bit of the turn that a rule prohibits and returns 1; 0 when the rule does not fit the
+// network.
+int Apply(const Network& network, const RuleStoreRecord& rule, Hints* hints) {
+  if (rule.Kind != kTurnProhibited) return 0;
+  const int64_t in_link = network.FindLink(rule.InLink, &hints->in_link);
+  if (in_link < 0) return 0;
+  const int64_t out_link = network.FindLink(rule.OutLink, &hints->out_link);
+  if (out_link < 0) return 0;
+  const EndNodes& in_ends = network.LinkAt(in_link);
+  // In most maps a node stands in the index where its number says.
+  const int64_t node = network.FindNode(rule.NodeCode, in_ends.a);
+  if (!network.HasTurns(node)) return 0;
   int32_t in_node = -1;
   int32_t out_node = -1;
-  if (!FarNode(network.links[in_link], node, &in_node)) return false;
-  if (!FarNode(network.links[out_link], node, &out_node)) return false;
-  const int32_t* other = network.nodes[node].OtherNode;
-  const int32_t* const end = other + network.SlotCount(node);
-  const int32_t* const in_slot = std::find(other, end, in_node);
-  const int32_t* const out_slot = std::find(other, end, out_node);
-  if (in_slot == end || out_slot == end) return false;
-  network.turns[node].Slot[in_slot - other] |= static_cast<uint8_t>(0x80 >> (out_slot - other));
-  return true;
+  if (!FarNode(in_ends, node, &in_node)) return 0;
+  if (!FarNode(network.LinkAt(out_link), node, &out_node)) return 0;
+  const auto others = network.Neighbours(node);
+  const auto in_slot = std::find(others.begin(), others.end(), in_node);
+  const auto out_slot = std::find(others.begin(), others.end(), out_node);
+  if (in_slot == others.end() || out_slot == others.end()) return 0;
+  network.Prohibit(node, static_cast<size_t>(in_slot - others.begin()),
+                   0x80u >> (out_slot - others.begin()));
+  return 1;
 }
 
 // Bars leaving `node` toward `far_node`, from whatever direction the vehicle has come, the link
 // itself included. Returns the number of turn bytes that took the bit.
 int CloseDirection(const Network& network, int64_t node, int64_t far_node) {
   if (!network.HasTurns(node)) return 0;
-  const int slots = network.SlotCount(node);
-  int closed = -1;
-  for (int slot = 0; slot < slots; ++slot) {
-    if (network.nodes[node].OtherNode[slot] == far_node) closed = slot;
+  const auto others = network.Neighbours(node);
+  unsigned closed = 0;
+  for (size_t slot = 0; slot < others.size(); ++slot) {
+    if (others[slot] == far_node) closed = 0x80u >> slot;
   }
-  if (closed < 0) return 0;
-  for (int slot = 0; slot < slots; ++slot) {
-    network.turns[node].Slot[slot] |= static_cast<uint8_t>(0x80 >> closed);
-  }
-  return slots;
+  if (closed == 0) return 0;
+  for (size_t slot = 0; slot < others.size(); ++slot) network.Prohibit(node, slot, closed);
+  return static_cast<int>(others.size());
 }
 
 // Applies one record of the one-way storage; returns the number of bits set.
-int ApplyOneWay(const Network& network, const OneWayStoreRecord& record) {
-  const int64_t number = network.FindLink(record.LinkCode);
+int Apply(const Network& network, const OneWayStoreRecord& record, Hints* hints) {
+  const int64_t number = network.FindLink(record.LinkCode, &hints->in_link);
   if (number < 0) return 0;
-  const LinkNodes& link = network.links[number];
-  const int64_t first = network.FindNode(record.FirstNode);
-  const int64_t second = network.FindNode(record.SecondNode);
+  const EndNodes& link = network.LinkAt(number);
+  const int64_t first = network.FindNode(record.FirstNode, link.a);
+  const int64_t second = network.FindNode(record.SecondNode, link.b);
   uint16_t flag_a = record.FirstFlag;
   uint16_t flag_b = record.SecondFlag;
   const bool nodes_given = first >= 0 && second >= 0;
-  const bool in_link_order = link.NodeA == first && link.NodeB == second;
+  const bool in_link_order = link.a == first && link.b == second;
   if (nodes_given && !in_link_order) {
-    if (link.NodeA != second || link.NodeB != first) return 0;
+    if (link.a != second || link.b != first) return 0;
     std::swap(flag_a, flag_b);
   }
   int count = 0;
-  if (flag_a == kTravelProhibited) count += CloseDirection(network, link.NodeA, link.NodeB);
-  if (flag_b == kTravelProhibited) count += CloseDirection(network, link.NodeB, link.NodeA);
+  if (flag_a == kTravelProhibited) count += CloseDirection(network, link.a, link.b);
+  if (flag_b == kTravelProhibited) count += CloseDirection(network, link.b, link.a);
   return count;
 }
 
@@ -182,25 +272,62 @@ int ShowSection(const Section& section, int64_t set_count, int64_t record) {
   return BRN_SetStatus(text);
 }
 
-// Runs a store's records through `apply`, which tells how many bits each has set, and logs the
-// section's end. `wanted` 0 skips the work, as after the failure of an earlier section. Returns 1
-// or 0.
-template <typename Record, typename Apply>
-int RunSection(WindowHandle owner, const char* folder, const Section& section, int wanted,
-               Apply apply) {
-  TableFile store;
-  int64_t set_count = 0;
-  int result = wanted != 0 ? LoadStore(owner, folder, section.store, &store) : 0;
-  if (result != 0) {
-    const Record* records = store.records<Record>();
-    const int64_t count = store.count<Record>();
-    for (int64_t i = 0; i < count && result != 0; ++i) {
-      set_count += apply(records[i]);
-      if ((i + 1) % kProgressRecords == 0 || i + 1 == count) {
-        result = ShowSection(section, set_count, i + 1);
+// Applies a block of records on all threads. `set_counts` receives how many bits each part of
+// kRecordsOfPart has set. The bits add up to the same in any order.
+template <typename Record>
+void StartBlock(const Network& network, const Record* records, int64_t count, Workers& workers,
+                int64_t* set_counts) {
+  workers.Start((count + kRecordsOfPart - 1) / kRecordsOfPart, [=, &network](int64_t part) {
+    const int64_t end = std::min((part + 1) * kRecordsOfPart, count);
+    Hints hints;
+    int64_t set_count = 0;
+    for (int64_t i = part * kRecordsOfPart; i < end; ++i) {
+      set_count += Apply(network, records[i], &hints);
+    }
+    set_counts[part] = set_count;
+  });
+}
+
+// Applies all records of a store and shows how far it is. Returns 1, or 0 when the user has
+// cancelled or a block could not be read, which is reported.
+template <typename Record>
+int ApplyStore(WindowHandle owner, const Network& network, const Section& section, Workers& workers,
+               TableReader* store, int64_t* set_count) {
+  BlockReader& blocks = store->blocks;
+  const int64_t count = blocks.count();
+  int64_t set_counts[kBlockStoreRecords / kRecordsOfPart] = {};
+  while (blocks.records_in_block() > 0) {
+    const int64_t first = blocks.first();
+    const int64_t in_block = blocks.records_in_block();
+    StartBlock(network, blocks.records<Record>(), in_block, workers, set_counts);
+    blocks.Advance();
+    workers.Finish();
+    for (int64_t done = 0; done < in_block;) {
+      *set_count += set_counts[done / kRecordsOfPart];
+      done = std::min(done + kRecordsOfPart, in_block);
+      const int64_t record = first + done;
+      if ((record % kProgressRecords == 0 || record == count) &&
+          ShowSection(section, *set_count, record) == 0) {
+        return 0;
       }
     }
   }
+  if (!blocks.failed()) return 1;
+  *set_count = 0;  // nothing of a store that cannot be read counts
+  return ReportNotRead(owner, store->path);
+}
+
+// Runs a store through the network and logs the section's end. `wanted` 0 skips the work, as after
+// the failure of an earlier section. Returns 1 or 0.
+template <typename Record>
+int RunSection(WindowHandle owner, const char* folder, const Network& network,
+               const Section& section, int wanted, Workers& workers) {
+  TableReader store;
+  int64_t set_count = 0;
+  const int result = wanted != 0 && OpenStore(owner, folder, section.store, sizeof(Record),
+                                              kBlockStoreRecords, &store) != 0
+                         ? ApplyStore<Record>(owner, network, section, workers, &store, &set_count)
+                         : 0;
   // A one-way record sets up to 16 bits.
   LogBuild(section.end, ResultText(result), ShownAs<int>(set_count));
   return result;
@@ -217,14 +344,13 @@ int SaveTurns(WindowHandle owner, const TableFile& turns) {
 
 int AddTrafficRules(WindowHandle owner, const char* folder) {
   if (BRN_SetStatus("Initializing...") == 0) return 0;
+  Workers workers;
   Network network;
-  if (LoadNetwork(owner, folder, &network) == 0) return 0;
-  const int rules_done = RunSection<RuleStoreRecord>(
-      owner, folder, kRuleSection, 1,
-      [&](const RuleStoreRecord& rule) { return ApplyRule(network, rule) ? 1 : 0; });
-  const int all_done = RunSection<OneWayStoreRecord>(
-      owner, folder, kOneWaySection, rules_done,
-      [&](const OneWayStoreRecord& record) { return ApplyOneWay(network, record); });
+  if (LoadNetwork(owner, folder, workers, &network) == 0) return 0;
+  const int rules_done =
+      RunSection<RuleStoreRecord>(owner, folder, network, kRuleSection, 1, workers);
+  const int all_done =
+      RunSection<OneWayStoreRecord>(owner, folder, network, kOneWaySection, rules_done, workers);
   return all_done != 0 ? SaveTurns(owner, network.rule_file) : 0;
 }
 

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "frd/parallel.h"
 #include "platform/clock.h"
 #include "platform/fault.h"
 #include "platform/file.h"
@@ -224,6 +225,60 @@ TEST_F(OneWayLinksTest, FilesAreLoadedInTheirOrder) {
     EXPECT_EQ(log(), Lines{ErrorLine("Can't allocate memory for ", kInputs[i], "Memory Error")});
   }
   ExpectTables();
+}
+
+// A chain of 50000 nodes, more than two blocks: link i leads from node i to node i + 1, which lies
+// in slot 1 of node i. Leaving an even node forward and an odd one backward is barred.
+class LongOneWayChainTest : public OneWayLinksTest {
+ protected:
+  static constexpr int kNodes = 50000;
+
+  LongOneWayChainTest() {
+    calc_.clear();
+    node_link_.clear();
+    turns_.clear();
+    link_node_.clear();
+    for (int i = 0; i < kNodes; ++i) {
+      calc_.push_back(CalcRecord({i > 0 ? i - 1 : kNodes, i + 1}, {11, 12}));
+      node_link_.push_back(NodeLinkRecord({i > 0 ? i - 1 : kNodes, i}));
+      turns_.push_back(Turns(i % 2 == 0 ? "40 40 00 00 00 00 00 00" : "80 80 00 00 00 00 00 00"));
+      link_node_.push_back(LinkNodeRecord(i, i + 1, 40, 50));
+    }
+  }
+  ~LongOneWayChainTest() override { SetThreadCount(0); }
+};
+
+// Links with an even number lose both speeds, and no other link loses any.
+TEST_F(LongOneWayChainTest, AnyNumberOfThreadsGivesTheSame) {
+  std::string calc;
+  std::string link_node;
+  for (int i = 0; i < kNodes; ++i) {
+    const bool even = i % 2 == 0;
+    calc += CalcRecord({i > 0 ? i - 1 : kNodes, i + 1}, {even ? 11 : 65535, even ? 65535 : 12});
+    link_node += even ? LinkNodeRecord(i, i + 1, 0, 0) : LinkNodeRecord(i, i + 1, 40, 50);
+  }
+  for (const int threads : {1, 2, 5}) {
+    SetThreadCount(threads);
+    EXPECT_EQ(Run(), 1);
+    EXPECT_TRUE(ReadBytes(folder_ / "mapcalc.dat") == calc) << threads;
+    EXPECT_TRUE(ReadBytes(folder_ / "linknode.idx") == link_node) << threads;
+  }
+}
+
+// The second blocks of the node links and of the turns, in the order of their reads.
+TEST_F(LongOneWayChainTest, AFileThatCannotBeReadOnIsReported) {
+  WriteInputs();
+  const struct {
+    int number;
+    const char* name;
+  } rows[] = {{5, "maprule.dat"}, {6, "nodelink.idx"}, {7, "maprule.dat"}, {8, "nodelink.idx"}};
+  for (const auto& row : rows) {
+    ClearLog();
+    ArmFault(Operation::kRead, row.number, false);
+    EXPECT_EQ(RunOnly(), 0);
+    EXPECT_EQ(log(), Lines{ErrorLine("Can't read ", row.name, "File Error")});
+  }
+  EXPECT_TRUE(ReadBytes(folder_ / "mapcalc.dat") == Join(calc_));
 }
 
 TEST_F(OneWayLinksTest, TablesThatCannotBeCreatedAreReported) {

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "frd/log.h"
+#include "frd/parallel.h"
 #include "platform/clock.h"
 #include "platform/fault.h"
 #include "platform/file.h"
@@ -237,6 +238,110 @@ TEST_F(TrafficRulesTest, CodesAreFoundInLongIndexes) {
   EXPECT_EQ(log(), EndLines(2998, 0));
 }
 
+// A chain of 50000 nodes, more than one block of any file: link i leads from node i to node i + 1,
+// which lies in slot 1 of node i (in slot 0 of the first one).
+class LongChainTest : public TrafficRulesTest {
+ protected:
+  static constexpr int kNodes = 50000;
+
+  LongChainTest() {
+    std::string calc;
+    std::string node_index;
+    std::string link_index;
+    std::string link_node;
+    for (int i = 0; i < kNodes; ++i) {
+      calc += i == 0 ? CalcRecord({1}) : CalcRecord({i - 1, i + 1 < kNodes ? i + 1 : -1});
+      node_index += IndexRecord(7 + 2 * i, i);
+      if (i + 1 == kNodes) continue;
+      link_index += IndexRecord(100000 + 3 * i, i);
+      link_node += LinkNodeRecord(i, i + 1);
+    }
+    WriteBytes(folder_ / "mapcalc.dat", calc);
+    WriteBytes(folder_ / "node.idx", node_index);
+    WriteBytes(folder_ / "link.idx", link_index);
+    WriteBytes(folder_ / "linknode.idx", link_node);
+    ClearTurns();
+  }
+  ~LongChainTest() override { SetThreadCount(0); }
+
+  void ClearTurns() { WriteBytes(folder_ / "maprule.dat", std::string(8 * kNodes, '\0')); }
+
+  // Straight on is prohibited at every inner node, and links with an odd number may not be entered
+  // at their start.
+  void WriteStores(bool backwards) {
+    std::vector<std::string> rules;
+    std::vector<std::string> one_ways;
+    for (int i = 0; i + 1 < kNodes; ++i) {
+      const double link = 100000 + 3 * i;
+      if (i > 0) rules.push_back(RuleRecord(7 + 2 * i, link - 3, link));
+      one_ways.push_back(OneWayRecord(link, 7 + 2 * i, 9 + 2 * i, i % 2 == 1 ? 2 : 0, 0));
+    }
+    if (backwards) {
+      std::reverse(rules.begin(), rules.end());
+      std::reverse(one_ways.begin(), one_ways.end());
+    }
+    std::string bytes;
+    for (const std::string& rule : rules) bytes += rule;
+    WriteRules(bytes);
+    bytes.clear();
+    for (const std::string& one_way : one_ways) bytes += one_way;
+    WriteOneWays(bytes);
+  }
+};
+
+// Straight on from slot 0 is bit 0x40. At odd nodes the one-way link bars it from slot 1, too:
+// 24999 nodes with two bits each.
+TEST_F(LongChainTest, AnyNumberOfThreadsAndAnyOrderGiveTheSame) {
+  std::string expected(8, '\0');
+  for (int i = 1; i + 1 < kNodes; ++i) {
+    expected += Turns(i % 2 == 1 ? "40 40 00 00 00 00 00 00" : "40 00 00 00 00 00 00 00");
+  }
+  expected += std::string(8, '\0');
+  for (const int threads : {1, 2, 5}) {
+    for (const bool backwards : {false, true}) {
+      SetThreadCount(threads);
+      ClearTurns();
+      WriteStores(backwards);
+      ClearLog();
+      EXPECT_EQ(Run(), 1);
+      EXPECT_TRUE(ReadBytes(folder_ / "maprule.dat") == expected) << threads;
+      EXPECT_EQ(log(), EndLines(49998, 49998));
+    }
+  }
+}
+
+TEST_F(LongChainTest, AFileThatCannotBeReadOnIsReported) {
+  WriteStores(false);
+  platform::CountOperations();
+  EXPECT_EQ(Run(), 1);
+  ClearTurns();
+  // The last reads: 4 blocks of links, 2 of rules, 2 of one-way links.
+  const int64_t reads = platform::OperationCount(Operation::kRead);
+  const Lines rules_failed = {"End of RuleStore section ERROR : set count = 0",
+                              "End of OneWayStore section ERROR : set count = 0",
+                              "BRN_TRF_AddTrafficRules returns ERROR"};
+  const struct {
+    int64_t number;
+    Lines lines;
+  } rows[] = {
+      {2, {ErrorLine("Can't read ", "mapcalc.dat", "File Error"), rules_failed[2]}},
+      {reads - 4, {ErrorLine("Can't read ", "linknode.idx", "File Error"), rules_failed[2]}},
+      {reads - 2,
+       {ErrorLine("Can't read ", "trafrule.~wk", "File Error"), rules_failed[0], rules_failed[1],
+        rules_failed[2]}},
+      {reads,
+       {"End of RuleStore section OK : set count = 49998",
+        ErrorLine("Can't read ", "onewayst.~wk", "File Error"), rules_failed[1], rules_failed[2]}},
+  };
+  for (const auto& row : rows) {
+    ClearLog();
+    ArmFault(Operation::kRead, row.number, false);
+    EXPECT_EQ(Run(), 0);
+    EXPECT_EQ(log(), row.lines);
+    EXPECT_TRUE(ReadBytes(folder_ / "maprule.dat") == std::string(8 * kNodes, '\0'));
+  }
+}
+
 // Leaving node 0 toward node 1 (slot 0: bit 0x80) is barred from all of its four slots.
 TEST_F(TrafficRulesTest, AOneWayFlagBarsTheLinkFromEveryDirection) {
   WriteOneWays(OneWayRecord(1000, 500, 400, 2, 0));
@@ -409,14 +514,22 @@ TEST_F(TrafficRulesTest, NetworkFilesAreLoadedInTheirOrder) {
     EXPECT_EQ(log(), (Lines{ErrorLine("Can't read ", names[i], "File Error"),
                             "BRN_TRF_AddTrafficRules returns ERROR"}));
     ClearLog();
-    ArmFault(Operation::kAllocate, i + 1, false);
-    EXPECT_EQ(Run(), 0);
-    EXPECT_EQ(log(), (Lines{ErrorLine("Can't allocate memory for ", names[i], "Memory Error"),
-                            "BRN_TRF_AddTrafficRules returns ERROR"}));
-    ClearLog();
     ArmFault(Operation::kOpen, i + 1, false);
     EXPECT_EQ(Run(), 0);
     EXPECT_EQ(log(), (Lines{ErrorLine("Can't open ", names[i], "File Error"),
+                            "BRN_TRF_AddTrafficRules returns ERROR"}));
+  }
+}
+
+// The nodes take a block of the file and two tables of neighbours, the links a block and a table.
+TEST_F(TrafficRulesTest, NoMemoryIsReportedForEveryBlock) {
+  const char* const names[] = {"mapcalc.dat", "mapcalc.dat", "mapcalc.dat",  "node.idx",
+                               "maprule.dat", "link.idx",    "linknode.idx", "linknode.idx"};
+  for (int i = 0; i < 8; ++i) {
+    ClearLog();
+    ArmFault(Operation::kAllocate, i + 1, false);
+    EXPECT_EQ(Run(), 0);
+    EXPECT_EQ(log(), (Lines{ErrorLine("Can't allocate memory for ", names[i], "Memory Error"),
                             "BRN_TRF_AddTrafficRules returns ERROR"}));
   }
 }
@@ -431,12 +544,13 @@ TEST_F(TrafficRulesTest, AFailedRuleStoreSkipsTheOneWays) {
     Operation operation;
     const char* text;
     const char* title;
-  } rows[] = {{Operation::kOpen, "Can't open ", "File Error"},
-              {Operation::kRead, "Can't read ", "File Error"},
-              {Operation::kAllocate, "Can't allocate memory for ", "Memory Error"}};
+    int number;
+  } rows[] = {{Operation::kOpen, "Can't open ", "File Error", 6},
+              {Operation::kRead, "Can't read ", "File Error", 6},
+              {Operation::kAllocate, "Can't allocate memory for ", "Memory Error", 9}};
   for (const auto& row : rows) {
     ClearLog();
-    ArmFault(row.operation, 6, false);
+    ArmFault(row.operation, row.number, false);
     EXPECT_EQ(Run(), 0);
     Lines expected = ends;
     expected.insert(expected.begin(), ErrorLine(row.text, "trafrule.~wk", row.title));
@@ -458,7 +572,7 @@ TEST_F(TrafficRulesTest, AFailedOneWayStoreLeavesTheTableUnwritten) {
   EXPECT_EQ(ReadBytes(folder_ / "maprule.dat"), std::string(40, '\0'));
 
   ClearLog();
-  ArmFault(Operation::kAllocate, 7, false);
+  ArmFault(Operation::kAllocate, 10, false);
   EXPECT_EQ(Run(), 0);
   EXPECT_EQ(log()[1], ErrorLine("Can't allocate memory for ", "onewayst.~wk", "Memory Error"));
 
