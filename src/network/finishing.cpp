@@ -1,18 +1,24 @@
 #include "network/finishing.h"
 
+#include <algorithm>
 #include <cstring>
 
+#include "frd/block_reader.h"
 #include "frd/control.h"
 #include "frd/files.h"
 #include "frd/key_tree.h"
 #include "frd/log.h"
 #include "frd/long_pass.h"
 #include "frd/memory.h"
+#include "frd/parallel.h"
 #include "network/network_data.h"
 #include "network/network_files.h"
 
 namespace zatlib {
 namespace {
+
+constexpr int64_t kBlockRecords = 0x4000;  // records of a file that are read at a time
+constexpr int64_t kRecordsOfPart = 2048;   // and that a thread takes at a time
 
 // Reads the first `count` records of a file of the output folder; false when it cannot be opened
 // or is shorter.
@@ -43,22 +49,40 @@ int64_t CountRecords(const char* path, size_t size) {
   return static_cast<int64_t>(FileSize(path) / size);
 }
 
+// A link's flags as the nodes take them; kDummyFlags for a dummy link, which no node counts.
+using NodeFlags = uint16_t;
+constexpr NodeFlags kDummyFlags = 0x100;
+
+NodeFlags FlagsForNodes(const LinkNameRecord& link) {
+  return link.RoadKind >= kDummyRoadKind ? kDummyFlags : link.Flags;
+}
+
 // The attribute of one node from its links' flags, and the flags of its slots.
-uint8_t NodeAttribute(const NodeLinks& links, const LinkNameRecord* names, int64_t link_count,
+uint8_t NodeAttribute(const NodeLinks& links, const NodeFlags* flags_of, int64_t link_count,
                       SlotBytes* slots) {
-  uint8_t attribute = 0;
-  int plain = 0;
+  unsigned attribute = 0;
+  bool plain = false;
   for (int s = 0; s < kSlots; ++s) {
     const int32_t link = links.Link[s];
     slots->Slot[s] = 0;
-    if (link < 0 || link >= link_count || names[link].RoadKind >= kDummyRoadKind) continue;
-    const uint8_t flags = names[link].Flags;
-    slots->Slot[s] = flags;
-    if (flags == 0) ++plain;
-    attribute = static_cast<uint8_t>(attribute | flags);
+    if (link < 0 || link >= link_count) continue;
+    const NodeFlags flags = flags_of[link];
+    if (flags == kDummyFlags) continue;
+    slots->Slot[s] = static_cast<uint8_t>(flags);
+    plain = plain || flags == 0;
+    attribute |= flags;
   }
   // One link without flags makes the node an ordinary one.
-  return plain > 0 ? 0 : attribute;
+  return plain ? 0 : static_cast<uint8_t>(attribute);
+}
+
+// Calls body(i) for the records of a block, on the threads beside the calling one.
+template <typename Body>
+void StartParts(Workers& workers, int64_t count, Body body) {
+  workers.Start((count + kRecordsOfPart - 1) / kRecordsOfPart, [count, body](int64_t part) {
+    const int64_t end = std::min((part + 1) * kRecordsOfPart, count);
+    for (int64_t i = part * kRecordsOfPart; i < end; ++i) body(i);
+  });
 }
 
 int FinishNodeAttribute(WindowHandle owner, const char* control_file, int64_t* node_count,
@@ -73,26 +97,36 @@ int FinishNodeAttribute(WindowHandle owner, const char* control_file, int64_t* n
   const int64_t l = CountRecords(link_name_path.c_str(), sizeof(LinkNameRecord));
   *node_count = n;
   *link_count = l;
-  PageArray<NodeLinks> node_links;
-  PageArray<NodeNameRecord> node_names;
-  PageArray<uint8_t> attributes;
-  PageArray<LinkNameRecord> link_names;
-  PageArray<SlotBytes> connections;
-  if (n > kMaxRecords || l > kMaxRecords || !node_links.Allocate(static_cast<uint64_t>(n)) ||
-      !node_names.Allocate(static_cast<uint64_t>(n)) ||
-      !attributes.Allocate(static_cast<uint64_t>(n) + 2) ||
-      !link_names.Allocate(static_cast<uint64_t>(l) + 2) ||
-      !connections.Allocate(static_cast<uint64_t>(n))) {
+  const auto fail_memory = [owner, n, l] {
     ReportError(owner, "Memory Error in BRN_FinishNodeAttribute",
                 "Can't allocate the memory for 5 indexes (node=%ld,link=%ld) !", ShownAs<long>(n),
                 ShownAs<long>(l));
     return 0;
+  };
+  // What is written is held; of the links their flags are enough, and the nodes' links pass by.
+  PageArray<NodeNameRecord> node_names;
+  PageArray<uint8_t> attributes;
+  PageArray<NodeFlags> flags;
+  PageArray<SlotBytes> connections;
+  if (n > kMaxRecords || l > kMaxRecords || !node_names.Allocate(static_cast<uint64_t>(n)) ||
+      !attributes.Allocate(static_cast<uint64_t>(n) + 2) ||
+      !flags.Allocate(static_cast<uint64_t>(l) + 2) ||
+      !connections.Allocate(static_cast<uint64_t>(n))) {
+    return fail_memory();
   }
-  if (!LoadCounted(node_link_path.c_str(), &node_links, n)) {
+  const auto fail_links = [&] {
     ReportError(owner, kFileTitle, "Can't read the NodeLinkIndex file (%s) !",
                 node_link_path.c_str());
     return 0;
-  }
+  };
+  const auto fail_names = [&] {
+    ReportError(owner, kFileTitle, "Can't read the LinkName file (%s) !", link_name_path.c_str());
+    return 0;
+  };
+  BlockReader node_links;
+  LoadResult opened = node_links.Open(node_link_path.c_str(), sizeof(NodeLinks), kBlockRecords);
+  if (opened == LoadResult::kNoMemory) return fail_memory();
+  if (opened != LoadResult::kLoaded || node_links.count() != n) return fail_links();
   if (!LoadFile(node_name_path.c_str(), &node_names, n)) {
     ReportError(owner, kFileTitle, "Can't read the NodeName file (%s) !", node_name_path.c_str());
     return 0;
@@ -102,15 +136,36 @@ int FinishNodeAttribute(WindowHandle owner, const char* control_file, int64_t* n
                 attribute_path.c_str());
     return 0;
   }
-  if (!LoadCounted(link_name_path.c_str(), &link_names, l)) {
-    ReportError(owner, kFileTitle, "Can't read the LinkName file (%s) !", link_name_path.c_str());
-    return 0;
+  BlockReader link_names;
+  opened = link_names.Open(link_name_path.c_str(), sizeof(LinkNameRecord), kBlockRecords);
+  if (opened == LoadResult::kNoMemory) return fail_memory();
+  if (opened != LoadResult::kLoaded || link_names.count() != l) return fail_names();
+
+  Workers workers;
+  while (link_names.records_in_block() > 0) {
+    const auto* const names = link_names.records<LinkNameRecord>();
+    NodeFlags* const out = flags.data() + link_names.first();
+    StartParts(workers, link_names.records_in_block(),
+               [=](int64_t i) { out[i] = FlagsForNodes(names[i]); });
+    link_names.Advance();
+    workers.Finish();
   }
-  for (uint64_t i = 0; i < static_cast<uint64_t>(n); ++i) {
-    if (CancelledAt(static_cast<int64_t>(i))) return 0;
-    const uint8_t attribute = NodeAttribute(node_links[i], link_names.data(), l, &connections[i]);
-    attributes[i] = attribute;
-    node_names[i].Attribute = attribute;
+  if (link_names.failed()) return fail_names();
+  link_names.Close();
+  while (node_links.records_in_block() > 0) {
+    const int64_t first = node_links.first();
+    const int64_t count = node_links.records_in_block();
+    const auto* const links = node_links.records<NodeLinks>();
+    StartParts(workers, count, [=, &node_names, &attributes, &flags, &connections](int64_t i) {
+      const auto node = static_cast<uint64_t>(first + i);
+      const uint8_t attribute = NodeAttribute(links[i], flags.data(), l, &connections[node]);
+      attributes[node] = attribute;
+      node_names[node].Attribute = attribute;
+    });
+    node_links.Advance();
+    workers.Finish();
+    if (node_links.failed()) return fail_links();
+    if (CancelledWithin(first, first + count)) return 0;
   }
   if (!SaveRecords(node_name_path.c_str(), node_names, n)) {
     ReportError(owner, kFileTitle, "Can't write the NodeName file (%s) !", node_name_path.c_str());

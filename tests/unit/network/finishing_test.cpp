@@ -1,5 +1,8 @@
 #include "network/finishing.h"
 
+#include <tuple>
+
+#include "frd/parallel.h"
 #include "network_stores.h"
 
 namespace zatlib::test::network {
@@ -165,6 +168,42 @@ TEST_P(FinishingTest, AttributesReportWhatCannotBeReadOrWritten) {
                             "File Error in BRN_FinishNodeAttribute", "nodeattr.dat"),
                      Report("Can't write the CalcAttribute file (%s) !",
                             "File Error in BRN_FinishNodeAttribute", "mapattr.dat")}));
+}
+
+// 40000 nodes and links, more than one block of any file: node i has the links i and 39999 - i.
+// Link k is plain for k = 0, 4, 8..., toll (1) for 1, 5..., a dummy for 2, 6... and a ferry (4) for
+// 3, 7... 39999 - i is 3, 2, 1, 0 behind a multiple of 4 for i = 0, 1, 2, 3 and so on.
+TEST_P(FinishingTest, AttributesOfManyNodes) {
+  std::vector<std::vector<int64_t>> nodes;
+  std::vector<std::pair<int, int>> links;
+  std::string attributes;
+  std::string connections;
+  for (int i = 0; i < 40000; ++i) {
+    nodes.push_back({i, 39999 - i});
+    links.push_back(std::vector<std::pair<int, int>>{{0, 1}, {1, 1}, {1, 99}, {4, 98}}[i % 4u]);
+    // Plain and ferry; toll and dummy; dummy and toll; ferry and plain.
+    attributes += std::string("\0\1\1\0", 4)[i % 4u];
+    connections += std::string("\0\4\1\0\0\1\4\0", 8).substr(i % 4u * 2, 2) + std::string(6, '\0');
+  }
+  for (const int threads : {1, 2, 5}) {
+    SetThreadCount(threads);
+    SaveNetwork(nodes, links);
+    EXPECT_EQ(FinishAttributes(), 1);
+    EXPECT_TRUE(FileBytes("nodeattr.dat") == attributes) << threads;
+    EXPECT_TRUE(FileBytes("mapattr.dat") == connections) << threads;
+    EXPECT_EQ(Record(FileBytes("nodename.dat"), 39997, 32), NodeNameBytes("name", 0x1234, 1));
+  }
+  SetThreadCount(0);
+  // The second block of the links' names, and that of the nodes' links.
+  for (const auto& [number, message, name] :
+       {std::tuple{5, "Can't read the LinkName file (%s) !", "linkname.dat"},
+        std::tuple{7, "Can't read the NodeLinkIndex file (%s) !", "nodelink.idx"}}) {
+    ClearLog();
+    platform::ArmFault(platform::Operation::kRead, number, false);
+    EXPECT_EQ(FinishAttributes(), 0);
+    platform::ClearFaults();
+    EXPECT_EQ(Reports(), Lines{Report(message, "File Error in BRN_FinishNodeAttribute", name)});
+  }
 }
 
 TEST_P(FinishingTest, AttributesReportMissingMemory) {
