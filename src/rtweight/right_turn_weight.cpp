@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdarg>
+#include <cstring>
 #include <new>
 #include <utility>
 
@@ -17,12 +18,11 @@ namespace {
 constexpr char kTitle[] = "Fatal Error in MM_CreateRightTurnWeight";
 constexpr char kLoadCodesTitle[] = "Fatal Error in MM_SUB_LoadLinkCodes";
 constexpr char kLimitSection[] = "ROADFLAG";
-constexpr double kDegreesPerUnit = 1000000.0;  // coordinates are millionths of a degree
-constexpr int kDefaultRight = 45;              // degrees
-constexpr int kDefaultLeft = 135;              // degrees
-constexpr int64_t kNodesOfPart = 1024;         // that a thread takes at a time
-constexpr int64_t kLinksOfPart = 8192;         // likewise
-constexpr uint32_t kWritePart = 1u << 30;      // bytes of one system write at most
+constexpr int kDefaultRight = 45;          // degrees
+constexpr int kDefaultLeft = 135;          // degrees
+constexpr int64_t kNodesOfPart = 1024;     // that a thread takes at a time
+constexpr int64_t kLinksOfPart = 8192;     // likewise
+constexpr uint32_t kWritePart = 1u << 30;  // bytes of one system write at most
 
 // A shape holder in page memory, so that a machine without memory is noticed and not met by an
 // exception.
@@ -140,25 +140,29 @@ int SaveWeights(WindowHandle owner, const char* folder, const SlotBytes* weights
   return 1;
 }
 
-// The ends of the shape of the link in a slot.
-void LoadEnds(const NodeLinks& links, int slot, const TurnTables& tables, LinkEnds* ends) {
-  ends->usable = false;
-  const int32_t link = links.Link[slot];
-  if (link < 0 || link >= tables.link_count) return;
-  const int32_t position = tables.shape_of_link[link];
-  if (position < 0) return;
-  const ShapeEnds& shape = tables.shapes->ends(position);
-  ends->usable = true;
-  ends->end[0] = EndOfShape(shape.First, shape.Second);
-  ends->end[1] = EndOfShape(shape.Last, shape.BeforeLast);
+EndWay WorkOutWay(const ShapePoint& end, const ShapePoint& beside) {
+  EndWay way;
+  way.x = InDegrees(beside.X) - InDegrees(end.X);
+  way.y = InDegrees(beside.Y) - InDegrees(end.Y);
+  way.square = way.x * way.x + way.y * way.y;
+  way.length = std::sqrt(way.square);
+  return way;
 }
 
-// The turn from one end to another at the same point.
-bool IsWeighted(const TurnEnd& in, const TurnEnd& out, const TurnLimits& limits) {
-  const double dx_in = -in.away_x;
-  const double dy_in = -in.away_y;
-  const double dx_out = out.away_x;
-  const double dy_out = out.away_y;
+const EndWay& WayFrom(LinkEnds* link, int end) {
+  if (!link->known[end]) {
+    link->way[end] = WorkOutWay(link->point[end], link->beside[end]);
+    link->known[end] = true;
+  }
+  return link->way[end];
+}
+
+// The turn from one way to another one with the same end.
+bool IsWeighted(const EndWay& in, const EndWay& out, const TurnLimits& limits) {
+  const double dx_in = -in.x;
+  const double dy_in = -in.y;
+  const double dx_out = out.x;
+  const double dy_out = out.y;
   // A segment that runs exactly east-west or north-south beside the junction weights nothing; maps
   // in use were made so, and routes computed on them would change.
   if (dx_in * dy_in == 0.0 || dx_out * dy_out == 0.0) return false;
@@ -181,36 +185,218 @@ bool IsWeighted(const TurnEnd& in, const TurnEnd& out, const TurnLimits& limits)
 bool IsSamePoint(const ShapePoint& a, const ShapePoint& b) { return a.X == b.X && a.Y == b.Y; }
 
 // The turn from one link onto another.
-bool IsWeighted(const LinkEnds& in, const LinkEnds& out, const TurnLimits& limits) {
-  if (!in.usable || !out.usable) return false;
-  for (const TurnEnd& arrival : in.end) {
-    for (const TurnEnd& departure : out.end) {
-      if (IsSamePoint(arrival.point, departure.point)) {
-        return IsWeighted(arrival, departure, limits);
+bool IsWeighted(LinkEnds* in, LinkEnds* out, const TurnLimits& limits) {
+  if (!in->usable || !out->usable) return false;
+  for (int i = 0; i < 2; ++i) {
+    for (int o = 0; o < 2; ++o) {
+      if (IsSamePoint(in->point[i], out->point[o])) {
+        return IsWeighted(WayFrom(in, i), WayFrom(out, o), limits);
       }
     }
   }
   return false;
 }
 
-// The weights of one node; `links` as in MM_SUB_LoadNodeTurns.
-SlotBytes WeighNode(const CalcNode& node, const NodeLinks* links, const TurnTables& tables,
-                    const TurnLimits& limits, NodeTurns* turns) {
-  SlotBytes weights = {};
-  if (node.OtherNode[0] < 0 || node.OtherNode[1] < 0 || node.OtherNode[2] < 0) {
-    return weights;  // fewer than 3 neighbours
+// A node of a group, with the shapes of the links in its slots.
+struct GroupNode {
+  int64_t number;
+  int slots;               // occupied slots, 3 or more
+  int first_slot[kSlots];  // the first slot of the same neighbour, whose link counts
+  int32_t shape[kSlots];   // its position, -1 = none; of first slots only
+  ShapeEnds ends[kSlots];  // where there is a shape
+};
+
+// The weights of any node.
+SlotBytes WeighAnyNode(const GroupNode& node, const TurnLimits& limits) {
+  LinkEnds ends[kSlots];
+  for (int s = 0; s < node.slots; ++s) {
+    if (node.shape[s] >= 0) ends[s] = EndsOfShape(node.ends[s]);
   }
-  MM_SUB_LoadNodeTurns(node, links, tables, turns);
-  for (int a = 0; a < turns->slots; ++a) {
-    const LinkEnds& in = turns->ends[turns->first_slot[a]];
-    for (int b = 0; b < turns->slots; ++b) {
-      if (IsWeighted(in, turns->ends[turns->first_slot[b]], limits)) {
+  SlotBytes weights = {};
+  for (int a = 0; a < node.slots; ++a) {
+    for (int b = 0; b < node.slots; ++b) {
+      if (IsWeighted(&ends[node.first_slot[a]], &ends[node.first_slot[b]], limits)) {
         weights.Slot[a] |= static_cast<uint8_t>(0x80 >> b);
       }
     }
   }
   return weights;
 }
+
+// Where the shapes of a node meet: bit s is set when that of slot s meets the others at its last
+// point, clear when at its first one. Returns false when that is not so plain: shapes are missing,
+// begin where they end, share both ends or have no point in common.
+bool FindMeeting(const GroupNode& node, unsigned* at_last) {
+  uint64_t first[kSlots];
+  uint64_t last[kSlots];
+  bool good = true;
+  for (int s = 0; s < node.slots; ++s) {
+    good = good && node.shape[s] >= 0;  // a later slot of the same neighbour has none
+    std::memcpy(&first[s], &node.ends[s].First, sizeof first[s]);
+    std::memcpy(&last[s], &node.ends[s].Last, sizeof last[s]);
+  }
+  if (!good) return false;
+  bool all_at_first = true;
+  bool all_at_last = true;
+  for (int s = 1; s < node.slots; ++s) {
+    all_at_first &= (first[s] == first[0]) | (last[s] == first[0]);
+    all_at_last &= (first[s] == last[0]) | (last[s] == last[0]);
+  }
+  if (all_at_first == all_at_last) return false;
+  const uint64_t meeting = all_at_first ? first[0] : last[0];
+  unsigned ends = 0;
+  bool plain = true;
+  for (int s = 0; s < node.slots; ++s) {
+    plain &= first[s] != last[s];
+    const unsigned is_last = last[s] == meeting;
+    ends |= is_last << s;
+    // The other end, which must be that of no other shape.
+    const uint64_t other = first[s] ^ last[s] ^ meeting;
+    for (int before = 0; before < s; ++before) {
+      plain &= (first[before] ^ last[before] ^ meeting) != other;
+    }
+  }
+  *at_last = ends;
+  return plain;
+}
+
+// Ways of up to kCount shapes, side by side, and what their turns weigh: the bit of the slot, 0x80
+// >> slot, or nothing for a way along an axis, which takes no part, and behind the last slot.
+template <int kCount>
+struct WaysOfNode {
+  double x[kCount] = {};
+  double y[kCount] = {};
+  double length[kCount];
+  double weight[kCount];
+
+  void WorkOutRest() {
+    for (int s = 0; s < kCount; ++s) length[s] = std::sqrt(x[s] * x[s] + y[s] * y[s]);
+    for (int s = 0; s < kCount; ++s) weight[s] = x[s] * y[s] != 0.0 ? kSlotBit[s] : 0.0;
+  }
+
+  static constexpr double kSlotBit[] = {128, 64, 32, 16, 8, 4, 2, 1};
+};
+
+// The next three functions tell what IsWeighted tells, in a form that needs no branches: which way
+// a turn goes is as good as random. A turn is a left one when the departure lies beyond the line of
+// the arrival, above it for an arrival from the west, below it for one from the east: `side` is 1
+// or -1.
+double WeighTurn(double side, double y_out, double line_y, double cosine, double weight,
+                 const TurnLimits& limits) {
+  const double limit = side * y_out > side * line_y ? limits.cos_left : limits.cos_right;
+  return limit >= cosine ? weight : 0.0;
+}
+
+// The turns from way `a` to all ways.
+template <int kCount>
+unsigned WeighArrival(const WaysOfNode<kCount>& ways, int a, const TurnLimits& limits) {
+  if (ways.weight[a] == 0.0) return 0;
+  const double dx_in = -ways.x[a];
+  const double dy_in = -ways.y[a];
+  const double length_in = ways.length[a];
+  const double side = dx_in > 0.0 ? 1.0 : -1.0;
+  double weights[kCount];
+  for (int b = 0; b < kCount; ++b) {
+    const double cosine = (dx_in * ways.x[b] + dy_in * ways.y[b]) / (ways.length[b] * length_in);
+    const double line_y = ways.x[b] * dy_in / dx_in;
+    weights[b] = WeighTurn(side, ways.y[b], line_y, cosine, ways.weight[b], limits);
+  }
+  double sum = 0.0;
+  for (int b = 0; b < kCount; ++b) sum += weights[b];
+  return static_cast<unsigned>(static_cast<int>(sum));
+}
+
+// The turn back over each of the ways.
+template <int kCount>
+unsigned WeighTurnsBack(const WaysOfNode<kCount>& ways, const TurnLimits& limits) {
+  double weights[kCount];
+  for (int s = 0; s < kCount; ++s) {
+    const double dx_in = -ways.x[s];
+    const double dy_in = -ways.y[s];
+    const double cosine =
+        (dx_in * ways.x[s] + dy_in * ways.y[s]) / (ways.length[s] * ways.length[s]);
+    const double line_y = ways.x[s] * dy_in / dx_in;
+    const double side = dx_in > 0.0 ? 1.0 : -1.0;
+    weights[s] = WeighTurn(side, ways.y[s], line_y, cosine, ways.weight[s], limits);
+  }
+  double sum = 0.0;
+  for (int s = 0; s < kCount; ++s) sum += weights[s];
+  return static_cast<unsigned>(static_cast<int>(sum));
+}
+
+// The weights of a node whose shapes meet in one point. Slots up to kCount.
+template <int kCount>
+SlotBytes WeighMeeting(const GroupNode& node, unsigned at_last, const TurnLimits& limits) {
+  WaysOfNode<kCount> at_node;
+  WaysOfNode<kCount> at_first;  // the turn back is measured at the first end
+  for (int s = 0; s < node.slots; ++s) {
+    const ShapeEnds& ends = node.ends[s];
+    const double x[] = {InDegrees(ends.Second.X) - InDegrees(ends.First.X),
+                        InDegrees(ends.BeforeLast.X) - InDegrees(ends.Last.X)};
+    const double y[] = {InDegrees(ends.Second.Y) - InDegrees(ends.First.Y),
+                        InDegrees(ends.BeforeLast.Y) - InDegrees(ends.Last.Y)};
+    at_first.x[s] = x[0];
+    at_first.y[s] = y[0];
+    at_node.x[s] = x[at_last >> s & 1];
+    at_node.y[s] = y[at_last >> s & 1];
+  }
+  at_first.WorkOutRest();
+  at_node.WorkOutRest();
+  const unsigned backs = WeighTurnsBack(at_first, limits);
+  SlotBytes weights = {};
+  for (int a = 0; a < node.slots; ++a) {
+    const unsigned back = 0x80u >> a;
+    const unsigned turns = WeighArrival(at_node, a, limits);
+    weights.Slot[a] = static_cast<uint8_t>((turns & ~back) | (backs & back));
+  }
+  return weights;
+}
+
+SlotBytes WeighNode(const GroupNode& node, const TurnLimits& limits) {
+  unsigned at_last = 0;
+  if (!FindMeeting(node, &at_last)) return WeighAnyNode(node, limits);
+  return node.slots <= 4 ? WeighMeeting<4>(node, at_last, limits)
+                         : WeighMeeting<kSlots>(node, at_last, limits);
+}
+
+// A run of nodes that are worked on together. Each look-up is made for all of them before the next
+// one, so that the processor can wait for many places of the tables at a time.
+struct NodeGroup {
+  static constexpr int kSize = 16;
+
+  GroupNode nodes[kSize];
+  int count = 0;
+
+  // Takes a node with 3 neighbours or more; `links` is null where it has none.
+  void Add(int64_t number, const CalcNode& calc_node, const NodeLinks* links) {
+    GroupNode& node = nodes[count++];
+    node.number = number;
+    const int32_t* const other = calc_node.OtherNode;
+    for (node.slots = 0; node.slots < kSlots && other[node.slots] >= 0; ++node.slots) {
+      const int slot = node.slots;
+      const auto first = static_cast<int>(std::find(other, other + slot, other[slot]) - other);
+      node.first_slot[slot] = first;
+      node.shape[slot] = first == slot && links != nullptr ? links->Link[slot] : -1;
+    }
+  }
+
+  void Weigh(const TurnTables& tables, const TurnLimits& limits, SlotBytes* weights) {
+    for (int n = 0; n < count; ++n) {
+      for (int s = 0; s < nodes[n].slots; ++s) {
+        int32_t& shape = nodes[n].shape[s];
+        if (shape >= 0) shape = shape < tables.link_count ? tables.shape_of_link[shape] : -1;
+      }
+    }
+    for (int n = 0; n < count; ++n) {
+      GroupNode& node = nodes[n];
+      for (int s = 0; s < node.slots; ++s) {
+        if (node.shape[s] >= 0) node.ends[s] = tables.shapes->ends(node.shape[s]);
+      }
+    }
+    for (int n = 0; n < count; ++n) weights[nodes[n].number] = WeighNode(nodes[n], limits);
+    count = 0;
+  }
+};
 
 double CosineLimit(const char* road_definition, const char* key, int default_degrees) {
   const int degrees =
@@ -277,41 +463,24 @@ int MM_SUB_LoadLinkCodes(int64_t link_count, FeatureCode* codes, const char* con
   return 1;
 }
 
-TurnEnd EndOfShape(const ShapePoint& end, const ShapePoint& beside) {
-  TurnEnd turn;
-  turn.point = end;
-  turn.away_x = beside.X / kDegreesPerUnit - end.X / kDegreesPerUnit;
-  turn.away_y = beside.Y / kDegreesPerUnit - end.Y / kDegreesPerUnit;
-  turn.square = turn.away_x * turn.away_x + turn.away_y * turn.away_y;
-  turn.length = std::sqrt(turn.square);
-  return turn;
+LinkEnds EndsOfShape(const ShapeEnds& shape) {
+  LinkEnds ends;
+  ends.usable = true;
+  ends.point[0] = shape.First;
+  ends.beside[0] = shape.Second;
+  ends.point[1] = shape.Last;
+  ends.beside[1] = shape.BeforeLast;
+  return ends;
 }
 
-void MM_SUB_LoadNodeTurns(const CalcNode& node, const NodeLinks* links, const TurnTables& tables,
-                          NodeTurns* turns) {
-  const int32_t* other = node.OtherNode;
-  turns->slots = 0;
-  while (turns->slots < kSlots && other[turns->slots] >= 0) ++turns->slots;
-  std::copy(other, other + turns->slots, turns->neighbour);
-  for (int slot = 0; slot < turns->slots; ++slot) {
-    const auto first = static_cast<int>(std::find(other, other + slot, other[slot]) - other);
-    turns->first_slot[slot] = first;
-    if (first != slot) continue;
-    if (links == nullptr) {
-      turns->ends[slot].usable = false;
-    } else {
-      LoadEnds(*links, slot, tables, &turns->ends[slot]);
-    }
-  }
-}
-
-int MM_SUB_IsWeightedTurn(int32_t arrival, const NodeTurns& node, int32_t departure,
+int MM_SUB_IsWeightedTurn(int32_t arrival, NodeTurns* node, int32_t departure,
                           const TurnLimits& limits) {
-  const int32_t* const end = node.neighbour + node.slots;
-  const auto in_slot = std::find(node.neighbour, end, arrival) - node.neighbour;
-  const auto out_slot = std::find(node.neighbour, end, departure) - node.neighbour;
-  if (in_slot == node.slots || out_slot == node.slots) return 0;
-  return IsWeighted(node.ends[in_slot], node.ends[out_slot], limits) ? 1 : 0;
+  const int32_t* const begin = node->neighbour;
+  const int32_t* const end = begin + node->slots;
+  const auto in_slot = std::find(begin, end, arrival) - begin;
+  const auto out_slot = std::find(begin, end, departure) - begin;
+  if (in_slot == node->slots || out_slot == node->slots) return 0;
+  return IsWeighted(&node->ends[in_slot], &node->ends[out_slot], limits) ? 1 : 0;
 }
 
 int MM_RightTurnWeightMain(const TurnTables& tables, SlotBytes* weights, const char* folder,
@@ -328,11 +497,18 @@ int MM_RightTurnWeightMain(const TurnTables& tables, SlotBytes* weights, const c
     const auto* const links = node_links.records<NodeLinks>();
     SlotBytes* const out = weights + nodes.first();
     workers.Start((count + kNodesOfPart - 1) / kNodesOfPart, [&, count, known](int64_t part) {
-      NodeTurns turns;
+      NodeGroup group;
       const int64_t end = std::min((part + 1) * kNodesOfPart, count);
       for (int64_t n = part * kNodesOfPart; n < end; ++n) {
-        out[n] = WeighNode(node[n], n < known ? links + n : nullptr, tables, limits, &turns);
+        const int32_t* const other = node[n].OtherNode;
+        if (other[0] < 0 || other[1] < 0 || other[2] < 0) {
+          out[n] = {};  // fewer than 3 neighbours
+          continue;
+        }
+        group.Add(n, node[n], n < known ? links + n : nullptr);
+        if (group.count == NodeGroup::kSize) group.Weigh(tables, limits, out);
       }
+      group.Weigh(tables, limits, out);
     });
     const bool read = nodes.Advance() && node_links.Advance();
     workers.Finish();

@@ -27,20 +27,36 @@ struct TurnTables {
 // Nodes read at a time, between two looks for a cancel.
 inline constexpr int64_t kBlockNodes = 0x4000;
 
-// One end of a link's shape, and the way from it along the shape to the point beside it.
-struct TurnEnd {
-  ShapePoint point;
-  double away_x;  // degrees
-  double away_y;
-  double square;  // of the way's length
+// A coordinate in degrees: the double nearest to units / 1000000, as a division gives it, without
+// the time of one. The millionth is split into a part of 22 bits, whose product with a coordinate
+// of 32 bits is exact, and a small rest. No quotient lies so close to the middle of two doubles (it
+// keeps 1 / (15625 x 2^54) of itself away) that the rounding of the rest (2^-75) could matter.
+inline double InDegrees(int32_t units) {
+  constexpr double kMillionth = 0x218DEFp-41;
+  constexpr double kRest = 0x1.05AF6C69B5A64p-43;
+  return units * kMillionth + units * kRest;
+}
+
+// The way from an end of a shape to the point beside it.
+struct EndWay {
+  double x;  // degrees
+  double y;
+  double square;  // of its length
   double length;
 };
 
-// What a link's shape has to say about turns: its first point, and its last one.
+// What a link's shape has to say about turns: its first point (0) and its last one (1), each with
+// the point beside it.
 struct LinkEnds {
   bool usable = false;  // false: the link or its shape is missing, or the shape has no 2 points
-  TurnEnd end[2];
+  bool known[2] = {};   // the ways that have been worked out, as few are ever asked for
+  ShapePoint point[2];
+  ShapePoint beside[2];
+  EndWay way[2];
 };
+
+// The ends of a shape, with no way worked out yet.
+LinkEnds EndsOfShape(const ShapeEnds& shape);
 
 // A node's neighbours in slot order, each with the link toward it.
 struct NodeTurns {
@@ -78,17 +94,10 @@ int MM_SUB_LoadLinkCodes(int64_t link_count, FeatureCode* codes, const char* con
 int MM_RightTurnWeightMain(const TurnTables& tables, SlotBytes* weights, const char* folder,
                            Workers& workers);
 
-// The end of a shape at a point, with the point beside it.
-TurnEnd EndOfShape(const ShapePoint& end, const ShapePoint& beside);
-
-// Looks up a node's neighbours and the ends of its links, once for all of its turns. `links` is
-// null for a node behind the end of nodelink.idx.
-void MM_SUB_LoadNodeTurns(const CalcNode& node, const NodeLinks* links, const TurnTables& tables,
-                          NodeTurns* turns);
-
 // 1 when the turn at a node from the neighbour `arrival` toward the neighbour `departure` is
-// weighted, else 0. Of several links toward one neighbour the first one counts.
-int MM_SUB_IsWeightedTurn(int32_t arrival, const NodeTurns& node, int32_t departure,
+// weighted, else 0. Of several links toward one neighbour the first one counts. Works out the ways
+// that it needs.
+int MM_SUB_IsWeightedTurn(int32_t arrival, NodeTurns* node, int32_t departure,
                           const TurnLimits& limits);
 
 }  // namespace zatlib

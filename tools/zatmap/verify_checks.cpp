@@ -1198,13 +1198,12 @@ class Verifier {
       const int32_t link = links.Link[s];
       if (link < 0 || link >= std::ssize(ends) || !ends[static_cast<size_t>(link)].usable) continue;
       const Ends& shape = ends[static_cast<size_t>(link)];
-      turns.ends[s].usable = true;
-      turns.ends[s].end[0] = zatlib::EndOfShape(shape.first, shape.second);
-      turns.ends[s].end[1] = zatlib::EndOfShape(shape.last, shape.before_last);
+      turns.ends[s] =
+          zatlib::EndsOfShape({shape.first, shape.second, shape.before_last, shape.last});
     }
     for (int a = 0; a < turns.slots; ++a) {
       for (int b = 0; b < turns.slots; ++b) {
-        if (zatlib::MM_SUB_IsWeightedTurn(turns.neighbour[a], turns, turns.neighbour[b], limits) !=
+        if (zatlib::MM_SUB_IsWeightedTurn(turns.neighbour[a], &turns, turns.neighbour[b], limits) !=
             0) {
           weights->Slot[a] = static_cast<uint8_t>(weights->Slot[a] | 0x80 >> b);
         }
