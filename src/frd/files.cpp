@@ -230,29 +230,37 @@ char* EndOfWholeLines(char* begin, char* end, bool has_quotes) {
 }  // namespace
 
 bool LineReader::NextChunk(LineReader* chunk) {
-  const auto left = static_cast<size_t>(end_ - position_);
-  if (failed_ || (at_end_ && left == 0)) return false;
+  constexpr size_t kRoom = kChunkSize + kLineSize + 1;
+  if (failed_ || (at_end_ && position_ == end_)) return false;
   if (!block_ && !block_.Allocate(kLineSize + 1 + kLineMargin)) failed_ = true;
-  if (!chunk->block_ && !chunk->block_.Allocate(kChunkSize + kLineSize + 1 + kLineMargin)) {
-    failed_ = true;
-  }
+  if (!chunk->block_ && !chunk->block_.Allocate(kRoom + kLineMargin)) failed_ = true;
   if (failed_) return false;
   char* const begin = chunk->block_.data();
-  if (left > 0) std::memcpy(begin, position_, left);
-  char* end = begin + left;
-  if (!at_end_) {
+  // Lines that were read already come first: the rest of the last chunk, or of a block.
+  const size_t taken = std::min(static_cast<size_t>(end_ - position_), kRoom);
+  if (taken > 0) std::memcpy(begin, position_, taken);
+  position_ += taken;
+  char* end = begin + taken;
+  const bool reads = position_ == end_ && !at_end_;
+  if (reads) {
+    const auto wanted = static_cast<uint32_t>(std::min<size_t>(kRoom - taken, kChunkSize));
     uint32_t read = 0;
-    if (!file_.Read(end, kChunkSize, &read)) failed_ = true;
-    at_end_ = failed_ || read < kChunkSize;
+    if (!file_.Read(end, wanted, &read)) failed_ = true;
+    at_end_ = failed_ || read < wanted;
     end += read;
   }
   const auto size = static_cast<size_t>(end - begin);
   chunk->has_quotes_ = size > 0 && std::memchr(begin, '"', size) != nullptr;
-  char* cut = at_end_ ? end : EndOfWholeLines(begin, end, chunk->has_quotes_);
+  const bool last = at_end_ && position_ == end_;
+  char* cut = last ? end : EndOfWholeLines(begin, end, chunk->has_quotes_);
   if (static_cast<size_t>(end - cut) > kLineSize + 1) cut = end;
-  position_ = block_.data();
-  end_ = position_ + (end - cut);
-  std::memcpy(position_, cut, static_cast<size_t>(end - cut));
+  if (reads) {
+    position_ = block_.data();
+    end_ = position_ + (end - cut);
+    std::memcpy(position_, cut, static_cast<size_t>(end - cut));
+  } else {
+    position_ -= end - cut;
+  }
   chunk->position_ = begin;
   chunk->end_ = cut;
   chunk->at_end_ = true;

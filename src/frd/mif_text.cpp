@@ -71,4 +71,17 @@ MifPoint ReadMifPoint(LineReader& mif, MifPointTest test, int32_t* x, int32_t* y
   return MifPoint::kEnd;
 }
 
+MifPoint MifPoints::Next(int32_t* x, int32_t* y) {
+  while (at_ == run_.count) {
+    if (!stream_.Next(&run_)) return MifPoint::kEnd;
+    at_ = 0;
+  }
+  const Object& object = run_.records[at_++];
+  if (object.kind == MifPoint::kPoint) {
+    *x = object.x;
+    *y = object.y;
+  }
+  return object.kind;
+}
+
 }  // namespace zatlib

@@ -4,6 +4,7 @@
 #include <cstdint>
 
 #include "frd/files.h"
+#include "frd/record_stream.h"
 
 namespace zatlib {
 
@@ -29,5 +30,33 @@ enum class MifPointTest {
 // Reads lines up to the next Point or NONE object (any case); other lines are skipped.
 // Coordinates in millionths of a degree.
 MifPoint ReadMifPoint(LineReader& mif, MifPointTest test, int32_t* x, int32_t* y);
+
+// The Point and NONE objects of a file one after the other, as ReadMifPoint gives them, read on all
+// processors.
+class MifPoints {
+ public:
+  // `mif` is open, its header read. It is read to its end.
+  MifPoints(LineReader& mif, MifPointTest test) : stream_(mif, Read{test}) {}
+
+  // The next object; x and y are set for a point only.
+  MifPoint Next(int32_t* x, int32_t* y);
+
+ private:
+  struct Object {
+    MifPoint kind;
+    int32_t x;
+    int32_t y;
+  };
+  struct Read {
+    MifPointTest test;
+    ReadResult operator()(LineReader& lines, Object* object) const {
+      object->kind = ReadMifPoint(lines, test, &object->x, &object->y);
+      return object->kind == MifPoint::kEnd ? ReadResult::kEnd : ReadResult::kRecord;
+    }
+  };
+  RecordStream<Object, Read> stream_;
+  RecordRun<Object> run_;
+  int64_t at_ = 0;
+};
 
 }  // namespace zatlib

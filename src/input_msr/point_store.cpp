@@ -41,6 +41,7 @@ int CopyPointFile(WindowHandle owner, const char* control_file, int number, cons
       [&](RecordWriter& store, CopyProgress* progress) {
         if (BRN_SetMifInformation(owner, mif, control_file) == 0) return CopyResult::kStopped;
         in_header = false;
+        MifPoints points(mif, MifPointTest::kFirstWord);
         return CopyAmendedRecords<NodeStoreRecord>(
             mid, store, progress,
             [&](LineReader& lines, NodeStoreRecord* record) {
@@ -49,8 +50,7 @@ int CopyPointFile(WindowHandle owner, const char* control_file, int number, cons
             },
             [&](NodeStoreRecord* record) {
               // The end of the MIF ends the file as the end of the MID does.
-              if (ReadMifPoint(mif, MifPointTest::kFirstWord, &record->X, &record->Y) ==
-                  MifPoint::kEnd) {
+              if (points.Next(&record->X, &record->Y) == MifPoint::kEnd) {
                 return mif.failed() ? ReadResult::kUnfit : ReadResult::kEnd;
               }
               return record->X == 0 && record->Y == 0 ? ReadResult::kUnfit : ReadResult::kRecord;

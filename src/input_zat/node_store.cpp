@@ -46,12 +46,10 @@ int CopyNodeFile(WindowHandle owner, const char* control_file, int number, bool 
         };
         if (!mif_mode) return CopyRecords<NodeStoreRecord>(data, store, progress, read);
         // Every node of a MIF carries a point.
+        MifPoints points(mif, MifPointTest::kFirstLetters);
         return CopyAmendedRecords<NodeStoreRecord>(
             data, store, progress, read, [&](NodeStoreRecord* record) {
-              if (ReadMifPoint(mif, MifPointTest::kFirstLetters, &record->X, &record->Y) ==
-                  MifPoint::kEnd) {
-                return ReadResult::kUnfit;
-              }
+              if (points.Next(&record->X, &record->Y) == MifPoint::kEnd) return ReadResult::kUnfit;
               return record->X == 0 && record->Y == 0 ? ReadResult::kUnfit : ReadResult::kRecord;
             });
       });

@@ -155,28 +155,93 @@ FeatureCode ReadMsrCode(std::string_view line, LineReader& mid, int code_length)
   return {ComposeCode(high, 0.0, kIntegerCode).bits + static_cast<uint64_t>(low)};
 }
 
-Outcome CopyPline(Source& source, LineReader& mif, int32_t count, int record) {
-  std::string_view line;
-  for (int32_t i = 0; i < count; ++i) {
-    if (FRD_ReadLine(mif, kMifLineSize, &line) == 0) {
+// A line of a MIF file: a point of a Pline object, or whatever else its text says.
+struct MifLine {
+  ShapePoint point;
+  bool is_point;
+  uint32_t length;
+  const char* begin;
+
+  std::string_view text() const { return {begin, length}; }
+};
+
+ReadResult ReadMifLine(LineReader& lines, MifLine* line) {
+  std::string_view text;
+  if (FRD_ReadLine(lines, kMifLineSize, &text) == 0) return ReadResult::kEnd;
+  line->begin = text.data();
+  line->length = static_cast<uint32_t>(text.size());
+  const char* p = TakeCoordinate(text.data(), &line->point.X);
+  line->is_point = false;
+  if (p != nullptr && *p == ' ') {
+    p = TakeCoordinate(p + 1, &line->point.Y);
+    line->is_point = p != nullptr && (p == text.data() + text.size() || *p == ' ');
+  }
+  return ReadResult::kRecord;
+}
+
+ShapePoint PointOf(const MifLine& line) {
+  if (line.is_point) return line.point;
+  const std::string_view text = line.text();
+  const size_t blank = text.find(' ');
+  std::string_view x = text;
+  std::string_view y;
+  if (blank != std::string_view::npos) {
+    x = text.substr(0, blank);
+    y = text.substr(blank + 1);
+    y = y.substr(0, y.find(' '));
+  }
+  return {FRD_ParseFixed6(x), FRD_ParseFixed6(y)};
+}
+
+// Records of a stream one by one, or as many as stand side by side.
+template <typename Record, typename Read>
+class Cursor {
+ public:
+  Cursor(LineReader& file, Read read) : stream_(file, std::move(read)) {}
+
+  // False at the end of the file.
+  bool More() {
+    while (at_ == run_.count) {
+      if (!stream_.Next(&run_)) return false;
+      at_ = 0;
+    }
+    return true;
+  }
+  // Behind More: the next record, and those from it on that are there.
+  const Record* here() const { return run_.records + at_; }
+  int64_t ready() const { return run_.count - at_; }
+  void Pass(int64_t count) { at_ += count; }
+
+ private:
+  RecordStream<Record, Read> stream_;
+  RecordRun<Record> run_;
+  int64_t at_ = 0;
+};
+
+using MifLines = Cursor<MifLine, ReadResult (*)(LineReader&, MifLine*)>;
+
+Outcome CopyPline(Source& source, MifLines& mif, int32_t count, int record) {
+  for (int32_t item = 0; item < count;) {
+    if (!mif.More()) {
       return source.problem.Set("Can't read the MIF file (%s) at rec=%d in ITEM section",
                                 source.path, record);
     }
-    const size_t blank = line.find(' ');
-    std::string_view x = line;
-    std::string_view y;
-    if (blank != std::string_view::npos) {
-      x = line.substr(0, blank);
-      y = line.substr(blank + 1);
-      y = y.substr(0, y.find(' '));
+    ShapePoint points[64];
+    const auto part =
+        static_cast<int32_t>(std::min({int64_t{count} - item, mif.ready(), std::ssize(points)}));
+    int32_t good = 0;
+    for (; good < part; ++good) {
+      points[good] = PointOf(mif.here()[good]);
+      // Also what the style lines behind an object give that has fewer points than it says.
+      if (points[good].X == 0 && points[good].Y == 0) break;
     }
-    const ShapePoint point = {FRD_ParseFixed6(x), FRD_ParseFixed6(y)};
-    // Also what the style lines behind an object give that has fewer points than it says.
-    if (point.X == 0 && point.Y == 0) {
+    if (!source.output.AddPoints(points, good)) return Outcome::kNotWritten;
+    if (good < part) {
       return source.problem.Set("The Record of MIF file is invalid, at rec=%d in ITEM section",
                                 record);
     }
-    if (!source.output.AddPoint(point)) return Outcome::kNotWritten;
+    mif.Pass(part);
+    item += part;
   }
   return Outcome::kEnd;
 }
@@ -238,25 +303,37 @@ int ShowRecord(Source& source, int64_t record) {
   return FRD_SetProgress(static_cast<float>(cs.ProgressStart + share * cs.ProgressStep));
 }
 
-Outcome ReadMifRecords(Source& source, LineReader& mif, LineReader& mid, CodeReader code_of) {
+Outcome ReadMifRecords(Source& source, LineReader& mif_file, LineReader& mid_file,
+                       CodeReader code_of) {
   const ShapeContext& cs = *source.cs;
   ShapeOutput& output = source.output;
+  MifLines mif(mif_file, ReadMifLine);
+  const auto read_code = [&cs, code_of](LineReader& lines, FeatureCode* code) {
+    std::string_view line;
+    if (FRD_ReadLine(lines, kLineSize, &line) == 0) return ReadResult::kEnd;
+    *code = code_of(line, lines, cs.CodeLength);
+    return lines.long_field() ? ReadResult::kEnd : ReadResult::kRecord;
+  };
+  Cursor<FeatureCode, decltype(read_code)> mid(mid_file, read_code);
   std::string_view line;
   for (int64_t number = 1;; ++number) {
-    const int record = ShownAs<int>(number);
-    if (FRD_ReadLine(mid, kLineSize, &line) == 0) {
-      if (!mid.too_long() && !mid.failed()) return Outcome::kEnd;
+    const int record = static_cast<int>(number);
+    if (!mid.More()) {
+      if (!mid_file.too_long() && !mid_file.failed()) return Outcome::kEnd;
       return source.problem.Set("Can't read the Mid File (%s) at rec=%d", source.mid_path, record);
     }
-    const FeatureCode code = code_of(line, mid, cs.CodeLength);
+    const FeatureCode code = *mid.here();
+    mid.Pass(1);
     bool is_line = false;
-    for (;;) {
-      if (FRD_ReadLine(mif, kMifLineSize, &line) == 0) {
+    for (bool found = false; !found; mif.Pass(1)) {
+      if (!mif.More()) {
         return source.problem.Set("Can't read the MIF file (%s) at rec=%d", source.path, record);
       }
-      if (line.starts_with("Pline")) break;
-      is_line = line.starts_with("Line");
-      if (is_line) break;
+      if (mif.here()->is_point) continue;
+      is_line = mif.here()->text().starts_with("Line");
+      found = is_line || mif.here()->text().starts_with("Pline");
+      // The object's first line is good until the line behind it is asked for.
+      line = mif.here()->text();
     }
     if (!output.BeginRecord(code, is_line)) return Outcome::kNotWritten;
     int32_t count = 2;
@@ -379,25 +456,18 @@ ShapePoint PointOf(const ShapeLine& line) {
 Outcome ReadTextBlocks(Source& source, LineReader& text) {
   const ShapeContext& cs = *source.cs;
   ShapeOutput& output = source.output;
-  RecordStream stream = StreamRecords<ShapeLine>(text, [&cs](LineReader& lines, ShapeLine* line) {
-    return ReadShapeLine(lines, cs.CodeLength, line);
-  });
-  RecordRun<ShapeLine> run;
-  int64_t at = 0;  // line of the run
-  const auto more = [&] {
-    while (at == run.count) {
-      if (!stream.Next(&run)) return false;
-      at = 0;
-    }
-    return true;
+  const auto read_line = [&cs](LineReader& file, ShapeLine* line) {
+    return ReadShapeLine(file, cs.CodeLength, line);
   };
+  Cursor<ShapeLine, decltype(read_line)> lines(text, read_line);
   for (int64_t number = 1;; ++number) {
     const int record = ShownAs<int>(number);
-    if (!more()) {
+    if (!lines.More()) {
       if (text.failed()) return source.problem.Set("Can't read the file (%s) !", source.path);
       return Outcome::kEnd;
     }
-    ShapeLine head = run.records[at++];
+    ShapeLine head = *lines.here();
+    lines.Pass(1);
     if (head.kind != ShapeLine::Kind::kHead) {
       const FieldPair fields = FirstFields(head.text(), nullptr);
       head.code = ParseCode(fields.first, cs.CodeLength);
@@ -406,16 +476,16 @@ Outcome ReadTextBlocks(Source& source, LineReader& text) {
     const int32_t count = head.count;
     if (!output.BeginRecord(head.code, false)) return Outcome::kNotWritten;
     for (int32_t item = 0; item < count;) {
-      if (!more()) {
+      if (!lines.More()) {
         return source.problem.Set("Can't read the Item Data (%s) at rec=%d item=%d", source.path,
                                   record, static_cast<int>(item + 1));
       }
       ShapePoint points[64];
       const auto part = static_cast<int32_t>(
-          std::min({int64_t{count} - item, run.count - at, std::ssize(points)}));
-      for (int32_t i = 0; i < part; ++i) points[i] = PointOf(run.records[at + i]);
+          std::min({int64_t{count} - item, lines.ready(), std::ssize(points)}));
+      for (int32_t i = 0; i < part; ++i) points[i] = PointOf(lines.here()[i]);
       if (!output.AddPoints(points, part)) return Outcome::kNotWritten;
-      at += part;
+      lines.Pass(part);
       item += part;
     }
     output.EndRecord(count);
