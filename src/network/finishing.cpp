@@ -215,18 +215,23 @@ int FinishNames(WindowHandle owner, const char* control_file, const NameTexts& t
   const PathText store_path = OutputPath(control_file, texts.store);
   const PathText index_path = OutputPath(control_file, texts.index);
   const PathText names_path = OutputPath(control_file, texts.names);
-  PageArray<NameStoreRecord> store;
+  BlockReader store;
   PageArray<CodeIndexRecord> index;
   PageArray<Name> names;
   counts->stored = CountRecords(store_path.c_str(), sizeof(NameStoreRecord));
-  if (counts->stored > kMaxRecords || !store.Allocate(static_cast<uint64_t>(counts->stored))) {
+  const auto fail_store = [&] {
+    ReportError(owner, texts.file_title, texts.store_error, store_path.c_str());
+    return 0;
+  };
+  const LoadResult opened =
+      counts->stored > kMaxRecords
+          ? LoadResult::kNoMemory
+          : store.Open(store_path.c_str(), sizeof(NameStoreRecord), kBlockRecords);
+  if (opened == LoadResult::kNoMemory) {
     ReportError(owner, texts.memory_title, texts.store_memory, ShownAs<long>(counts->stored));
     return 0;
   }
-  if (!LoadCounted(store_path.c_str(), &store, counts->stored)) {
-    ReportError(owner, texts.file_title, texts.store_error, store_path.c_str());
-    return 0;
-  }
+  if (opened != LoadResult::kLoaded || store.count() != counts->stored) return fail_store();
   counts->records = CountRecords(index_path.c_str(), sizeof(CodeIndexRecord));
   const int64_t n = counts->records;
   if (n > kMaxRecords || !index.Allocate(static_cast<uint64_t>(n))) {
@@ -247,13 +252,28 @@ int FinishNames(WindowHandle owner, const char* control_file, const NameTexts& t
   }
   KeyTree tree;
   tree.Build(index.data(), n);
-  for (uint64_t i = 0; i < static_cast<uint64_t>(counts->stored); ++i) {
-    if (CancelledAt(static_cast<int64_t>(i))) return 0;
-    const int64_t found = tree.Find(store[i].Code.AsDouble());
-    const int32_t number = found < 0 ? -1 : index[static_cast<uint64_t>(found)].Number;
-    if (number < 0 || number >= n) continue;
-    put(store[i], &names[static_cast<uint64_t>(number)]);
-    ++counts->hits;
+  Workers workers;
+  while (store.records_in_block() > 0) {
+    const int64_t first = store.first();
+    const int64_t count = store.records_in_block();
+    const auto* const records = store.records<NameStoreRecord>();
+    // One after another, since a later name overwrites an earlier one.
+    workers.Start(1, [&, count, records](int64_t) {
+      for (int64_t i = 0; i < count; ++i) {
+        const int64_t found = tree.Find(records[i].Code.AsDouble());
+        const int32_t number = found < 0 ? -1 : index[static_cast<uint64_t>(found)].Number;
+        if (number < 0 || number >= n) continue;
+        put(records[i], &names[static_cast<uint64_t>(number)]);
+        ++counts->hits;
+      }
+    });
+    store.Advance();
+    workers.Finish();
+    if (store.failed()) {
+      counts->hits = 0;
+      return fail_store();
+    }
+    if (CancelledWithin(first, first + count)) return 0;
   }
   if (!SaveRecords(names_path.c_str(), names, n)) {
     ReportError(owner, texts.file_title, texts.save_error, names_path.c_str());

@@ -290,6 +290,45 @@ TEST_P(FinishingTest, NamesOfManyNodesAreFound) {
             "lnNumNode=3000, Storage=4000, HitNodeName=1000, BRN_FinishNodeName returns=1");
 }
 
+// 20000 nodes with two names each, more than one block of names: first "a" and the number, then, in
+// another block, "b" for every second node.
+TEST_P(FinishingTest, LaterNamesOverwriteEarlierOnesOfAnotherBlock) {
+  std::string store;
+  std::string later;
+  std::string index;
+  std::string expected;
+  for (int i = 0; i < 20000; ++i) {
+    const std::string name = "a" + std::to_string(i);
+    store += NameRecord(10 + i, name);
+    if (i % 2 == 1) later += NameRecord(10 + i, "b");
+    index += IndexRecord(form_, 10 + i, i, 0);
+    expected += NodeNameBytes(i % 2 == 1 ? "b" : name, 0, 0);
+  }
+  UseControl("LOG=1\r\n");
+  Save("nnamestr.~wk", store + later);
+  Save("node.idx", index);
+  for (const int threads : {1, 2, 5}) {
+    SetThreadCount(threads);
+    Save("nodename.dat", std::string(20000 * 32, '\0'));
+    EXPECT_EQ(FinishNodeNames(), 1);
+    EXPECT_TRUE(FileBytes("nodename.dat") == expected) << threads;
+    EXPECT_EQ(log().back(),
+              "lnNumNode=20000, Storage=30000, HitNodeName=30000, BRN_FinishNodeName returns=1");
+  }
+  SetThreadCount(0);
+  // The second block of names, behind the first one, the index and the records.
+  Save("nodename.dat", std::string(20000 * 32, '\0'));
+  ClearLog();
+  platform::ArmFault(platform::Operation::kRead, 4, false);
+  EXPECT_EQ(FinishNodeNames(), 0);
+  platform::ClearFaults();
+  EXPECT_EQ(Reports(), Lines{Report("Can't open / read the NodeNameStore(%s)!",
+                                    "File Error in BRN_FinishNodeName", "nnamestr.~wk")});
+  EXPECT_EQ(log().back(),
+            "lnNumNode=20000, Storage=30000, HitNodeName=0, BRN_FinishNodeName returns=0");
+  EXPECT_TRUE(FileBytes("nodename.dat") == std::string(20000 * 32, '\0'));
+}
+
 TEST_P(FinishingTest, NodeNamesReportWhatIsMissing) {
   const auto prepare = [&] {
     Save("nnamestr.~wk", NameRecord(10, "a"));
