@@ -1,12 +1,15 @@
 #include "frd/control.h"
 
 #include <cstring>
+#include <utility>
 
 #include "frd/log.h"
 #include "platform/profile.h"
 
 namespace zatlib {
 namespace {
+
+bool g_gave_up = false;  // a transfer, since the user has cancelled
 
 constexpr size_t kReportLimit = 1021;  // bytes of an error report's log line
 
@@ -55,6 +58,7 @@ bool WantsSummary(const char* control_file) {
 }
 
 int BRN_ShowError(WindowHandle owner, const char* message, const char* title, unsigned flags) {
+  if (std::exchange(g_gave_up, false) && FRD_IsCancelled()) return 1;
   char line[kReportLimit + 1];
   FRD_Format(line, sizeof line, "[%s][%s]", message, title);
   FRD_LogTagged(kBuildTag, line, 1);
@@ -65,6 +69,12 @@ int BRN_ShowError(WindowHandle owner, const char* message, const char* title, un
     flags |= platform::kTaskModal;
   }
   return platform::ShowMessageBox(owner, message, title, flags);
+}
+
+bool TransferGoesOn() {
+  if (BRN_SetStatus(nullptr) != 0) return true;
+  g_gave_up = true;
+  return false;
 }
 
 int ReportError(WindowHandle owner, const char* title, const char* format, ...) {

@@ -38,6 +38,11 @@ bool WantsSummary(const char* control_file);
 // owner. Returns the box's answer, 1 in silent mode.
 int BRN_ShowError(WindowHandle owner, const char* message, const char* title, unsigned flags);
 
+// Looks at the user during a long read or write; never stops one in silent mode. False when the
+// user has cancelled: the caller gives the transfer up as failed, and the next error report, which
+// would tell of that failure, is neither logged nor shown.
+bool TransferGoesOn();
+
 // Formats the message (at most 1,023 bytes) and reports it with the error icon.
 int ReportError(WindowHandle owner, const char* title, const char* format, ...) ZATLIB_PRINTF(3, 4);
 

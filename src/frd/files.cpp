@@ -4,6 +4,7 @@
 #include <atomic>
 #include <cstring>
 
+#include "frd/control.h"
 #include "frd/log.h"
 #include "frd/parallel.h"
 #include "platform/clock.h"
@@ -12,13 +13,14 @@
 namespace zatlib {
 namespace {
 
-constexpr uint64_t kRetryWait = 10000;      // milliseconds before a refused chunk is tried again
-constexpr uint32_t kReadBlock = 1 << 20;    // bytes of one system read of a source file
-constexpr uint32_t kChunkSize = 1 << 18;    // bytes of a chunk of lines
-constexpr uint32_t kWriteBlock = 1 << 20;   // bytes of one system write of a record file
-constexpr uint32_t kIoLimit = 1 << 30;      // bytes of one system call at most
-constexpr uint64_t kSharedRead = 16 << 20;  // bytes from which threads share a read
-constexpr uint32_t kCountBlock = 4096;      // bytes of one read of FRD_CountLines
+constexpr uint64_t kRetryWait = 10000;       // milliseconds before a refused chunk is tried again
+constexpr uint32_t kReadBlock = 1 << 20;     // bytes of one system read of a source file
+constexpr uint32_t kChunkSize = 1 << 18;     // bytes of a chunk of lines
+constexpr uint32_t kWriteBlock = 1 << 20;    // bytes of one system write of a record file
+constexpr uint32_t kIoLimit = 1 << 30;       // bytes of one system call at most
+constexpr int64_t kTransferLook = 64 << 20;  // bytes of a transfer between two looks at the user
+constexpr uint64_t kSharedRead = 16 << 20;   // bytes from which threads share a read
+constexpr uint32_t kCountBlock = 4096;       // bytes of one read of FRD_CountLines
 
 // Reads a large part of a file on all processors: the system copies it on the thread that asks.
 bool ReadShared(platform::File& file, void* data, uint64_t size) {
@@ -27,12 +29,17 @@ bool ReadShared(platform::File& file, void* data, uint64_t size) {
   if (begin < 0 || platform::ShouldFail(platform::Operation::kRead)) return false;
   std::atomic<bool> good{true};
   Workers workers;
-  workers.RunRanges(static_cast<int64_t>(size), kPart, [&](int64_t from, int64_t to) {
-    if (!file.ReadAt(begin + from, static_cast<char*>(data) + from,
-                     static_cast<uint32_t>(to - from))) {
-      good = false;
-    }
-  });
+  const auto whole = static_cast<int64_t>(size);
+  for (int64_t done = 0; good && done < whole; done += kTransferLook) {
+    if (done > 0 && !TransferGoesOn()) return false;
+    const int64_t slice = std::min(whole - done, kTransferLook);
+    workers.RunRanges(slice, kPart, [&](int64_t from, int64_t to) {
+      if (!file.ReadAt(begin + done + from, static_cast<char*>(data) + done + from,
+                       static_cast<uint32_t>(to - from))) {
+        good = false;
+      }
+    });
+  }
   return good && file.Seek(begin + static_cast<int64_t>(size), platform::SeekFrom::kBegin) >= 0;
 }
 
@@ -51,6 +58,7 @@ int FRD_WriteFile(platform::File& file, const void* data, uint32_t size) {
     uint32_t written = 0;
     if (file.Write(bytes + offset, chunk, &written) && written == chunk) {
       offset += chunk;
+      if (offset < size && offset % kTransferLook == 0 && !TransferGoesOn()) return 0;
       continue;
     }
     char line[256];
@@ -78,7 +86,8 @@ int FRD_WriteFile(platform::File& file, const void* data, uint32_t size) {
 
 int WriteWhole(platform::File& file, const void* data, uint64_t size) {
   const auto* bytes = static_cast<const char*>(data);
-  while (size > 0) {
+  for (bool first = true; size > 0; first = false) {
+    if (!first && !TransferGoesOn()) return 0;
     // A multiple of the chunk, so that the sequence of system writes is that of one call.
     const uint32_t part = static_cast<uint32_t>(std::min<uint64_t>(size, kIoLimit));
     if (FRD_WriteFile(file, bytes, part) == 0) return 0;
@@ -117,8 +126,9 @@ bool CanOpen(const char* path) {
 bool ReadExactly(platform::File& file, void* data, uint64_t size) {
   if (size >= kSharedRead && ThreadCount() > 1) return ReadShared(file, data, size);
   auto* bytes = static_cast<char*>(data);
-  while (size > 0) {
-    const uint32_t part = static_cast<uint32_t>(std::min<uint64_t>(size, kIoLimit));
+  for (bool first = true; size > 0; first = false) {
+    if (!first && !TransferGoesOn()) return false;
+    const uint32_t part = static_cast<uint32_t>(std::min<uint64_t>(size, kTransferLook));
     uint32_t read = 0;
     if (!file.Read(bytes, part, &read) || read != part) return false;
     bytes += part;

@@ -3,7 +3,9 @@
 #include <string>
 #include <vector>
 
+#include "frd/control.h"
 #include "frd/log.h"
+#include "frd/parallel.h"
 #include "platform/clock.h"
 #include "platform/fault.h"
 #include "platform/file.h"
@@ -636,6 +638,60 @@ TEST_F(FilesTest, ARefusedSeekRefusesTheAppending) {
   platform::ArmFault(Operation::kSeek, 1, false);
   EXPECT_FALSE(writer.Open(path.c_str(), 4, true));
   EXPECT_EQ(ReadBytes(path), "1234");
+}
+
+// ---- Cancel during long transfers --------------------------------------------------------
+
+class LongTransferTest : public FilesTest, public ::testing::WithParamInterface<int> {
+ protected:
+  LongTransferTest() { SetThreadCount(GetParam()); }
+  ~LongTransferTest() override {
+    SetThreadCount(0);
+    FRD_SetCancelled(false);
+    g_silent = 1;
+  }
+
+  static constexpr uint64_t kSize = 130u << 20;  // looked at twice on the way
+};
+
+INSTANTIATE_TEST_SUITE_P(Threads, LongTransferTest, ::testing::Values(1, 4));
+
+TEST_P(LongTransferTest, ACancelEndsAReadAndItsErrorIsNotReported) {
+  PageArray<char> bytes;
+  ASSERT_TRUE(bytes.Allocate(kSize));
+  const std::string path = folder_ / "long.dat";
+  ASSERT_EQ(SaveFile(path.c_str(), bytes.data(), kSize), SaveResult::kSaved);
+  const auto read = [&] {
+    File file = File::Open(path.c_str(), Access::kRead, Share::kRead, Disposition::kOpenExisting);
+    return ReadExactly(file, bytes.data(), kSize);
+  };
+  EXPECT_TRUE(read());
+  g_silent = 0;
+  EXPECT_TRUE(read());
+  FRD_SetCancelled(true);
+  EXPECT_FALSE(read());
+  ClearLog();
+  ReportError(nullptr, "File Error", "Can't read %s !", path.c_str());
+  EXPECT_TRUE(log().empty());
+  g_silent = 1;
+  // Other errors are.
+  ReportError(nullptr, "File Error", "Can't open it !");
+  EXPECT_EQ(log(), (std::vector<std::string>{"[Can't open it !][File Error]"}));
+  // Nobody can cancel a silent run.
+  EXPECT_TRUE(read());
+}
+
+TEST_P(LongTransferTest, ACancelEndsAWriteAtWhatIsWritten) {
+  PageArray<char> bytes;
+  ASSERT_TRUE(bytes.Allocate(kSize));
+  const std::string path = folder_ / "long.dat";
+  g_silent = 0;
+  FRD_SetCancelled(true);
+  EXPECT_EQ(SaveFile(path.c_str(), bytes.data(), kSize), SaveResult::kNotWritten);
+  EXPECT_EQ(FileSize(path.c_str()), uint64_t{64} << 20);
+  ClearLog();
+  ReportError(nullptr, "File Error", "Can't write %s !", path.c_str());
+  EXPECT_TRUE(log().empty());
 }
 
 }  // namespace
