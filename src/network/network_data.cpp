@@ -547,7 +547,9 @@ struct NetworkBuilder {
     node_tree.Build(node_index, nodes.count);
     link_tree.Build(link_index, links.count);
     if (MakeLinkNodes() == 0) return 0;
-    DropPlaces(nodes);  // they have done their duty
+    // They have done their duty.
+    DropPlaces(nodes);
+    node_tree = KeyTree();
     return MakeCalcNodes() != 0 && SetCities() != 0 && SaveIndexes() != 0 ? 1 : 0;
   }
 };
