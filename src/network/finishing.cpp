@@ -143,12 +143,14 @@ int FinishNodeAttribute(WindowHandle owner, const char* control_file, int64_t* n
 
   Workers workers;
   while (link_names.records_in_block() > 0) {
+    const int64_t first = link_names.first();
+    const int64_t count = link_names.records_in_block();
     const auto* const names = link_names.records<LinkNameRecord>();
-    NodeFlags* const out = flags.data() + link_names.first();
-    StartParts(workers, link_names.records_in_block(),
-               [=](int64_t i) { out[i] = FlagsForNodes(names[i]); });
+    NodeFlags* const out = flags.data() + first;
+    StartParts(workers, count, [=](int64_t i) { out[i] = FlagsForNodes(names[i]); });
     link_names.Advance();
     workers.Finish();
+    if (!link_names.failed() && CancelledWithin(first, first + count)) return 0;
   }
   if (link_names.failed()) return fail_names();
   link_names.Close();

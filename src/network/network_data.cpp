@@ -229,9 +229,13 @@ struct NetworkBuilder {
     return true;
   }
 
-  // The places have done their duty when the drawing records are made.
-  static void DropPlaces(NodeArray&) {}
-  static void DropPlaces(NodePositions& list) { list.places.Free(); }
+  // Gives the places back. False when none are held.
+  static bool DropPlaces(NodeArray&) { return false; }
+  static bool DropPlaces(NodePositions& list) {
+    const bool held = static_cast<bool>(list.places);
+    list.places.Free();
+    return held;
+  }
 
   // The link-node record of link i and what the link itself gives its drawing record. False when
   // an end is missing; its number is then -1.
@@ -534,7 +538,8 @@ struct NetworkBuilder {
       ReportError(owner, texts.file_title, "Can't open the link store (%s) !", link_path.c_str());
       return 0;
     }
-    if (!Reserve()) {
+    // Places save time only: they give way to what the step cannot do without.
+    if (!Reserve() && !(DropPlaces(nodes) && Reserve())) {
       ReportError(owner, "Memory Error in BRN_CreateNetworkData",
                   "Can't allocate the momories for NodeLinkIndex, LinkNodeIndex, DrawMapL!");
       return 0;
@@ -542,7 +547,9 @@ struct NetworkBuilder {
     node_tree.Build(node_index, nodes.count);
     link_tree.Build(link_index, links.count);
     if (MakeLinkNodes() == 0) return 0;
+    // They have done their duty.
     DropPlaces(nodes);
+    node_tree = KeyTree();
     return MakeCalcNodes() != 0 && SetCities() != 0 && SaveIndexes() != 0 ? 1 : 0;
   }
 };

@@ -51,7 +51,8 @@ struct DuplicationTexts {
 };
 
 // Looks for records of one code in one store. `*duplicates` grows by those found. The visitor gets
-// the number of records, then the records, block by block. The codes, sorted, stay in `*list`.
+// the number of records, then the records, block by block; where memory is short it is asked to
+// give its own up. The codes, sorted, stay in `*list`.
 // Returns 1, or 0 on cancel, failure or an empty store.
 template <typename Record, typename Visitor>
 int CheckDuplicates(WindowHandle owner, const char* path, int code_length,
@@ -70,7 +71,8 @@ int CheckDuplicates(WindowHandle owner, const char* path, int code_length,
   }
   const int64_t count = store.count();
   if (count < 1) return 0;
-  if (count > kMaxRecords || !codes.Allocate(static_cast<uint64_t>(count) + 2)) {
+  const auto reserve = [&] { return codes.Allocate(static_cast<uint64_t>(count) + 2); };
+  if (count > kMaxRecords || (!reserve() && !(visitor.GiveUp() && reserve()))) {
     ReportError(owner, "Memory Error in BRN_CheckNodeLinkDuplication", texts.no_memory,
                 ShownAs<long>(count));
     return 0;
@@ -118,6 +120,7 @@ void ReportShortStore(WindowHandle owner, const char* store, int64_t read, int64
 // Looks for nodes that name a partner.
 class PartnerLookup {
  public:
+  bool GiveUp() { return false; }
   void Begin(int64_t) {}
   void Visit(int64_t, std::span<const NodeStoreRecord> nodes) {
     for (const NodeStoreRecord& node : nodes) found_ |= !node.PartnerCode.IsEmpty();
@@ -141,6 +144,15 @@ class EndLookup {
   // What is found goes to `known`, whose node codes are there; null = nothing is looked up.
   explicit EndLookup(CheckedStores* known) : known_(known) {}
 
+  // Nothing is looked up from now on, and what `known` holds is given back. False when it holds
+  // nothing.
+  bool GiveUp() {
+    if (known_ == nullptr) return false;
+    *known_ = CheckedStores();
+    known_ = nullptr;
+    return true;
+  }
+
   // Without memory for it nothing is looked up.
   void Begin(int64_t links) {
     if (known_ == nullptr) return;
@@ -148,11 +160,15 @@ class EndLookup {
     known_->filled = IsOrdered(known_->nodes) &&
                      known_->ends.Allocate(static_cast<uint64_t>(known_->nodes.count)) &&
                      known_->loose_links.Allocate(static_cast<uint64_t>(links) / 64 + 1);
-    if (known_->filled) tree_.Build(known_->nodes.codes.data(), known_->nodes.count);
+    if (known_->filled) {
+      tree_.Build(known_->nodes.codes.data(), known_->nodes.count);
+    } else {
+      GiveUp();  // the checks that read for themselves need the memory
+    }
   }
 
   void Visit(int64_t first, std::span<const LinkStoreRecord> links) {
-    if (known_ == nullptr || !known_->filled) return;
+    if (known_ == nullptr) return;
     // Runs that end where a word of 64 links does have words of their own.
     constexpr int64_t kRun = 4096;
     const int64_t end = first + static_cast<int64_t>(links.size());

@@ -448,6 +448,15 @@ TEST_P(FinishingTest, LinkNamesReportWhatIsMissing) {
                      "[Memory Error in BRN_FinishLinkName]"}));
 }
 
+TEST_P(FinishingTest, ACancelIsHeardWhileTheLinksAreRead) {
+  SaveNetwork({{0}, {0}}, {{1, 1}});
+  WriteBytes(folder_ / "linkname.dat", std::string(70000 * 30, '\0'));
+  CancelAt("Finishing Node Attribute...");
+  EXPECT_EQ(FinishAttributes(), 0);
+  EXPECT_FALSE(Exists(folder_ / "mapattr.dat"));
+  EXPECT_EQ(heard(), Lines{"Finishing Node Attribute..."});
+}
+
 TEST_P(FinishingTest, ACancelledBuildFinishesNothing) {
   SaveNetwork({{0}, {0}}, {{1, 1}});
   Save("nnamestr.~wk", NameRecord(10, "a"));

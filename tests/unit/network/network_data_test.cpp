@@ -533,6 +533,27 @@ TEST_P(NetworkThroughFilesTest, AStoreThatHasBecomeShorterStopsTheStep) {
   EXPECT_EQ(Reports().size(), 1u);
 }
 
+TEST_P(NetworkThroughFilesTest, PlacesOfNodesGiveWayToWhatTheStepNeeds) {
+  SaveTriangle();
+  Load();
+  ASSERT_TRUE(static_cast<bool>(node_positions_.places));
+  ASSERT_EQ(CreateNetworkData(), 1);
+  const std::string drawing = FileBytes("mapdraw.dat");
+  const LineSet reports = ReportsOfFaults(
+      platform::Operation::kAllocate, [&] { Load(); },
+      [&] {
+        const int result = CreateNetworkData();
+        if (result != 0) {
+          EXPECT_EQ(FileBytes("mapdraw.dat"), drawing);
+        }
+        return result;
+      });
+  EXPECT_EQ(CountMessages(reports,
+                          "Can't allocate the momories for NodeLinkIndex, LinkNodeIndex, "
+                          "DrawMapL!"),
+            0);
+}
+
 TEST_P(NetworkThroughFilesTest, ACancelDuringTheCityCodesKeepsTheIndexesUnwritten) {
   SaveTriangle();
   Load();

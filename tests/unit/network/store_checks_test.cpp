@@ -199,6 +199,32 @@ TEST_P(StoreChecksTest, DuplicationCheckReportsMissingMemory) {
             1u);
 }
 
+TEST_P(StoreChecksTest, WhatTheDuplicationCheckHandsOnGivesWayToItsOwnNeeds) {
+  // Refused are, one at a time, what it cannot do without and what it does for the next checks.
+  int without = 0;
+  const LineSet reports = ReportsOfFaults(
+      platform::Operation::kAllocate,
+      [&] {
+        SaveNodes({{.code = 1}, {.code = 2}, {.code = 3}});
+        SaveLinks({{.code = 1, .a = 1, .b = 2}, {.code = 2, .a = 2, .b = 3}});
+      },
+      [&] {
+        CheckedStores known;
+        const int result = BRN_CheckNodeLinkDuplication(nullptr, control(), &known);
+        if (result != 0 && !known.filled) {
+          ++without;
+          EXPECT_FALSE(static_cast<bool>(known.nodes.codes));
+          EXPECT_FALSE(static_cast<bool>(known.ends));
+          EXPECT_EQ(known.nodes.count, 0);
+        }
+        return result;
+      });
+  // The codes of the links, the marks of the ends and the bits of the links.
+  EXPECT_EQ(without, 3);
+  EXPECT_EQ(CountMessages(reports, "Can't allocate the index memory for NODESTORE!"), 1);
+  EXPECT_EQ(CountMessages(reports, "Can't allocate the memory for the Index (rec=2)!"), 0);
+}
+
 TEST_P(StoreChecksTest, DuplicationCheckRefusesAnInvalidCodeLength) {
   SaveNodes({{.code = 1}, {.code = 2}});
   SaveLinks({{.code = 1}, {.code = 2}});
