@@ -41,8 +41,8 @@ class File {
   // `*read` receives the byte count, less than `size` only at the end of the file or on an error.
   bool Read(void* data, uint32_t size, uint32_t* read);
 
-  // Reads exactly `size` bytes at a position, whatever the current one is and becomes; false when the
-  // file ends before or on an error. Several threads may do so at once.
+  // Reads exactly `size` bytes at a position, whatever the current one is and becomes; false when
+  // the file ends before or on an error. Several threads may do so at once.
   bool ReadAt(int64_t position, void* data, uint32_t size) const;
 
   // Writes `size` bytes at the current position. Returns true when the system took them all;

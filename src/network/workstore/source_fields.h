@@ -100,7 +100,8 @@ void Put(char* field, Value value) {
 // A number field taken at once: digits, in quotes or not, and then a delimiter; `to` (or `areas`)
 // receives it. Null when the field is of another kind or out of the ordinary.
 template <FieldKind kKind>
-[[gnu::always_inline]] inline const char* TakeNumber(const char* p, const SourceRules& rules, char* to, LineAreas* areas) {
+[[gnu::always_inline]] inline const char* TakeNumber(const char* p, const SourceRules& rules,
+                                                     char* to, LineAreas* areas) {
   constexpr int64_t kExactInDouble = 15;  // digits
   constexpr int64_t kExactInLong = 18;
   constexpr int64_t kExactInInt = 9;
