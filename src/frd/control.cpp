@@ -1,7 +1,6 @@
 #include "frd/control.h"
 
 #include <cstring>
-#include <utility>
 
 #include "frd/log.h"
 #include "platform/profile.h"
@@ -10,6 +9,7 @@ namespace zatlib {
 namespace {
 
 bool g_gave_up = false;  // a transfer, since the user has cancelled
+int g_whole_transfers = 0;
 
 constexpr size_t kReportLimit = 1021;  // bytes of an error report's log line
 
@@ -58,7 +58,9 @@ bool WantsSummary(const char* control_file) {
 }
 
 int BRN_ShowError(WindowHandle owner, const char* message, const char* title, unsigned flags) {
-  if (std::exchange(g_gave_up, false) && FRD_IsCancelled()) return 1;
+  // One failure may be reported at several levels.
+  g_gave_up = g_gave_up && g_silent == 0 && FRD_IsCancelled();
+  if (g_gave_up) return 1;
   char line[kReportLimit + 1];
   FRD_Format(line, sizeof line, "[%s][%s]", message, title);
   FRD_LogTagged(kBuildTag, line, 1);
@@ -71,8 +73,11 @@ int BRN_ShowError(WindowHandle owner, const char* message, const char* title, un
   return platform::ShowMessageBox(owner, message, title, flags);
 }
 
+WholeTransfers::WholeTransfers() { ++g_whole_transfers; }
+WholeTransfers::~WholeTransfers() { --g_whole_transfers; }
+
 bool TransferGoesOn() {
-  if (BRN_SetStatus(nullptr) != 0) return true;
+  if (BRN_SetStatus(nullptr) != 0 || g_whole_transfers > 0) return true;
   g_gave_up = true;
   return false;
 }

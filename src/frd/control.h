@@ -39,9 +39,18 @@ bool WantsSummary(const char* control_file);
 int BRN_ShowError(WindowHandle owner, const char* message, const char* title, unsigned flags);
 
 // Looks at the user during a long read or write; never stops one in silent mode. False when the
-// user has cancelled: the caller gives the transfer up as failed, and the next error report, which
-// would tell of that failure, is neither logged nor shown.
+// user has cancelled: the caller gives the transfer up as failed, and the error reports that the
+// cancelled run still makes, which would tell of that failure, are neither logged nor shown.
 bool TransferGoesOn();
+
+// While one lives, no transfer is given up: for a step that a cancel does not end.
+class WholeTransfers {
+ public:
+  WholeTransfers();
+  ~WholeTransfers();
+  WholeTransfers(const WholeTransfers&) = delete;
+  WholeTransfers& operator=(const WholeTransfers&) = delete;
+};
 
 // Formats the message (at most 1,023 bytes) and reports it with the error icon.
 int ReportError(WindowHandle owner, const char* title, const char* format, ...) ZATLIB_PRINTF(3, 4);

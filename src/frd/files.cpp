@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <atomic>
 #include <cstring>
+#include <utility>
 
 #include "frd/control.h"
 #include "frd/log.h"
@@ -151,9 +152,17 @@ bool LineReader::Open(const char* path) {
 bool LineReader::Fill(uint32_t wanted) {
   if (static_cast<uint64_t>(end_ - position_) >= wanted || at_end_) return true;
   if (wanted > kLineSize + 1) return false;
-  if (!block_ && !block_.Allocate(kReadBlock + kLineSize + 1 + kLineMargin)) return false;
+  constexpr uint64_t kRoom = kReadBlock + kLineSize + 1 + kLineMargin;
   const auto left = static_cast<size_t>(end_ - position_);
-  if (left > 0) std::memmove(block_.data(), position_, left);
+  if (block_.size() < kRoom) {
+    // None yet, or the small one that is enough between chunks.
+    PageArray<char> block;
+    if (!block.Allocate(kRoom)) return false;
+    if (left > 0) std::memcpy(block.data(), position_, left);
+    block_ = std::move(block);
+  } else if (left > 0) {
+    std::memmove(block_.data(), position_, left);
+  }
   position_ = block_.data();
   end_ = position_ + left;
   while (static_cast<uint64_t>(end_ - position_) < wanted && !at_end_) {

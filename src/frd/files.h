@@ -169,8 +169,8 @@ class RecordWriter {
   // Takes `count` records. False when the system refused records.
   bool AppendMany(const void* records, int64_t count);
 
-  // Number of records taken by Append.
-  int64_t count() const { return count_; }
+  // Number of records taken; after a failure, of those that are whole in the file.
+  int64_t count() const { return failed_ ? failed_record() : count_; }
 
   // Position in bytes behind the last record taken.
   int64_t offset() const { return offset_; }

@@ -6,6 +6,7 @@
 #include "frd/control.h"
 #include "frd/cp932.h"
 #include "frd/log.h"
+#include "frd/long_pass.h"
 #include "frd/mif_text.h"
 #include "network/workstore/work_stores.h"
 #include "platform/clock.h"
@@ -19,6 +20,7 @@ constexpr uint32_t kClassLineSize = 1024;  // bytes of a class file's line
 constexpr uint32_t kHeaderLineSize = 512;  // bytes of a MIF header line
 constexpr uint32_t kTollValueSize = 1024;  // bytes of a toll class value
 constexpr uint32_t kFlagValueSize = 512;   // bytes of a road flag value
+constexpr int64_t kEntriesPerLook = 256;   // more than a list of classes usually has
 
 // A built-in list of classes: code as it stands in the link data, comma, label.
 struct ClassList {
@@ -126,7 +128,7 @@ int WriteClassFile(WindowHandle owner, const ClassList& list, const char* contro
     std::string value(line.substr(0, line.find('\0')));
     std::replace(value.begin(), value.end(), '"', ' ');
     definition.WriteEntry(list.section, ++count, value.c_str());
-    if (BRN_SetStatus(nullptr) == 0) return 0;
+    if (CancelledAt(count, kEntriesPerLook)) return 0;
   }
   if (file.failed()) {
     ReportTaskModal(owner, kTitle, "Can't read the file (%s) !", source.c_str());
@@ -164,7 +166,7 @@ int WriteTollRoads(const char* control_file, DefinitionFile& definition) {
     char value[kTollValueSize];
     platform::ReadProfileString("TOLLROAD", key, "", value, sizeof value, control_file);
     definition.Write("TOLLROAD", key, value);
-    if (BRN_SetStatus(nullptr) == 0) return 0;
+    if (CancelledAt(i, kEntriesPerLook)) return 0;
   }
   return 1;
 }

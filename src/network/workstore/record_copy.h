@@ -116,7 +116,7 @@ inline constexpr int64_t kAppendInterval = 5000;  // records between two looks a
 
 // Appends the records of one source file to a store: `copy(store, &progress)` copies from `data`,
 // which is opened here. Errors but kUnfit are reported. Returns what became of it; `*count` grows
-// by the records copied.
+// by the records that are in the store.
 template <typename Record, typename Copy>
 CopyResult AppendFile(WindowHandle owner, const AppendTexts& texts, int number,
                       const char* data_path, const char* store_path, LineReader& data,
@@ -132,7 +132,7 @@ CopyResult AppendFile(WindowHandle owner, const AppendTexts& texts, int number,
   }
   CopyProgress progress{texts.status, kAppendInterval, 0};
   const CopyResult result = copy(store, &progress);
-  *count += progress.records;
+  *count += store.count();
   if (result == CopyResult::kReadFailed) {
     ReportTaskModal(owner, texts.read_title, "Can't read the file (%s) !", data_path);
   } else if (result == CopyResult::kWriteFailed) {

@@ -672,6 +672,7 @@ TEST_P(LongTransferTest, ACancelEndsAReadAndItsErrorIsNotReported) {
   EXPECT_FALSE(read());
   ClearLog();
   ReportError(nullptr, "File Error", "Can't read %s !", path.c_str());
+  ReportError(nullptr, "Fatal Error", "Can't open the table in %s", "a folder");
   EXPECT_TRUE(log().empty());
   g_silent = 1;
   // Other errors are.
@@ -679,6 +680,22 @@ TEST_P(LongTransferTest, ACancelEndsAReadAndItsErrorIsNotReported) {
   EXPECT_EQ(log(), (std::vector<std::string>{"[Can't open it !][File Error]"}));
   // Nobody can cancel a silent run.
   EXPECT_TRUE(read());
+}
+
+TEST_P(LongTransferTest, AStepThatACancelDoesNotEndTransfersAll) {
+  PageArray<char> bytes;
+  ASSERT_TRUE(bytes.Allocate(kSize));
+  const std::string path = folder_ / "long.dat";
+  g_silent = 0;
+  FRD_SetCancelled(true);
+  const WholeTransfers whole;
+  EXPECT_EQ(SaveFile(path.c_str(), bytes.data(), kSize), SaveResult::kSaved);
+  EXPECT_EQ(FileSize(path.c_str()), kSize);
+  File file = File::Open(path.c_str(), Access::kRead, Share::kRead, Disposition::kOpenExisting);
+  EXPECT_TRUE(ReadExactly(file, bytes.data(), kSize));
+  ClearLog();
+  ReportError(nullptr, "File Error", "Can't open it !");
+  EXPECT_EQ(log(), (std::vector<std::string>{"[Can't open it !][File Error]"}));
 }
 
 TEST_P(LongTransferTest, ACancelEndsAWriteAtWhatIsWritten) {

@@ -175,6 +175,22 @@ TEST_P(RecordStreamTest, AnyBytesGiveTheLinesOfReadingLineByLine) {
   }
 }
 
+TEST_P(RecordStreamTest, TheFileCanBeReadOnBehindAChunk) {
+  LineReader file;
+  Open(&file, NumberedLines(200000));
+  LineReader chunk;
+  ASSERT_TRUE(file.NextChunk(&chunk));
+  std::string_view line;
+  int count = 0;
+  for (LineReader* lines : {&chunk, &file}) {
+    while (FRD_ReadLine(*lines, kLineSize, &line) != 0) {
+      ASSERT_EQ(line, "line," + std::to_string(count));
+      ++count;
+    }
+  }
+  EXPECT_EQ(count, 200000);
+}
+
 TEST_P(RecordStreamTest, UnwantedRecordsAreCountedAndLeftOut) {
   LineReader file;
   Open(&file, NumberedLines(100000));

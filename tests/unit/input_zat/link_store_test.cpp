@@ -263,6 +263,14 @@ TEST_F(LinkStoreTest, TheStatusLineCountsTheRecordsOfAFile) {
 }
 #endif
 
+TEST_F(LinkStoreTest, AfterAFailedWriteOnlyWholeRecordsCount) {
+  const std::string path = Source("a.txt", "1\r\n2\r\n3\r\n4\r\n");
+  const auto logs = LogsOfFailedWrites([&] { return Run(Files("LINK", {path})); },
+                                       platform::WriteFault::kHalfWritten);
+  ASSERT_EQ(logs.size(), 1u);
+  EXPECT_EQ(logs[0].back(), Ended("ERROR", 2));
+}
+
 TEST_F(LinkStoreTest, EveryOperationMayFail) {
   const std::string path = Source("a.txt", "1\r\n2\r\n3\r\n4\r\n");
   const std::string store = folder_ / "linkstr.~wk";

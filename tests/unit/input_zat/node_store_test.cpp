@@ -493,6 +493,28 @@ TEST_F(NodeStoreFaultTest, EveryWriteMayFail) {
   EXPECT_TRUE(Reported(reports, head + "1 !"));
 }
 
+TEST_F(NodeStoreTest, AfterAFailedWriteOnlyWholeRecordsCount) {
+  std::string lines;
+  for (int i = 1; i <= 11000; ++i) lines += std::to_string(i) + "\r\n";
+  const std::string control = Files(0, {Source("a.txt", lines)});
+  const auto run = [&] { return Run(control); };
+  // Blocks of 10922 and of 78 records of 96 bytes.
+  using Fault = platform::WriteFault;
+  const std::pair<Fault, std::vector<int>> cases[] = {{Fault::kNothingWritten, {0, 10922}},
+                                                      {Fault::kHalfWritten, {5461, 10961}}};
+  for (const auto& [fault, counts] : cases) {
+    std::vector<Lines> expected;
+    for (const int count : counts) {
+      expected.push_back({kTitle,
+                          Report("Can't write the NodeStorage (" + (folder_ / "nodestr.~wk") +
+                                     ") at 01, " + std::to_string(count) + " !",
+                                 "File Error"),
+                          Ended("ERROR", count)});
+    }
+    EXPECT_EQ(LogsOfFailedWrites(run, fault), expected);
+  }
+}
+
 TEST_F(NodeStoreFaultTest, EverySeekMayFail) {
   EXPECT_EQ(Fail(platform::Operation::kSeek),
             (std::set<std::string>{

@@ -353,6 +353,19 @@ TEST_F(RoadDefinitionTest, WithoutThePrologueNothingIsShownOrTested) {
   EXPECT_EQ(Section("SYSTEM"), "[SYSTEM]\r\nCODELENGTH=14\r\n");
 }
 
+TEST_F(RoadDefinitionTest, WithoutThePrologueAListOfClassesIsWrittenWhole) {
+  WriteBytes(folder_ / "classes.txt", "01,a\r\n02,b\r\n");
+  g_silent = 0;
+  FRD_SetCancelled(true);
+  EXPECT_EQ(Run("[ATTRIBUTE]\r\nFILENUM=1\r\nFILE01=" + (folder_ / "classes.txt") +
+                    "\r\n[TOLLROAD]\r\nNUMDEF=1\r\nDEF01=03\r\n",
+                Prologue::kWithout),
+            1);
+  EXPECT_EQ(log(), (Lines{"CODELENGTH=14"}));
+  EXPECT_EQ(Section("ATTRIBUTE"), "[ATTRIBUTE]\r\nDEF01=01,a\r\nDEF02=02,b\r\nNUMDEF=2\r\n");
+  EXPECT_EQ(Section("TOLLROAD"), "[TOLLROAD]\r\nNUMDEF=1\r\nDEF01=03\r\n");
+}
+
 // ---- Failures ------------------------------------------------------------------------------
 
 TEST_F(RoadDefinitionTest, AFileThatCannotBeCreatedIsReportedOnly) {

@@ -212,6 +212,14 @@ TEST_P(TrafficStoreTest, TheStatusLineCountsTheRecords) {
 }
 #endif
 
+TEST_P(TrafficStoreTest, AfterAFailedWriteOnlyWholeRecordsCount) {
+  const std::string path = Source("a.txt", "1,2,3,2,2\r\n4,5,6,2,2\r\n");
+  const auto logs =
+      LogsOfFailedWrites([&] { return Run(Files({path})); }, platform::WriteFault::kHalfWritten);
+  ASSERT_EQ(logs.size(), 1u);
+  EXPECT_EQ(logs[0].back(), Ended("ERROR", 1));
+}
+
 TEST_P(TrafficStoreTest, EveryOperationMayFail) {
   const std::string path = Source("a.txt", "1,2,3,2,2\r\n4,5,6,2,2\r\n");
   const auto run = [&] { return Run(Files({path})); };

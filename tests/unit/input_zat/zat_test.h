@@ -156,6 +156,23 @@ class ZatTest : public LibraryTest {
     return reports;
   }
 
+  // Refuses one write of the run after the other; the logs of the runs that failed then.
+  std::vector<Lines> LogsOfFailedWrites(const std::function<int()>& run,
+                                        platform::WriteFault fault) {
+    std::vector<Lines> logs;
+    platform::CountOperations();
+    EXPECT_EQ(run(), 1);
+    const int64_t count = platform::OperationCount(platform::Operation::kWrite);
+    for (int64_t n = 1; n <= count; ++n) {
+      ClearLog();
+      platform::ArmFault(platform::Operation::kWrite, n, false, fault);
+      const int result = run();
+      platform::ClearFaults();
+      if (result == 0) logs.push_back(log());
+    }
+    return logs;
+  }
+
  private:
   Lines log_;
   std::string cancel_at_;
