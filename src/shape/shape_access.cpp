@@ -230,6 +230,12 @@ struct ShapeAccess {
     const int64_t window_size = std::min(limit, kWindowStep + kMaxShapeSize);
     ShapeIndexEntry* const entries = holder->index_.data();
     const int64_t count = holder->entry_count_;
+    // The memory operation is for machines that have room for all points.
+    PageArray<ShapePoint> all_points;
+    if (memory_mode != 0 && !all_points.Allocate(static_cast<uint64_t>(holder->point_count_))) {
+      return FailDataMemory(owner, holder, data);
+    }
+    all_points.Free();
     PageArray<char> buffer;
     DataOrder order;
     if (!holder->ends_.Allocate(static_cast<uint64_t>(count)) ||
