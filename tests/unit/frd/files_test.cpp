@@ -693,6 +693,7 @@ TEST_P(LongTransferTest, AStepThatACancelDoesNotEndTransfersAll) {
   EXPECT_EQ(FileSize(path.c_str()), kSize);
   File file = File::Open(path.c_str(), Access::kRead, Share::kRead, Disposition::kOpenExisting);
   EXPECT_TRUE(ReadExactly(file, bytes.data(), kSize));
+  g_silent = 1;
   ClearLog();
   ReportError(nullptr, "File Error", "Can't open it !");
   EXPECT_EQ(log(), (std::vector<std::string>{"[Can't open it !][File Error]"}));
