@@ -73,14 +73,10 @@ class LineReader {
   // it to be read.
   template <typename Unwanted>
   bool SkipLineIf(Unwanted unwanted) {
-    if (!is_chunk_ || has_quotes_) return false;
-    const auto left = static_cast<size_t>(end_ - position_);
-    auto* end = static_cast<char*>(
-        std::memchr(position_, '\r', left < kLineSize ? left : size_t{kLineSize}));
-    if (end == nullptr || end - position_ >= kLineSize) return false;
+    char* const end = OrdinaryEnd(kLineSize);
+    if (end == nullptr) return false;
     if (!unwanted(std::string_view(position_, static_cast<size_t>(end - position_)))) return false;
-    position_ = left - static_cast<size_t>(end - position_) < 2 ? end_ : end + 2;
-    ++line_number_;
+    PassOrdinary(end);
     return true;
   }
 
@@ -105,6 +101,19 @@ class LineReader {
 
  private:
   friend int FRD_ReadLine(LineReader& reader, uint32_t size, std::string_view* line);
+  // The end of the next line where the first CR is sure to end it, as in nearly all lines; else
+  // null.
+  char* OrdinaryEnd(uint32_t size) const {
+    if (!is_chunk_ || has_quotes_) return nullptr;
+    const auto left = static_cast<size_t>(end_ - position_);
+    return static_cast<char*>(std::memchr(position_, '\r', left < size ? left : size));
+  }
+  // Passes over that line.
+  void PassOrdinary(char* end) {
+    line_begin_ = position_;
+    position_ = end_ - end < 2 ? end_ : end + 2;
+    ++line_number_;
+  }
   bool Fill(uint32_t wanted);
   int ReadAnyLine(uint32_t size, std::string_view* line);
 
@@ -132,20 +141,11 @@ class LineReader {
 // kLineMargin bytes from there can be read, whatever they hold.
 inline constexpr size_t kLineMargin = 64;
 inline int FRD_ReadLine(LineReader& reader, uint32_t size, std::string_view* line) {
-  if (reader.is_chunk_ && !reader.has_quotes_) {
-    // Nearly all lines: the first CR ends them.
-    char* const begin = reader.position_;
-    const auto left = static_cast<size_t>(reader.end_ - begin);
-    auto* end = static_cast<char*>(std::memchr(begin, '\r', left < size ? left : size));
-    if (end != nullptr) {
-      reader.position_ = left - static_cast<size_t>(end - begin) < 2 ? reader.end_ : end + 2;
-      reader.line_begin_ = begin;
-      ++reader.line_number_;
-      *line = std::string_view(begin, static_cast<size_t>(end - begin));
-      return 1;
-    }
-  }
-  return reader.ReadAnyLine(size, line);
+  char* const end = reader.OrdinaryEnd(size);
+  if (end == nullptr) return reader.ReadAnyLine(size, line);
+  *line = std::string_view(reader.position_, static_cast<size_t>(end - reader.position_));
+  reader.PassOrdinary(end);
+  return 1;
 }
 
 // Number of lines (CRs outside quotes, and a last line without an end); -1 when the file cannot be

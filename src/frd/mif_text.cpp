@@ -72,11 +72,9 @@ MifPoint ReadMifPoint(LineReader& mif, MifPointTest test, int32_t* x, int32_t* y
 }
 
 MifPoint MifPoints::Next(int32_t* x, int32_t* y) {
-  while (at_ == run_.count) {
-    if (!stream_.Next(&run_)) return MifPoint::kEnd;
-    at_ = 0;
-  }
-  const Object& object = run_.records[at_++];
+  if (!objects_.More()) return MifPoint::kEnd;
+  const Object& object = *objects_.here();
+  objects_.Pass(1);
   if (object.kind == MifPoint::kPoint) {
     *x = object.x;
     *y = object.y;

@@ -36,7 +36,7 @@ MifPoint ReadMifPoint(LineReader& mif, MifPointTest test, int32_t* x, int32_t* y
 class MifPoints {
  public:
   // `mif` is open, its header read. It is read to its end.
-  MifPoints(LineReader& mif, MifPointTest test) : stream_(mif, Read{test}) {}
+  MifPoints(LineReader& mif, MifPointTest test) : objects_(mif, Read{test}) {}
 
   // The next object; x and y are set for a point only.
   MifPoint Next(int32_t* x, int32_t* y);
@@ -54,9 +54,7 @@ class MifPoints {
       return object->kind == MifPoint::kEnd ? ReadResult::kEnd : ReadResult::kRecord;
     }
   };
-  RecordStream<Object, Read> stream_;
-  RecordRun<Object> run_;
-  int64_t at_ = 0;
+  RecordCursor<Object, Read> objects_;
 };
 
 }  // namespace zatlib

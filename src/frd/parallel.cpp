@@ -35,7 +35,23 @@ struct Workers::State {
   uint64_t run = 0;   // number of the run
   size_t inside = 0;  // threads at work in it
   bool ending = false;
+  bool threads_begun = false;
   std::vector<std::thread> threads;
+
+  // Begins the threads, once.
+  void BeginThreads() {
+    if (threads_begun) return;
+    threads_begun = true;
+    const auto helpers = static_cast<size_t>(ThreadCount() - 1);
+    try {
+      threads.reserve(helpers);
+      while (threads.size() < helpers) {
+        threads.emplace_back([this] { Serve(); });
+      }
+    } catch (const std::system_error&) {
+      // The threads there are will do.
+    }
+  }
 
   void WorkOff() {
     for (int64_t part = next++; part < parts; part = next++) body(part);
@@ -57,17 +73,7 @@ struct Workers::State {
   }
 };
 
-Workers::Workers() : state_(std::make_unique<State>()) {
-  const auto helpers = static_cast<size_t>(ThreadCount() - 1);
-  try {
-    state_->threads.reserve(helpers);
-    while (state_->threads.size() < helpers) {
-      state_->threads.emplace_back([state = state_.get()] { state->Serve(); });
-    }
-  } catch (const std::system_error&) {
-    // The threads there are will do.
-  }
-}
+Workers::Workers() : state_(std::make_unique<State>()) {}
 
 Workers::~Workers() {
   Finish();
@@ -82,6 +88,7 @@ Workers::~Workers() {
 void Workers::Start(int64_t parts, std::function<void(int64_t)> body) {
   State& state = *state_;
   state.WorkOff();
+  if (parts > 1) state.BeginThreads();
   {
     // Under one lock, so that no thread enters the old run while the new one is put in place.
     std::unique_lock<std::mutex> lock(state.mutex);

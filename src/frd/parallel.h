@@ -15,8 +15,8 @@ int ThreadCount();
 // Sets that number for the process; 0 or less = the number of processors.
 void SetThreadCount(int count);
 
-// Threads beside the calling one, for one step. They end with the object. Where the system gives no
-// threads, the calling thread does everything.
+// Threads beside the calling one, for one step. They begin with the first run of more than one part
+// and end with the object. Where the system gives no threads, the calling thread does everything.
 class Workers {
  public:
   Workers();

@@ -136,31 +136,28 @@ class RecordStream {
   bool NextBatch() {
     at_ = 0;
     if (!started_) {
-      // A file of one chunk is not worth a thread.
+      // A file of one chunk needs no threads.
       started_ = true;
       Fill(batch_[current_], 1);
       if (batch_[current_].used == 0) return End();
       Parse(*batch_[current_].chunks[0]);
       Fill(batch_[1 - current_], BatchSize());
-      if (batch_[1 - current_].used > 0) {
-        workers_ = std::make_unique<Workers>();
-        Begin(batch_[1 - current_]);
-      }
+      Begin(batch_[1 - current_]);
       return true;
     }
     Batch& done = batch_[current_];
     Batch& next = batch_[1 - current_];
     if (next.used == 0) return End();
     Fill(done, BatchSize());
-    workers_->Finish();
+    workers_.Finish();
     current_ = 1 - current_;
     Begin(done);
     return true;
   }
 
   void Begin(Batch& batch) {
-    workers_->Start(static_cast<int64_t>(batch.used),
-                    [this, &batch](int64_t i) { Parse(*batch.chunks[static_cast<size_t>(i)]); });
+    workers_.Start(static_cast<int64_t>(batch.used),
+                   [this, &batch](int64_t i) { Parse(*batch.chunks[static_cast<size_t>(i)]); });
   }
 
   bool End() {
@@ -179,7 +176,7 @@ class RecordStream {
   bool started_ = false;
   bool ended_ = false;
   bool out_of_memory_ = false;
-  std::unique_ptr<Workers> workers_;
+  Workers workers_;  // last: its end waits for what works on the batches
 };
 
 // A stream of the records that `read` takes from the lines of an open file.
@@ -187,5 +184,30 @@ template <typename Record, typename Read>
 RecordStream<Record, Read> StreamRecords(LineReader& file, Read read) {
   return RecordStream<Record, Read>(file, std::move(read));
 }
+
+// Records of a stream one by one, or as many as stand side by side.
+template <typename Record, typename Read>
+class RecordCursor {
+ public:
+  RecordCursor(LineReader& file, Read read) : stream_(file, std::move(read)) {}
+
+  // False at the end of the file.
+  bool More() {
+    while (at_ == run_.count) {
+      if (!stream_.Next(&run_)) return false;
+      at_ = 0;
+    }
+    return true;
+  }
+  // Behind More: the next record, and those from it on that are there.
+  const Record* here() const { return run_.records + at_; }
+  int64_t ready() const { return run_.count - at_; }
+  void Pass(int64_t count) { at_ += count; }
+
+ private:
+  RecordStream<Record, Read> stream_;
+  RecordRun<Record> run_;
+  int64_t at_ = 0;
+};
 
 }  // namespace zatlib

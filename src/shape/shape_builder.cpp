@@ -193,32 +193,7 @@ ShapePoint PointOf(const MifLine& line) {
   return {FRD_ParseFixed6(x), FRD_ParseFixed6(y)};
 }
 
-// Records of a stream one by one, or as many as stand side by side.
-template <typename Record, typename Read>
-class Cursor {
- public:
-  Cursor(LineReader& file, Read read) : stream_(file, std::move(read)) {}
-
-  // False at the end of the file.
-  bool More() {
-    while (at_ == run_.count) {
-      if (!stream_.Next(&run_)) return false;
-      at_ = 0;
-    }
-    return true;
-  }
-  // Behind More: the next record, and those from it on that are there.
-  const Record* here() const { return run_.records + at_; }
-  int64_t ready() const { return run_.count - at_; }
-  void Pass(int64_t count) { at_ += count; }
-
- private:
-  RecordStream<Record, Read> stream_;
-  RecordRun<Record> run_;
-  int64_t at_ = 0;
-};
-
-using MifLines = Cursor<MifLine, ReadResult (*)(LineReader&, MifLine*)>;
+using MifLines = RecordCursor<MifLine, ReadResult (*)(LineReader&, MifLine*)>;
 
 Outcome CopyPline(Source& source, MifLines& mif, int32_t count, int record) {
   for (int32_t item = 0; item < count;) {
@@ -314,7 +289,7 @@ Outcome ReadMifRecords(Source& source, LineReader& mif_file, LineReader& mid_fil
     *code = code_of(line, lines, cs.CodeLength);
     return lines.long_field() ? ReadResult::kEnd : ReadResult::kRecord;
   };
-  Cursor<FeatureCode, decltype(read_code)> mid(mid_file, read_code);
+  RecordCursor<FeatureCode, decltype(read_code)> mid(mid_file, read_code);
   std::string_view line;
   for (int64_t number = 1;; ++number) {
     const int record = static_cast<int>(number);
@@ -459,7 +434,7 @@ Outcome ReadTextBlocks(Source& source, LineReader& text) {
   const auto read_line = [&cs](LineReader& file, ShapeLine* line) {
     return ReadShapeLine(file, cs.CodeLength, line);
   };
-  Cursor<ShapeLine, decltype(read_line)> lines(text, read_line);
+  RecordCursor<ShapeLine, decltype(read_line)> lines(text, read_line);
   for (int64_t number = 1;; ++number) {
     const int record = ShownAs<int>(number);
     if (!lines.More()) {
