@@ -88,7 +88,7 @@ Workers::~Workers() {
 void Workers::Start(int64_t parts, std::function<void(int64_t)> body) {
   State& state = *state_;
   state.WorkOff();
-  if (parts > 1) state.BeginThreads();
+  if (parts > 0) state.BeginThreads();
   {
     // Under one lock, so that no thread enters the old run while the new one is put in place.
     std::unique_lock<std::mutex> lock(state.mutex);

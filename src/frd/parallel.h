@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <utility>
 
 namespace zatlib {
 
@@ -15,8 +16,9 @@ int ThreadCount();
 // Sets that number for the process; 0 or less = the number of processors.
 void SetThreadCount(int count);
 
-// Threads beside the calling one, for one step. They begin with the first run of more than one part
-// and end with the object. Where the system gives no threads, the calling thread does everything.
+// Threads beside the calling one, for one step. They begin with the first run that
+// can use them and end with the object. Where the system gives no threads, the calling thread does
+// everything.
 class Workers {
  public:
   Workers();
@@ -33,20 +35,34 @@ class Workers {
 
   // Both: returns when all parts are done.
   void Run(int64_t parts, std::function<void(int64_t part)> body) {
+    if (parts == 1) {
+      Finish();
+      body(0);
+      return;
+    }
     Start(parts, std::move(body));
     Finish();
   }
 
-  // Splits 0 to count - 1 into runs of `grain` and calls body(begin, end) for each.
+  // Start and Run with 0 to count - 1 split into runs of `grain`: body(begin, end) for each.
+  template <typename Body>
+  void StartRanges(int64_t count, int64_t grain, Body body) {
+    Start((count + grain - 1) / grain, ByRange(count, grain, std::move(body)));
+  }
   template <typename Body>
   void RunRanges(int64_t count, int64_t grain, Body body) {
-    Run((count + grain - 1) / grain, [&](int64_t part) {
-      const int64_t begin = part * grain;
-      body(begin, begin + grain < count ? begin + grain : count);
-    });
+    Run((count + grain - 1) / grain, ByRange(count, grain, std::move(body)));
   }
 
  private:
+  template <typename Body>
+  static auto ByRange(int64_t count, int64_t grain, Body body) {
+    return [count, grain, body = std::move(body)](int64_t part) {
+      const int64_t begin = part * grain;
+      body(begin, begin + grain < count ? begin + grain : count);
+    };
+  }
+
   struct State;
   std::unique_ptr<State> state_;
 };

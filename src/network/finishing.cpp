@@ -79,9 +79,8 @@ uint8_t NodeAttribute(const NodeLinks& links, const NodeFlags* flags_of, int64_t
 // Calls body(i) for the records of a block, on the threads beside the calling one.
 template <typename Body>
 void StartParts(Workers& workers, int64_t count, Body body) {
-  workers.Start((count + kRecordsOfPart - 1) / kRecordsOfPart, [count, body](int64_t part) {
-    const int64_t end = std::min((part + 1) * kRecordsOfPart, count);
-    for (int64_t i = part * kRecordsOfPart; i < end; ++i) body(i);
+  workers.StartRanges(count, kRecordsOfPart, [body](int64_t begin, int64_t end) {
+    for (int64_t i = begin; i < end; ++i) body(i);
   });
 }
 

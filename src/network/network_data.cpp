@@ -401,12 +401,11 @@ struct NetworkBuilder {
     if (work->wanted > 0) work->records = nodes.Fetch(begin, &work->count);
     work->out = out;
     work->connected = true;
-    workers.Start((work->count + kGrain - 1) / kGrain, [this, work](int64_t part) {
-      const auto first = static_cast<int32_t>(part * kGrain);
-      const auto limit = static_cast<int32_t>(std::min<int64_t>(first + kGrain, work->count));
-      for (int32_t i = first; i < limit; ++i) {
+    workers.StartRanges(work->count, kGrain, [this, work](int64_t first, int64_t limit) {
+      for (int64_t i = first; i < limit; ++i) {
         const auto misses = [](FeatureCode) { return 0; };
-        if (FillSlots(work->begin + i, work->records[i], &work->out[i], misses) == 0) {
+        const auto node = static_cast<int32_t>(work->begin + i);
+        if (FillSlots(node, work->records[i], &work->out[i], misses) == 0) {
           work->connected.store(false, std::memory_order_relaxed);
         }
       }

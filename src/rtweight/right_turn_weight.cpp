@@ -140,21 +140,21 @@ int SaveWeights(WindowHandle owner, const char* folder, const SlotBytes* weights
   return 1;
 }
 
-EndWay WorkOutWay(const ShapePoint& end, const ShapePoint& beside) {
+// The way from an end of a shape to the point beside it.
+struct EndWay {
+  double x;  // degrees
+  double y;
+  double square;  // of its length
+  double length;
+};
+
+EndWay WayFrom(const LinkEnds& link, int end) {
   EndWay way;
-  way.x = InDegrees(beside.X) - InDegrees(end.X);
-  way.y = InDegrees(beside.Y) - InDegrees(end.Y);
+  way.x = InDegrees(link.beside[end].X) - InDegrees(link.point[end].X);
+  way.y = InDegrees(link.beside[end].Y) - InDegrees(link.point[end].Y);
   way.square = way.x * way.x + way.y * way.y;
   way.length = std::sqrt(way.square);
   return way;
-}
-
-const EndWay& WayFrom(LinkEnds* link, int end) {
-  if (!link->known[end]) {
-    link->way[end] = WorkOutWay(link->point[end], link->beside[end]);
-    link->known[end] = true;
-  }
-  return link->way[end];
 }
 
 // The turn from one way to another one with the same end.
@@ -185,11 +185,11 @@ bool IsWeighted(const EndWay& in, const EndWay& out, const TurnLimits& limits) {
 bool IsSamePoint(const ShapePoint& a, const ShapePoint& b) { return a.X == b.X && a.Y == b.Y; }
 
 // The turn from one link onto another.
-bool IsWeighted(LinkEnds* in, LinkEnds* out, const TurnLimits& limits) {
-  if (!in->usable || !out->usable) return false;
+bool IsWeighted(const LinkEnds& in, const LinkEnds& out, const TurnLimits& limits) {
+  if (!in.usable || !out.usable) return false;
   for (int i = 0; i < 2; ++i) {
     for (int o = 0; o < 2; ++o) {
-      if (IsSamePoint(in->point[i], out->point[o])) {
+      if (IsSamePoint(in.point[i], out.point[o])) {
         return IsWeighted(WayFrom(in, i), WayFrom(out, o), limits);
       }
     }
@@ -215,7 +215,7 @@ SlotBytes WeighAnyNode(const GroupNode& node, const TurnLimits& limits) {
   SlotBytes weights = {};
   for (int a = 0; a < node.slots; ++a) {
     for (int b = 0; b < node.slots; ++b) {
-      if (IsWeighted(&ends[node.first_slot[a]], &ends[node.first_slot[b]], limits)) {
+      if (IsWeighted(ends[node.first_slot[a]], ends[node.first_slot[b]], limits)) {
         weights.Slot[a] |= static_cast<uint8_t>(0x80 >> b);
       }
     }
@@ -473,14 +473,14 @@ LinkEnds EndsOfShape(const ShapeEnds& shape) {
   return ends;
 }
 
-int MM_SUB_IsWeightedTurn(int32_t arrival, NodeTurns* node, int32_t departure,
+int MM_SUB_IsWeightedTurn(int32_t arrival, const NodeTurns& node, int32_t departure,
                           const TurnLimits& limits) {
-  const int32_t* const begin = node->neighbour;
-  const int32_t* const end = begin + node->slots;
+  const int32_t* const begin = node.neighbour;
+  const int32_t* const end = begin + node.slots;
   const auto in_slot = std::find(begin, end, arrival) - begin;
   const auto out_slot = std::find(begin, end, departure) - begin;
-  if (in_slot == node->slots || out_slot == node->slots) return 0;
-  return IsWeighted(&node->ends[in_slot], &node->ends[out_slot], limits) ? 1 : 0;
+  if (in_slot == node.slots || out_slot == node.slots) return 0;
+  return IsWeighted(node.ends[in_slot], node.ends[out_slot], limits) ? 1 : 0;
 }
 
 int MM_RightTurnWeightMain(const TurnTables& tables, SlotBytes* weights, const char* folder,
@@ -496,10 +496,9 @@ int MM_RightTurnWeightMain(const TurnTables& tables, SlotBytes* weights, const c
     const auto* const node = nodes.records<CalcNode>();
     const auto* const links = node_links.records<NodeLinks>();
     SlotBytes* const out = weights + nodes.first();
-    workers.Start((count + kNodesOfPart - 1) / kNodesOfPart, [&, count, known](int64_t part) {
+    workers.StartRanges(count, kNodesOfPart, [&, known](int64_t begin, int64_t end) {
       NodeGroup group;
-      const int64_t end = std::min((part + 1) * kNodesOfPart, count);
-      for (int64_t n = part * kNodesOfPart; n < end; ++n) {
+      for (int64_t n = begin; n < end; ++n) {
         const int32_t* const other = node[n].OtherNode;
         if (other[0] < 0 || other[1] < 0 || other[2] < 0) {
           out[n] = {};  // fewer than 3 neighbours

@@ -37,33 +37,21 @@ inline double InDegrees(int32_t units) {
   return units * kMillionth + units * kRest;
 }
 
-// The way from an end of a shape to the point beside it.
-struct EndWay {
-  double x;  // degrees
-  double y;
-  double square;  // of its length
-  double length;
-};
-
 // What a link's shape has to say about turns: its first point (0) and its last one (1), each with
 // the point beside it.
 struct LinkEnds {
   bool usable = false;  // false: the link or its shape is missing, or the shape has no 2 points
-  bool known[2] = {};   // the ways that have been worked out, as few are ever asked for
   ShapePoint point[2];
   ShapePoint beside[2];
-  EndWay way[2];
 };
 
-// The ends of a shape, with no way worked out yet.
 LinkEnds EndsOfShape(const ShapeEnds& shape);
 
 // A node's neighbours in slot order, each with the link toward it.
 struct NodeTurns {
   int slots = 0;  // occupied slots
   int32_t neighbour[kSlots];
-  int first_slot[kSlots];  // the first slot of the same neighbour
-  LinkEnds ends[kSlots];   // of first slots only: no other link toward a neighbour is asked for
+  LinkEnds ends[kSlots];  // of a neighbour's first slot; no other link toward it is asked for
 };
 
 // Cosines of the least angles that weight a turn (0 degrees = straight on, 180 = back).
@@ -95,9 +83,8 @@ int MM_RightTurnWeightMain(const TurnTables& tables, SlotBytes* weights, const c
                            Workers& workers);
 
 // 1 when the turn at a node from the neighbour `arrival` toward the neighbour `departure` is
-// weighted, else 0. Of several links toward one neighbour the first one counts. Works out the ways
-// that it needs.
-int MM_SUB_IsWeightedTurn(int32_t arrival, NodeTurns* node, int32_t departure,
+// weighted, else 0. Of several links toward one neighbour the first one counts.
+int MM_SUB_IsWeightedTurn(int32_t arrival, const NodeTurns& node, int32_t departure,
                           const TurnLimits& limits);
 
 }  // namespace zatlib

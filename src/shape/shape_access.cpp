@@ -258,11 +258,8 @@ struct ShapeAccess {
       if (memory_mode != 0 && !window.whole) return FailDataRead(owner, holder, data);
       is_last = window.begin + kWindowStep >= limit;
       const int64_t behind = is_last ? count : order.FirstFrom(first, window.begin + kWindowStep);
-      const int64_t parts = (behind - first + kEntriesOfPart - 1) / kEntriesOfPart;
-      workers.Start(parts, [&, first, behind](int64_t part) {
-        const int64_t begin = first + part * kEntriesOfPart;
-        const int64_t end = std::min(begin + kEntriesOfPart, behind);
-        for (int64_t i = begin; i < end; ++i) {
+      workers.StartRanges(behind - first, kEntriesOfPart, [&, first](int64_t begin, int64_t end) {
+        for (int64_t i = first + begin; i < first + end; ++i) {
           const int64_t position = order.PositionAt(i);
           TakeEnds(window, memory_mode, &entries[position],
                    &holder->ends_[static_cast<uint64_t>(position)]);

@@ -86,12 +86,10 @@ int CloseAllConnections(WindowHandle owner, Tables* tables) {
     const auto* const links_of = node_links.records<NodeLinks>();
     const auto* const turns_of = turns.records<SlotBytes>();
     // A link's two speeds belong to its two nodes, so no two threads write to one place.
-    const int64_t parts = (end - first + kNodesOfPart - 1) / kNodesOfPart;
-    workers.Start(parts, [=](int64_t part) {
-      const int64_t part_end = std::min(first + (part + 1) * kNodesOfPart, end);
-      for (int64_t n = first + part * kNodesOfPart; n < part_end; ++n) {
-        CloseConnections(static_cast<int32_t>(n), &nodes[n], links_of[n - first],
-                         turns_of[n - first], links, link_count);
+    workers.StartRanges(end - first, kNodesOfPart, [=](int64_t begin, int64_t limit) {
+      for (int64_t n = begin; n < limit; ++n) {
+        CloseConnections(static_cast<int32_t>(first + n), &nodes[first + n], links_of[n],
+                         turns_of[n], links, link_count);
       }
     });
     const TableReader* unread = nullptr;

@@ -277,14 +277,11 @@ int ShowSection(const Section& section, int64_t set_count, int64_t record) {
 template <typename Record>
 void StartBlock(const Network& network, const Record* records, int64_t count, Workers& workers,
                 int64_t* set_counts) {
-  workers.Start((count + kRecordsOfPart - 1) / kRecordsOfPart, [=, &network](int64_t part) {
-    const int64_t end = std::min((part + 1) * kRecordsOfPart, count);
+  workers.StartRanges(count, kRecordsOfPart, [=, &network](int64_t begin, int64_t end) {
     Hints hints;
     int64_t set_count = 0;
-    for (int64_t i = part * kRecordsOfPart; i < end; ++i) {
-      set_count += Apply(network, records[i], &hints);
-    }
-    set_counts[part] = set_count;
+    for (int64_t i = begin; i < end; ++i) set_count += Apply(network, records[i], &hints);
+    set_counts[begin / kRecordsOfPart] = set_count;
   });
 }
 

@@ -1203,7 +1203,7 @@ class Verifier {
     }
     for (int a = 0; a < turns.slots; ++a) {
       for (int b = 0; b < turns.slots; ++b) {
-        if (zatlib::MM_SUB_IsWeightedTurn(turns.neighbour[a], &turns, turns.neighbour[b], limits) !=
+        if (zatlib::MM_SUB_IsWeightedTurn(turns.neighbour[a], turns, turns.neighbour[b], limits) !=
             0) {
           weights->Slot[a] = static_cast<uint8_t>(weights->Slot[a] | 0x80 >> b);
         }

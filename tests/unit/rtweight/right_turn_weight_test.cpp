@@ -845,9 +845,9 @@ TEST_F(RightTurnWeightTest, ATurnBetweenStrangersIsNotWeighted) {
   node.neighbour[0] = 7;
   node.ends[0] = EndsOfShape({{0, 0}, {1000000, 1000000}, {0, 0}, {1000000, 1000000}});
   const TurnLimits limits = {1.0, 1.0};
-  EXPECT_EQ(MM_SUB_IsWeightedTurn(7, &node, 7, limits), 1);
-  EXPECT_EQ(MM_SUB_IsWeightedTurn(7, &node, 8, limits), 0);
-  EXPECT_EQ(MM_SUB_IsWeightedTurn(8, &node, 7, limits), 0);
+  EXPECT_EQ(MM_SUB_IsWeightedTurn(7, node, 7, limits), 1);
+  EXPECT_EQ(MM_SUB_IsWeightedTurn(7, node, 8, limits), 0);
+  EXPECT_EQ(MM_SUB_IsWeightedTurn(8, node, 7, limits), 0);
 }
 
 }  // namespace
