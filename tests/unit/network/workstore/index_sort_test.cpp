@@ -1,6 +1,6 @@
 #include "network/workstore/index_sort.h"
 
-#include "network_stores.h"
+#include "../network_stores.h"
 
 namespace zatlib::test::network {
 namespace {

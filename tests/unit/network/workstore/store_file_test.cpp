@@ -1,6 +1,6 @@
 #include "network/workstore/store_file.h"
 
-#include "network_stores.h"
+#include "../network_stores.h"
 
 namespace zatlib::test::network {
 namespace {
