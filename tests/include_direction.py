@@ -69,7 +69,7 @@ def is_system_header(name, path):
 
 def resolve(root, path, name):
     """The project file that a quoted include means, None when there is no such file."""
-    for folder in (os.path.dirname(path), "src", "include", "tools"):
+    for folder in (os.path.dirname(path), "src", "include", "tools/zatmap"):
         found = os.path.normpath(os.path.join(folder, name))
         if os.path.isfile(os.path.join(root, found)):
             return found.replace(os.sep, "/")

@@ -1,0 +1,134 @@
+// Nodes and links of the sources in sorted arrays, and what they say of each other.
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include "check/findings.h"
+#include "frd/key_tree.h"
+#include "frd/keyed_table.h"
+#include "network/workstore/feature_code.h"
+#include "network/workstore/work_stores.h"
+
+namespace zatmap::check {
+
+// Columns (from 1) of a format that findings about whole records name.
+struct FormatColumns {
+  int partner;
+  int first_link;  // of a node
+  int node_a;
+  int node_b;
+  int length;
+  int speed_a;
+  int speed_b;
+};
+inline constexpr FormatColumns kZatColumns = {3, 5, 8, 9, 4, 10, 11};
+inline constexpr FormatColumns kMsrColumns = {5, 8, 8, 9, 5, 11, 12};
+
+struct CheckedNode {
+  zatlib::FeatureCode code;
+  zatlib::FeatureCode partner;
+  zatlib::FeatureCode links[zatlib::kSlots];
+  int32_t x = 0;  // millionths of a degree
+  int32_t y = 0;
+  uint32_t file = 0;
+  uint32_t record = 0;
+  uint32_t place_file = 0;  // where its coordinates stand
+  uint32_t place_record = 0;
+  bool placed = false;  // its coordinates are given
+};
+
+struct CheckedLink {
+  zatlib::FeatureCode code;
+  zatlib::FeatureCode node_a;
+  zatlib::FeatureCode node_b;
+  int32_t a = -1;  // places of the nodes in their array, -1 = missing
+  int32_t b = -1;
+  uint32_t file = 0;
+  uint32_t record = 0;
+  uint16_t length = 0;
+  uint16_t speed_a = 0;
+  uint16_t speed_b = 0;
+  uint8_t marks = 0;
+};
+
+inline constexpr uint8_t kListedAtA = 0x01;
+inline constexpr uint8_t kListedAtB = 0x02;
+inline constexpr uint8_t kHasShape = 0x04;
+inline constexpr uint8_t kParallel = 0x08;   // another link joins the same two nodes
+inline constexpr uint8_t kClosedOnA = 0x10;  // a speed below 0 from A to B
+inline constexpr uint8_t kClosedOnB = 0x20;
+
+// Where most nodes lie, with a wide margin; coordinates outside are suspicious.
+struct Bounds {
+  int64_t low_x = INT64_MIN;
+  int64_t high_x = INT64_MAX;
+  int64_t low_y = INT64_MIN;
+  int64_t high_y = INT64_MAX;
+
+  bool Holds(int64_t x, int64_t y) const {
+    return x >= low_x && x <= high_x && y >= low_y && y <= high_y;
+  }
+};
+
+class Network {
+ public:
+  Network(Findings& findings, int code_length, const FormatColumns& columns)
+      : findings_(findings), code_length_(code_length), columns_(columns) {}
+
+  std::vector<CheckedNode> nodes;
+  std::vector<CheckedLink> links;
+  bool nodes_whole = true;  // every node file could be read
+  bool links_whole = true;
+
+  // Sort the codes and report those that are there twice or reserved. False when there are none.
+  bool IndexNodes();
+  bool IndexLinks();
+
+  // Place in the array of a code, -1 when it is empty or unknown.
+  int32_t FindNode(zatlib::FeatureCode code) const;
+  int32_t FindLink(zatlib::FeatureCode code) const;
+
+  // What nodes and links say of each other, partners, loops, parallel links.
+  void CheckReferences();
+
+  // Costs beyond their limit and links without a speed, once the speeds are final.
+  void CheckCosts();
+
+  // Computes the bounds and reports the nodes outside of them.
+  void CheckPlaces();
+
+  // A finding when a point lies far from the nodes.
+  void CheckPoint(Place here, int32_t x, int32_t y) const;
+
+  int code_length() const { return code_length_; }
+  Findings& findings() const { return findings_; }
+  zatlib::CodeText TextOf(zatlib::FeatureCode code) const { return {code, code_length_}; }
+  Place PlaceOf(const CheckedNode& node, int column) const {
+    return {node.file, node.record, column, 0};
+  }
+  Place PlaceOf(const CheckedLink& link, int column) const {
+    return {link.file, link.record, column, 0};
+  }
+  const FormatColumns& columns() const { return columns_; }
+
+ private:
+  template <typename Item>
+  void Index(std::vector<Item>& items, int code_column, std::vector<zatlib::KeyedRecord>* index,
+             zatlib::KeyTree* tree);
+  int32_t Find(const std::vector<zatlib::KeyedRecord>& index, const zatlib::KeyTree& tree,
+               zatlib::FeatureCode code) const;
+  void MarkParallelLinks();
+  void CheckSlots(CheckedNode& node, int32_t number);
+
+  Findings& findings_;
+  int code_length_;
+  FormatColumns columns_;
+  Bounds bounds_;
+  std::vector<zatlib::KeyedRecord> node_index_;
+  std::vector<zatlib::KeyedRecord> link_index_;
+  zatlib::KeyTree node_tree_;
+  zatlib::KeyTree link_tree_;
+};
+
+}  // namespace zatmap::check

@@ -1,0 +1,55 @@
+// Link shapes as `zatmap check` sees them, from MIF files and from text files.
+#pragma once
+
+#include <vector>
+
+#include "check/control.h"
+#include "check/network.h"
+
+namespace zatmap::check {
+
+class ShapeChecker {
+ public:
+  // `limit` is the greatest number of bytes that all points together may have.
+  ShapeChecker(Network& network, int64_t limit) : network_(network), limit_(limit) {}
+
+  bool Knows(zatlib::FeatureCode link) const { return network_.FindLink(link) >= 0; }
+
+  void Begin(zatlib::FeatureCode code, Place place);
+  void Point(Place here, int32_t x, int32_t y);
+  void End();
+
+  // Links without a shape, shapes of one unknown code; call it once, behind all files.
+  void Finish();
+
+ private:
+  struct UnknownShape {
+    zatlib::FeatureCode code;
+    Place place;
+  };
+
+  void CheckEnds(const CheckedLink& link);
+
+  Network& network_;
+  int64_t limit_;
+  int64_t bytes_ = 0;
+  int64_t shapes_ = 0;
+  int64_t checked_ends_ = 0;
+  int64_t swapped_ends_ = 0;  // shapes whose ends are the nodes with X and Y exchanged
+  Place first_swapped_;
+  std::vector<UnknownShape> unknown_;
+
+  zatlib::FeatureCode code_;
+  Place place_;
+  int64_t points_ = 0;
+  bool reported_far_ = false;
+  int32_t first_x_ = 0;
+  int32_t first_y_ = 0;
+  int32_t last_x_ = 0;
+  int32_t last_y_ = 0;
+};
+
+// The [LINKSHAPE] files.
+void CheckShapeTexts(Control& control, ShapeChecker& shapes, int code_length);
+
+}  // namespace zatmap::check
