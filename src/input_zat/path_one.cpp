@@ -1,7 +1,7 @@
 #include "input_zat/path_one.h"
 
-#include "frd/control.h"
 #include "frd/log.h"
+#include "frd/step.h"
 #include "input_zat/link_store.h"
 #include "input_zat/name_store.h"
 #include "input_zat/node_store.h"
@@ -12,43 +12,28 @@
 namespace zatlib {
 namespace {
 
+// The bar's part that the shapes get.
 constexpr float kShapeBandStart = 0.25f;
 constexpr float kShapeBandWidth = 0.05f;
+
+int CreateShapes(WindowHandle owner, const char* control_file) {
+  return BRN_CreateShape(owner, kShapeBandStart, kShapeBandWidth, control_file);
+}
+
+constexpr Stage<WindowHandle, const char*> kStages[] = {
+    {0.0f, BRN_ZAT_SetNodeStore},        {0.05f, BRN_ZAT_SetNodeNameStore},
+    {kSamePoint, BRN_ZAT_SetNodeXYData}, {0.10f, BRN_ZAT_SetLinkStore},
+    {0.15f, BRN_ZAT_SetLinkSpeedData},   {kSamePoint, BRN_ZAT_SetLinkNameStore},
+    {0.20f, BRN_ZAT_SetNodeTrfData},     {kSamePoint, BRN_ZAT_SetLinkTrfData},
+    {kShapeBandStart, CreateShapes},     {kShapeBandStart + kShapeBandWidth, nullptr},
+};
 
 }  // namespace
 
 int BRN_ZAT_PathOne(WindowHandle owner, const char* control_file) {
   LogBuild("Path One Start (ZAT format) ");
-  int result = BRN_CreateRoadDef(owner, control_file, Prologue::kWith);
-
-  // A failed step skips the later steps; the bar moves on all the same.
-  if (Checkpoint(0.0f) == 0) result = 0;
-  if (result != 0) result = BRN_ZAT_SetNodeStore(owner, control_file);
-
-  if (Checkpoint(0.05f) == 0) result = 0;
-  if (result != 0) result = BRN_ZAT_SetNodeNameStore(owner, control_file);
-  if (result != 0) result = BRN_ZAT_SetNodeXYData(owner, control_file);
-
-  if (Checkpoint(0.10f) == 0) result = 0;
-  if (result != 0) result = BRN_ZAT_SetLinkStore(owner, control_file);
-
-  if (Checkpoint(0.15f) == 0) result = 0;
-  if (result != 0) result = BRN_ZAT_SetLinkSpeedData(owner, control_file);
-  if (result != 0) result = BRN_ZAT_SetLinkNameStore(owner, control_file);
-
-  if (Checkpoint(0.20f) == 0) result = 0;
-  if (result != 0) result = BRN_ZAT_SetNodeTrfData(owner, control_file);
-  if (result != 0) result = BRN_ZAT_SetLinkTrfData(owner, control_file);
-
-  if (Checkpoint(0.25f) == 0) {
-    Checkpoint(0.30f);
-    return 0;
-  }
-  if (result != 0) {
-    result = BRN_CreateShape(owner, kShapeBandStart, kShapeBandWidth, control_file);
-  }
-  if (Checkpoint(0.30f) == 0) result = 0;
-  return result;
+  const int result = BRN_CreateRoadDef(owner, control_file, Prologue::kWith);
+  return RunStages(kStages, result, owner, control_file);
 }
 
 }  // namespace zatlib

@@ -3,9 +3,9 @@
 #include <cstring>
 #include <string>
 
-#include "frd/control.h"
 #include "frd/log.h"
 #include "frd/parallel.h"
+#include "frd/step.h"
 #include "input_msr/path_one.h"
 #include "input_zat/path_one.h"
 #include "network/build_network.h"
@@ -39,6 +39,24 @@ void DeleteWorkStores(const char* folder) {
     platform::RemoveFile(PathIn(folder, name).c_str());
   }
 }
+
+int AddOneWayLinks(WindowHandle owner, const char* control_file) {
+  if (ControlInt(control_file, "TUKOUJ", "NOTADDONEWAY", 0) != 0) return 1;
+  char folder[kPathSize];
+  BRN_GetCalcMapDir(control_file, folder);
+  return BRN_TRF_AddOneWayLinks(owner, folder);
+}
+
+constexpr Stage<WindowHandle, const char*> kPathTwo[] = {
+    {0.3f, BRN_BuildNetwork},
+    {0.8f, BRN_FinishNodeAttribute},
+    {0.825f, BRN_FinishNodeName},
+    {0.85f, BRN_FinishLinkName},
+    {0.9f, BRN_TRF_AddTrafficRules},
+    {kSamePoint, AddOneWayLinks},
+    {kSamePoint, MM_CreateRightTurnWeight, "Creating Right Turn Weight..."},
+    {0.95f, nullptr},
+};
 
 }  // namespace
 
@@ -94,32 +112,7 @@ int BRN_BuildRoadNetworks(WindowHandle owner, int64_t format, const char* contro
 int BRN_PathTwo(WindowHandle owner, int64_t, const char* control_file) {
   TakeThreadCount(control_file);
   LogBuild("Path Two Start. ");
-  int result = Checkpoint(0.3f);
-  if (result != 0) result = BRN_BuildNetwork(owner, control_file);
-
-  if (Checkpoint(0.8f) == 0) result = 0;
-  if (result != 0) result = BRN_FinishNodeAttribute(owner, control_file);
-
-  if (Checkpoint(0.825f) == 0) result = 0;
-  if (result != 0) result = BRN_FinishNodeName(owner, control_file);
-
-  if (Checkpoint(0.85f) == 0) result = 0;
-  if (result != 0) result = BRN_FinishLinkName(owner, control_file);
-
-  if (Checkpoint(0.9f) == 0) result = 0;
-  if (result != 0) result = BRN_TRF_AddTrafficRules(owner, control_file);
-  if (result != 0 && ControlInt(control_file, "TUKOUJ", "NOTADDONEWAY", 0) == 0) {
-    char folder[kPathSize];
-    BRN_GetCalcMapDir(control_file, folder);
-    result = BRN_TRF_AddOneWayLinks(owner, folder);
-  }
-
-  if (BRN_SetStatus("Creating Right Turn Weight...") == 0) {
-    FRD_SetProgress(0.95f);  // shows the position once more
-    return 0;
-  }
-  if (result != 0) result = MM_CreateRightTurnWeight(owner, control_file);
-  return Checkpoint(0.95f) == 0 ? 0 : result;
+  return RunStages(kPathTwo, 1, owner, control_file);
 }
 
 }  // namespace zatlib
