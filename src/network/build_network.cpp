@@ -2,10 +2,10 @@
 
 #include <initializer_list>
 
-#include "frd/control.h"
 #include "frd/cp932.h"
 #include "frd/files.h"
 #include "frd/log.h"
+#include "frd/step.h"
 #include "network/network_data.h"
 #include "network/node_link_data.h"
 #include "network/store_checks.h"
@@ -158,51 +158,114 @@ struct FileSteps {
   static constexpr auto CreateNetwork = BRN450_CreateNetworkData;
 };
 
-// Loads the stores and creates the network files.
+// What the stages of one way of building hand on to each other.
 template <typename Steps>
-int CreateFiles(WindowHandle owner, const char* control_file) {
-  typename Steps::Nodes nodes;
-  typename Steps::Links links;
-  PageArray<CodeIndexRecord> node_index;
-  PageArray<CodeIndexRecord> link_index;
+struct NetworkBuild {
+  WindowHandle owner;
+  const char* control_file;
+  typename Steps::Nodes nodes = {};
+  typename Steps::Links links = {};
+  PageArray<CodeIndexRecord> node_index = {};
+  PageArray<CodeIndexRecord> link_index = {};
 
-  int result = Steps::LoadNodes(owner, &nodes, control_file);
-  if (Checkpoint(0.55f) == 0) result = 0;
-  if (result != 0 && nodes.count < 2) {
-    ReportError(owner, kCp932<u8"データエラー">,
-                kCp932<u8"ノードとリンクが不整合であるため計算用道路データが作成できません。%s">,
-                "");
-    result = 0;
+  static int LoadNodes(NetworkBuild& build) {
+    return Steps::LoadNodes(build.owner, &build.nodes, build.control_file);
   }
-  if (result != 0 && !node_index.Allocate(static_cast<uint64_t>(nodes.count) + 2)) {
-    ReportError(owner, "Memory Error", "Can't allocate the memory for NodeIndex : num node=%d",
-                nodes.count);
-    result = 0;
-  }
-  if (result != 0) result = Steps::CreateNodes(owner, nodes, node_index.data(), control_file);
 
-  if (Checkpoint(0.6f) == 0) result = 0;
-  if (result != 0) result = Steps::LoadLinks(owner, &links, control_file);
+  static int CreateNodes(NetworkBuild& build) {
+    if (build.nodes.count < 2) {
+      ReportError(build.owner, kCp932<u8"データエラー">,
+                  kCp932<u8"ノードとリンクが不整合であるため計算用道路データが作成できません。%s">,
+                  "");
+      return 0;
+    }
+    if (!build.node_index.Allocate(static_cast<uint64_t>(build.nodes.count) + 2)) {
+      ReportError(build.owner, "Memory Error",
+                  "Can't allocate the memory for NodeIndex : num node=%d", build.nodes.count);
+      return 0;
+    }
+    return Steps::CreateNodes(build.owner, build.nodes, build.node_index.data(),
+                              build.control_file);
+  }
 
-  if (Checkpoint(0.65f) == 0) result = 0;
-  if (result != 0 && !link_index.Allocate(static_cast<uint64_t>(links.count) + 2)) {
-    ReportError(owner, "Memory Error", "Can't allocate the memory for LinkIndex : num link=%d",
-                links.count);
-    result = 0;
+  static int LoadLinks(NetworkBuild& build) {
+    return Steps::LoadLinks(build.owner, &build.links, build.control_file);
   }
-  if (result != 0) result = Steps::CreateLinks(owner, links, link_index.data(), control_file);
 
-  if (Checkpoint(0.7f) == 0) result = 0;
-  if (result != 0) {
-    result = Steps::CheckDummies(owner, nodes, node_index.data(), links, control_file);
+  static int CreateLinks(NetworkBuild& build) {
+    if (!build.link_index.Allocate(static_cast<uint64_t>(build.links.count) + 2)) {
+      ReportError(build.owner, "Memory Error",
+                  "Can't allocate the memory for LinkIndex : num link=%d", build.links.count);
+      return 0;
+    }
+    return Steps::CreateLinks(build.owner, build.links, build.link_index.data(),
+                              build.control_file);
   }
-  if (Checkpoint(0.75f) == 0) result = 0;
-  if (result != 0) {
-    result = Steps::CreateNetwork(owner, nodes, node_index.data(), links, link_index.data(),
-                                  control_file);
+
+  static int CheckDummies(NetworkBuild& build) {
+    return Steps::CheckDummies(build.owner, build.nodes, build.node_index.data(), build.links,
+                               build.control_file);
   }
-  if (Checkpoint(0.8f) == 0) result = 0;
-  return result;
+
+  static int CreateNetwork(NetworkBuild& build) {
+    return Steps::CreateNetwork(build.owner, build.nodes, build.node_index.data(), build.links,
+                                build.link_index.data(), build.control_file);
+  }
+};
+
+// Loads the stores and creates the network files; after `result` 0 only the bar goes on.
+template <typename Steps>
+int CreateFiles(WindowHandle owner, const char* control_file, int result) {
+  using Build = NetworkBuild<Steps>;
+  static constexpr Stage<Build&> kStages[] = {
+      {kSamePoint, Build::LoadNodes},
+      {0.55f, Build::CreateNodes},
+      {0.6f, Build::LoadLinks},
+      {0.65f, Build::CreateLinks},
+      {0.7f, Build::CheckDummies},
+      {0.75f, Build::CreateNetwork},
+      {0.8f, nullptr},
+  };
+  Build build{owner, control_file};
+  return RunStages(kStages, result, build);
+}
+
+// The checks of the stores, which hand on what they have found.
+struct StoreChecks {
+  WindowHandle owner;
+  const char* control_file;
+  CheckedStores known = {};
+
+  static int Duplicates(StoreChecks& checks) {
+    return BRN_CheckNodeLinkDuplication(checks.owner, checks.control_file, &checks.known);
+  }
+  static int Nodes(StoreChecks& checks) {
+    return BRN_CheckNodeStoreFromLinkStore(checks.owner, checks.control_file, &checks.known);
+  }
+  static int Links(StoreChecks& checks) {
+    SortedCodes nodes;
+    int result = BRN_MakeDrotenNodeIndex(checks.owner, &nodes, checks.control_file, &checks.known);
+    if (result != 0) {
+      result = BRN_CheckLinkStore(checks.owner, nodes, checks.control_file, &checks.known);
+    }
+    if (result != 0) {
+      result = BRN_MakeDummyLinks(checks.owner, nodes, checks.control_file, &checks.known);
+    }
+    return result;
+  }
+};
+
+constexpr Stage<StoreChecks&> kStoreChecks[] = {
+    {0.3f, StoreChecks::Duplicates},
+    {0.35f, StoreChecks::Nodes},
+    {0.4f, StoreChecks::Links},
+    {0.5f, nullptr},
+};
+
+// What the checks hold is given back before the build takes memory.
+int CheckStores(WindowHandle owner, const char* control_file) {
+  StoreChecks checks{owner, control_file};
+  return RunStages(kStoreChecks, 1, checks);
 }
 
 }  // namespace
@@ -217,37 +280,16 @@ int BRN_CheckMemories(WindowHandle owner, const char* control_file) {
 }
 
 int BRN_BuildNetwork(WindowHandle owner, const char* control_file) {
-  int result = 1;
-  CheckedStores known;
-  if (Checkpoint(0.3f) == 0) result = 0;
-  if (result != 0) result = BRN_CheckNodeLinkDuplication(owner, control_file, &known);
-
-  if (Checkpoint(0.35f) == 0) result = 0;
-  if (result != 0) result = BRN_CheckNodeStoreFromLinkStore(owner, control_file, &known);
-
-  if (Checkpoint(0.4f) == 0) result = 0;
-  if (result != 0) {
-    SortedCodes nodes;
-    result = BRN_MakeDrotenNodeIndex(owner, &nodes, control_file, &known);
-    if (result != 0) result = BRN_CheckLinkStore(owner, nodes, control_file, &known);
-    if (result != 0) result = BRN_MakeDummyLinks(owner, nodes, control_file, &known);
-    known = CheckedStores();
-  }
-
-  if (Checkpoint(0.5f) == 0) result = 0;
-  if (result == 0) {
-    // The bar passes the points of the steps that are left out.
-    for (const float fraction : {0.55f, 0.6f, 0.65f, 0.7f, 0.75f, 0.8f}) Checkpoint(fraction);
-    return 0;
+  if (CheckStores(owner, control_file) == 0) {
+    // The bar passes the points of the stages that are left out.
+    return CreateFiles<FileSteps>(owner, control_file, 0);
   }
   const int method = BRN_CheckMemories(owner, control_file);
   LogBuild(method == kMemoryOperation ? "*** memory operation ***"
            : method == kFileOperation ? "*** file operation ***"
                                       : "*** memory error ***");
-  if (method == kMemoryOperation) return CreateFiles<MemorySteps>(owner, control_file);
-  if (method == kFileOperation) return CreateFiles<FileSteps>(owner, control_file);
-  for (const float fraction : {0.55f, 0.6f, 0.65f, 0.7f, 0.75f, 0.8f}) Checkpoint(fraction);
-  return 0;
+  if (method == kMemoryOperation) return CreateFiles<MemorySteps>(owner, control_file, 1);
+  return CreateFiles<FileSteps>(owner, control_file, method == kFileOperation ? 1 : 0);
 }
 
 }  // namespace zatlib
