@@ -192,6 +192,31 @@ bool FarNode(const EndNodes& link, int64_t node, int32_t* far_node) {
   return true;
 }
 
+// The connection slots of a turn.
+struct Turn {
+  size_t arrival = 0;
+  size_t departure = 0;
+};
+
+// Walks the slots until both neighbours are known; until then a later slot of one of them, that of
+// a parallel link, takes the place of an earlier one. False when one of them is not there.
+bool FindTurn(std::span<const int32_t> others, int32_t in_node, int32_t out_node, Turn* turn) {
+  bool in_known = false;
+  bool out_known = false;
+  for (size_t slot = 0; slot < others.size(); ++slot) {
+    if (others[slot] == in_node) {
+      turn->arrival = slot;
+      in_known = true;
+    }
+    if (others[slot] == out_node) {
+      turn->departure = slot;
+      out_known = true;
+    }
+    if (in_known && out_known) return true;
+  }
+  return false;
+}
+
 // Sets the bit of the turn that a rule prohibits and returns 1; 0 when the rule does not fit the
 // network.
 int Apply(const Network& network, const RuleStoreRecord& rule, Hints* hints) {
@@ -208,12 +233,9 @@ int Apply(const Network& network, const RuleStoreRecord& rule, Hints* hints) {
   int32_t out_node = -1;
   if (!FarNode(in_ends, node, &in_node)) return 0;
   if (!FarNode(network.LinkAt(out_link), node, &out_node)) return 0;
-  const auto others = network.Neighbours(node);
-  const auto in_slot = std::find(others.begin(), others.end(), in_node);
-  const auto out_slot = std::find(others.begin(), others.end(), out_node);
-  if (in_slot == others.end() || out_slot == others.end()) return 0;
-  network.Prohibit(node, static_cast<size_t>(in_slot - others.begin()),
-                   0x80u >> (out_slot - others.begin()));
+  Turn turn;
+  if (!FindTurn(network.Neighbours(node), in_node, out_node, &turn)) return 0;
+  network.Prohibit(node, turn.arrival, 0x80u >> turn.departure);
   return 1;
 }
 

@@ -597,8 +597,9 @@ TEST_P(SmallNetworks, ADuplicateLinkAloneEndsTheBuild) {
 
 class Junction : public SmallNetworks {
  protected:
-  void MakeSources() {
-    Nodes({"@1,0,0,3,@11,@12,@13", "@2,0,0,1,@11", "@3,0,0,1,@12", "@4,0,0,1,@13"},
+  void MakeSources() { MakeSources("@1,0,0,3,@11,@12,@13", "@2,0,0,1,@11"); }
+  void MakeSources(const std::string& node_1, const std::string& node_2) {
+    Nodes({node_1, node_2, "@3,0,0,1,@12", "@4,0,0,1,@13"},
           {"@1,135,35", "@2,134.999,34.999", "@3,135.002,34.998", "@4,135.001,35.001"});
     Links({"@11,3,1,10,0,0,0,@1,@2,36,36", "@12,3,1,20,0,0,0,@1,@3,36,72",
            "@13,3,1,30,0,0,0,@4,@1,36,36"});
@@ -648,6 +649,56 @@ TEST_P(Junction, RestrictionsAndClosedDirections) {
                                  CalcRecord({{0, 65535, 30}})}));
   ExpectFile("nodelink.idx", All({NodeLinkRecord({0, 1, 2}), NodeLinkRecord({0}),
                                   NodeLinkRecord({1}), NodeLinkRecord({2})}));
+  ExpectLog(story_.Whole());
+}
+
+// Link 14 lies beside 11: the slots of node 1 lead to 2, 2, 3 and 4, those of node 2 to 1 and 1.
+// The later slot of a neighbour counts as long as the other neighbour has not come.
+TEST_P(Junction, RulesAtParallelLinks) {
+  MakeSources("@1,0,0,4,@11,@14,@12,@13", "@2,0,0,2,@11,@14");
+  Source("LINK", "more_links.txt", {"@14,3,1,15,0,0,0,@2,@1,36,36"});
+  Source("NODETRF", "rules.txt",
+         {"@1,@11,@12,2",    // slot 1 to slot 2
+          "@1,@13,@14,2",    // slot 3 to slot 1
+          "@1,@11,@14,2",    // both known at slot 0
+          "@2,@14,@11,2"});  // the same at node 2
+  ASSERT_EQ(Build(), 1);
+  ExpectFile("maprule.dat", All({SlotRecord({0x80, 0x20, 0, 0x40}), SlotRecord({0x80}),
+                                 SlotRecord({}), SlotRecord({})}));
+  story_.links = story_.rules = story_.rule_bits = 4;
+  ExpectLog(story_.Whole());
+}
+
+// Nodes 1 and 2 are partners, joined by link 11 and by a dummy link. It takes the first empty slot
+// of the node: at 1 the gap behind 11, so that the slots lead to 2, 2, 3 and 4.
+TEST_P(Junction, RulesAtADummyLinkInAGap) {
+  MakeSources("@1,0,@2,4,@11,0,@12,@13", "@2,0,@1,1,@11");
+  Source("NODETRF", "rules.txt",
+         {"@1,@11,@12,2",    // slot 1 to slot 2
+          "@1,@13,@11,2"});  // slot 3 to slot 1
+  ASSERT_EQ(Build(), 1);
+  ExpectFile("nodelink.idx", All({NodeLinkRecord({0, 3, 1, 2}), NodeLinkRecord({0, 3}),
+                                  NodeLinkRecord({1}), NodeLinkRecord({2})}));
+  ExpectFile("maprule.dat",
+             All({SlotRecord({0, 0x20, 0, 0x40}), SlotRecord({}), SlotRecord({}), SlotRecord({})}));
+  story_.dummies = 1;
+  story_.rules = story_.rule_bits = 2;
+  ExpectLog(story_.Whole());
+}
+
+// The same without a gap: the slots of node 1 lead to 2, 3, 4 and 2.
+TEST_P(Junction, RulesAtADummyLinkBehindTheOthers) {
+  MakeSources("@1,0,@2,3,@11,@12,@13", "@2,0,@1,1,@11");
+  Source("NODETRF", "rules.txt",
+         {"@1,@11,@12,2",    // slot 0 to slot 1
+          "@1,@13,@11,2"});  // slot 2 to slot 0
+  ASSERT_EQ(Build(), 1);
+  ExpectFile("nodelink.idx", All({NodeLinkRecord({0, 1, 2, 3}), NodeLinkRecord({0, 3}),
+                                  NodeLinkRecord({1}), NodeLinkRecord({2})}));
+  ExpectFile("maprule.dat",
+             All({SlotRecord({0x40, 0, 0x80, 0}), SlotRecord({}), SlotRecord({}), SlotRecord({})}));
+  story_.dummies = 1;
+  story_.rules = story_.rule_bits = 2;
   ExpectLog(story_.Whole());
 }
 

@@ -91,6 +91,25 @@ class Numbers(unittest.TestCase):
             self.assertEqual(m.slot_cost(length, speed, limit), want,
                              (length, speed, limit))
 
+    def test_turn_slots(self):
+        for slots, far_in, far_out, want in (
+                ((1, 3), 1, 3, (0, 1)), ((1, 3), 3, 1, (1, 0)),
+                ((1, 3), 1, 1, (0, 0)), ((1, 3), 1, 4, None),
+                ((1, 3), 4, 3, None), ((), 1, 3, None),
+                # parallel links before the other end: the last of them
+                ((1, 2, 1, 3), 1, 3, (2, 3)), ((1, 2, 1, 3), 3, 1, (3, 2)),
+                ((1, 1, 1, 3), 1, 3, (2, 3)),
+                # behind it: the first of them
+                ((3, 1, 2, 1), 1, 3, (1, 0)), ((3, 1, 2, 1), 3, 1, (0, 1)),
+                # on both sides of it
+                ((1, 3, 1), 1, 3, (0, 1)), ((1, 3, 1), 3, 1, (1, 0)),
+                # parallel links on both sides of the turn
+                ((1, 1, 3, 3), 1, 3, (1, 2)), ((3, 3, 1, 1), 1, 3, (2, 1)),
+                # from one parallel link into the other
+                ((2, 1, 1, 3), 1, 1, (1, 1))):
+            self.assertEqual(m.turn_slots(slots, far_in, far_out), want,
+                             (slots, far_in, far_out))
+
 
 class Texts(unittest.TestCase):
     def test_names(self):
@@ -288,6 +307,7 @@ CONTROL = (b"[SYSTEM]\r\nSILENTMODE=1\r\nLOG=1\r\nDEBUG=1\r\n%s"
            b"[FOLDER]\r\nCALCMAPDIR=out\r\n"
            b"[NODE]\r\nFILENUM=1\r\nFILE01=n.txt\r\n"
            b"[LINK]\r\nFILENUM=1\r\nFILE01=l.txt\r\n"
+           b"[NODETRF]\r\nFILENUM=1\r\nFILE01=r.txt\r\n"
            b"[LINKTRF]\r\nFILENUM=1\r\nFILE01=o.txt\r\n"
            b"[LINKSPEED]\r\nFILENUM=1\r\nFILE01=s.txt\r\n")
 
@@ -303,8 +323,9 @@ class Builds(unittest.TestCase):
              b"104,3,9,50,1,1,1,14,99,60,30,0\r\n")
 
     def build(self, extra=b"", nodes=None, links=None, oneway=b"",
-              speed=b""):
+              speed=b"", rules=b""):
         save("control.ini", CONTROL % extra)
+        save("r.txt", rules)
         save("n.txt", self.NODES if nodes is None else nodes)
         save("n.mid", b"")
         save("l.txt", self.LINKS if links is None else links)
@@ -387,6 +408,34 @@ class Builds(unittest.TestCase):
             calc = load("out/mapcalc.dat")
             self.assertEqual(struct.unpack_from("<H", calc, 128 + 32),
                              (0xFFFF,))
+
+    def test_rules_at_a_parallel_link(self):
+        # 104 lies beside 101: the slots of 12 lead to 11, 11 and 13
+        nodes = (b"11,1,0,2,101,104\r\n12,1,0,3,101,104,102\r\n"
+                 b"13,1,0,1,102\r\n")
+        links = (b"101,1,7,100,1,1,1,11,12,60,30,0\r\n"
+                 b"102,1,8,100,1,1,1,12,13,60,30,0\r\n"
+                 b"104,1,9,50,1,1,1,12,11,60,30,0\r\n")
+        with folder():
+            self.build(nodes=nodes, links=links,
+                       rules=b"12,101,102,2\r\n12,102,101,2\r\n"
+                             b"12,104,101,2\r\n")
+            self.assertEqual(load("out/maprule.dat")[8:16],
+                             b"\x80\x20\x40" + b"\0" * 5)
+
+    def test_rules_at_a_dummy_link(self):
+        # 11 and 12 are partners beside link 101; the dummy link takes the
+        # gap, so that the slots of 12 lead to 11, 11 and 13, or comes last
+        nodes = (b"11,1,12,1,101\r\n12,1,11,%s\r\n13,1,0,1,102\r\n")
+        links = (b"101,1,7,100,1,1,1,11,12,60,30,0\r\n"
+                 b"102,1,8,100,1,1,1,12,13,60,30,0\r\n")
+        for slots, want in ((b"3,101,0,102", b"\0\x20\x40"),
+                            (b"2,101,102", b"\x40\x80\0")):
+            with folder():
+                self.build(nodes=nodes % slots, links=links,
+                           rules=b"12,101,102,2\r\n12,102,101,2\r\n")
+                self.assertEqual(load("out/maprule.dat")[8:16],
+                                 want + b"\0" * 5)
 
     def test_duplicates(self):
         with folder():

@@ -2309,17 +2309,10 @@ class Build:
             far_out = far_node(link_node, lb, n)
             if far_in is None or far_out is None:
                 continue
-            a = b = None
-            for s, nb in enumerate(slots_of(calc, n)):
-                if a is None and nb == far_in:
-                    a = s
-                if b is None and nb == far_out:
-                    b = s
-                if a is not None and b is not None:
-                    break
-            if a is None or b is None:
+            turn = turn_slots(slots_of(calc, n), far_in, far_out)
+            if turn is None:
                 continue
-            rule[8 * n + a] |= 0x80 >> b
+            rule[8 * n + turn[0]] |= 0x80 >> turn[1]
             count += 1
         self.log(b"End of RuleStore section OK : set count = %d" % count)
         return 1
@@ -2598,6 +2591,21 @@ def slots_of(calc, n):
             break
         out.append(nb)
     return out
+
+
+def turn_slots(slots, far_in, far_out):
+    """The slots of arrival and leaving. Of parallel links a later slot takes
+    the place of an earlier one while the other end is unknown; None when one
+    of them is not found."""
+    arrive = leave = None
+    for s, neighbour in enumerate(slots):
+        if neighbour == far_in:
+            arrive = s
+        if neighbour == far_out:
+            leave = s
+        if arrive is not None and leave is not None:
+            return arrive, leave
+    return None
 
 
 def far_node(link_node, k, n):

@@ -185,12 +185,118 @@ TEST_F(TrafficRulesTest, TheEighthNeighbourHasRulesAndTheNinthHasNone) {
   EXPECT_EQ(log(), EndLines(1, 0));
 }
 
-TEST_F(TrafficRulesTest, ARuleOverParallelLinksTakesTheFirstSlotOfTheNeighbour) {
-  WriteBytes(folder_ / "mapcalc.dat", CalcRecord({1, 2, 1, 3}) + CalcRecord({0, 0}) +
+// Slots are walked until both neighbours are known, and until then a later slot of a neighbour
+// takes the place of an earlier one. In the slot lists 1 is the node of link 1000 and 3 that of
+// link 3000.
+TEST_F(TrafficRulesTest, AtParallelLinksALaterSlotCountsUntilBothNeighboursAreKnown) {
+  const struct {
+    std::vector<int64_t> slots;
+    double in_link, out_link;
+    const char* turns;
+  } rows[] = {
+      // The parallel links come first: the last one before the other neighbour counts.
+      {{1, 2, 1, 3}, 1000, 3000, "00 00 10 00 00 00 00 00"},
+      {{1, 2, 1, 3}, 3000, 1000, "00 00 00 20 00 00 00 00"},
+      {{1, 1, 1, 3}, 1000, 3000, "00 00 10 00 00 00 00 00"},
+      {{1, 1, 1, 1, 1, 1, 1, 3}, 1000, 3000, "00 00 00 00 00 00 01 00"},
+      {{1, 1, 1, 1, 1, 1, 1, 3}, 3000, 1000, "00 00 00 00 00 00 00 02"},
+      // They come last: the first one ends the walk.
+      {{3, 1, 2, 1}, 1000, 3000, "00 80 00 00 00 00 00 00"},
+      {{3, 1, 2, 1}, 3000, 1000, "40 00 00 00 00 00 00 00"},
+      // One on each side of the other neighbour.
+      {{1, 3, 1}, 1000, 3000, "40 00 00 00 00 00 00 00"},
+      {{1, 3, 1}, 3000, 1000, "00 80 00 00 00 00 00 00"},
+      // Parallel links on both sides.
+      {{1, 1, 3, 3}, 1000, 3000, "00 20 00 00 00 00 00 00"},
+      {{3, 3, 1, 1}, 1000, 3000, "00 00 40 00 00 00 00 00"},
+      {{1, 1, 3, 3}, 3000, 1000, "00 00 40 00 00 00 00 00"},
+      {{3, 3, 1, 1}, 3000, 1000, "00 20 00 00 00 00 00 00"},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.turns);
+    WriteBytes(folder_ / "mapcalc.dat", CalcRecord(row.slots) + CalcRecord({0, 0}) +
+                                            CalcRecord({0}) + CalcRecord({0}) + CalcRecord({0}));
+    WriteBytes(folder_ / "maprule.dat", std::string(40, '\0'));
+    WriteRules(RuleRecord(500, row.in_link, row.out_link));
+    ClearLog();
+    EXPECT_EQ(Run(), 1);
+    EXPECT_EQ(ReadBytes(folder_ / "maprule.dat"), Turns(row.turns) + std::string(32, '\0'));
+    EXPECT_EQ(log(), EndLines(1, 0));
+  }
+}
+
+// What lies behind an empty slot neither completes a turn nor takes the place of a slot before it.
+TEST_F(TrafficRulesTest, AnEmptySlotEndsTheWalkOverParallelLinks) {
+  const struct {
+    std::vector<int64_t> slots;
+    const char* turns;
+    int set;
+  } rows[] = {
+      {{1, 1, -1, 3}, "00 00 00 00 00 00 00 00", 0},
+      {{3, 3, -1, 1}, "00 00 00 00 00 00 00 00", 0},
+      {{1, 1, 3, -1, 1, 3}, "00 20 00 00 00 00 00 00", 1},
+  };
+  for (const auto& row : rows) {
+    WriteBytes(folder_ / "mapcalc.dat", CalcRecord(row.slots) + CalcRecord({0, 0}) +
+                                            CalcRecord({0}) + CalcRecord({0}) + CalcRecord({0}));
+    WriteBytes(folder_ / "maprule.dat", std::string(40, '\0'));
+    WriteRules(RuleRecord(500, 1000, 3000));
+    ClearLog();
+    EXPECT_EQ(Run(), 1);
+    EXPECT_EQ(NodeTurnBytes(0), Turns(row.turns));
+    EXPECT_EQ(log(), EndLines(row.set, 0));
+  }
+}
+
+// Both neighbours are the same node, so that its first slot makes both known: the turn back and the
+// turn from one parallel link into the other.
+TEST_F(TrafficRulesTest, ATurnBetweenParallelLinksTakesTheirFirstSlotTwice) {
+  WriteBytes(folder_ / "mapcalc.dat", CalcRecord({2, 1, 1, 3}) + CalcRecord({0, 0}) +
                                           CalcRecord({0}) + CalcRecord({0}) + CalcRecord({0}));
-  WriteRules(RuleRecord(500, 1000, 3000));
-  EXPECT_EQ(Run(), 1);
-  EXPECT_EQ(NodeTurnBytes(0), Turns("10 00 00 00 00 00 00 00"));
+  WriteBytes(folder_ / "link.idx", IndexRecord(1000, 0) + IndexRecord(2000, 1) +
+                                       IndexRecord(3000, 2) + IndexRecord(5000, 3));
+  WriteBytes(folder_ / "linknode.idx", LinkNodeRecord(0, 1) + LinkNodeRecord(2, 0) +
+                                           LinkNodeRecord(0, 3) + LinkNodeRecord(1, 0));
+  for (const auto& [in_link, out_link] : {std::pair{1000, 1000}, {1000, 5000}, {5000, 1000}}) {
+    WriteBytes(folder_ / "maprule.dat", std::string(40, '\0'));
+    WriteRules(RuleRecord(500, in_link, out_link));
+    EXPECT_EQ(Run(), 1);
+    EXPECT_EQ(ReadBytes(folder_ / "maprule.dat"),
+              Turns("00 40 00 00 00 00 00 00") + std::string(32, '\0'));
+  }
+}
+
+// Nodes 0 and 1 are partners and have a link of their own besides: the dummy link leads to the same
+// neighbour and counts as a parallel link does, whichever of the two the rule names.
+TEST_F(TrafficRulesTest, ADummyLinkBesideARealOneIsAParallelLink) {
+  const double dummy = 99000000000001;
+  WriteBytes(folder_ / "link.idx", IndexRecord(1000, 0) + IndexRecord(2000, 1) +
+                                       IndexRecord(3000, 2) + IndexRecord(dummy, 3));
+  WriteBytes(folder_ / "linknode.idx", LinkNodeRecord(0, 1) + LinkNodeRecord(2, 0) +
+                                           LinkNodeRecord(0, 3) + LinkNodeRecord(0, 1));
+  const struct {
+    std::vector<int64_t> slots;
+    double in_link, out_link;
+    const char* turns;
+  } rows[] = {
+      // The dummy link in a gap between the two, then behind them.
+      {{1, 1, 3}, 1000, 3000, "00 20 00 00 00 00 00 00"},
+      {{1, 1, 3}, dummy, 3000, "00 20 00 00 00 00 00 00"},
+      {{1, 1, 3}, 3000, 1000, "00 00 40 00 00 00 00 00"},
+      {{1, 1, 3}, 3000, dummy, "00 00 40 00 00 00 00 00"},
+      {{1, 3, 1}, 1000, 3000, "40 00 00 00 00 00 00 00"},
+      {{1, 3, 1}, dummy, 3000, "40 00 00 00 00 00 00 00"},
+      {{1, 3, 1}, 3000, dummy, "00 80 00 00 00 00 00 00"},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.turns);
+    WriteBytes(folder_ / "mapcalc.dat", CalcRecord(row.slots) + CalcRecord({0, 0}) +
+                                            CalcRecord({0}) + CalcRecord({0}) + CalcRecord({0}));
+    WriteBytes(folder_ / "maprule.dat", std::string(40, '\0'));
+    WriteRules(RuleRecord(500, row.in_link, row.out_link));
+    EXPECT_EQ(Run(), 1);
+    EXPECT_EQ(ReadBytes(folder_ / "maprule.dat"), Turns(row.turns) + std::string(32, '\0'));
+  }
 }
 
 TEST_F(TrafficRulesTest, CodesOfEighteenDigitsAreToldApart) {
