@@ -8,6 +8,8 @@
 #include <thread>
 #include <vector>
 
+#include "platform/float_mode.h"
+
 namespace zatlib {
 namespace {
 
@@ -58,6 +60,8 @@ struct Workers::State {
   }
 
   void Serve() {
+    // Where a thread begins with its creator's mode, that may be a host's.
+    const platform::StandardFloatMode mode;
     uint64_t seen = 0;
     std::unique_lock<std::mutex> lock(mutex);
     while (true) {

@@ -3,6 +3,7 @@
 #include <atomic>
 
 #include "frd/cp932.h"
+#include "platform/float_mode.h"
 #include "platform/profile.h"
 
 namespace zatlib {
@@ -36,7 +37,10 @@ int FRD_RunDialog(WindowHandle owner, FrdCallback callback, int64_t argument,
   run.title = kCp932<u8"計算用道路ネットワークデータ作成">;
   run.first_status = "Initalizing...";
   run.cancel_button = InJapan() ? kCp932<u8"キャンセル">.c_str() : "&Cancel";
-  run.worker = [=](WindowHandle window) { return callback(window, argument, control_file); };
+  run.worker = [=](WindowHandle window) {
+    const platform::StandardFloatMode mode;
+    return callback(window, argument, control_file);
+  };
   run.on_open = [] {
     g_cancelled = false;
     g_dialog_open = true;

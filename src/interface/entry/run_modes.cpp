@@ -1,6 +1,7 @@
 #include "interface/entry/run_modes.h"
 
 #include "frd/control.h"
+#include "platform/float_mode.h"
 
 namespace zatlib {
 
@@ -15,8 +16,13 @@ int RunEntry(WindowHandle owner, OwnerRule owner_rule, SilentRule silent_rule, F
     if (control_file != nullptr) {
       g_silent = ControlInt(control_file, "SYSTEM", "SILENTMODE", 0) == 1 ? 1 : 0;
     }
-    if (g_silent != 0) return body(owner, format, control_file);
+    if (g_silent != 0) {
+      const platform::StandardFloatMode mode;
+      return body(owner, format, control_file);
+    }
   }
+  // Nothing is computed on this thread while the window is open, and the host's own windows are
+  // served on it: it keeps the host's floating-point mode.
   platform::EnableOwnedWindows(owner, false);
   const int result = FRD_RunDialog(owner, body, format, control_file);
   platform::EnableOwnedWindows(owner, true);

@@ -17,7 +17,8 @@ enum class OwnerRule {
 // Whether [SYSTEM] SILENTMODE is read. Without a control file the mode of the call before stays.
 enum class SilentRule { kRead, kNever };
 
-// Runs the body and returns its result, 0 when the progress window could not start.
+// Runs the body and returns its result, 0 when the progress window could not start. The body
+// computes in the standard floating-point mode, whatever the caller's is.
 int RunEntry(WindowHandle owner, OwnerRule owner_rule, SilentRule silent_rule, FrdCallback body,
              int64_t format, const char* control_file);
 

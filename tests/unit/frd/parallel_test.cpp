@@ -4,7 +4,10 @@
 
 #include <atomic>
 #include <numeric>
+#include <thread>
 #include <vector>
+
+#include "host_float_mode.h"
 
 namespace zatlib {
 namespace {
@@ -50,6 +53,25 @@ TEST_P(ParallelTest, ABegunRunIsDoneWhenItIsFinished) {
     others.Start(7, [&](int64_t) { ++done; });
   }
   EXPECT_EQ(done, 1117);
+}
+
+TEST_P(ParallelTest, TheThreadsComputeByTheStandardWhateverTheCallersModeIs) {
+  const test::HostFloatMode host;
+  Workers workers;
+  const auto caller = std::this_thread::get_id();
+  const int others = ThreadCount() - 1;
+  std::atomic<int> seen = 0;
+  std::atomic<int> good = 0;
+  // One part a thread: none is given back before all are there.
+  workers.Start(others, [&](int64_t) {
+    if (std::this_thread::get_id() != caller && test::ComputesByTheStandard()) ++good;
+    ++seen;
+    for (int there = seen; there < others; there = seen) std::this_thread::yield();
+  });
+  while (seen < others) std::this_thread::yield();
+  workers.Finish();
+  EXPECT_EQ(good, others);
+  EXPECT_TRUE(test::HostFloatMode::IsSet());
 }
 
 TEST_P(ParallelTest, ARunWithoutPartsIsNoRun) {

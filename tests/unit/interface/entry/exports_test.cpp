@@ -4,6 +4,7 @@
 
 #include "frd/log.h"
 #include "frd/progress.h"
+#include "host_float_mode.h"
 #include "small_build.h"
 #include "zatlib.h"
 
@@ -110,6 +111,71 @@ TEST_F(Exports, StageTwoAloneIsSilentOnRequest) {
   ExpectNames(MapFiles() + Lines{"nodestr.~wk", "linkstr.~wk", "nnamestr.~wk", "lnamestr.~wk"});
 }
 
+// A host that flushes small numbers to zero. As doubles all codes of 18 digits below 2^52 are so
+// small that it cannot tell them apart.
+class FlushingHost : public Exports {
+ protected:
+  FlushingHost() {
+    UseLength(18);
+    Set("SYSTEM", "LOG=1");
+  }
+
+  // Three nodes in a row with the codes 2, 1 and 4503599627370495 = 2^52 - 1.
+  void MakeSmallCodes() {
+    Nodes({"2,0,0,1,12", "1,0,0,2,12,11", "4503599627370495,0,0,1,11"},
+          {"1,136,36", "2,135,35", "4503599627370495,137,37"});
+    Links({"12,3,20,10,0,0,0,2,1,36,36", "11,3,30,10,0,0,0,1,4503599627370495,36,36"});
+  }
+
+  void ExpectMap() const {
+    ExpectNames(MapFiles());
+    ExpectFile("mapcalc.dat", CalcRecord({{1, 100, 10}}) +
+                                  CalcRecord({{0, 100, 10}, {2, 100, 10}}) +
+                                  CalcRecord({{1, 100, 10}}));
+    ExpectFile("node.idx", Index(RawCode(1), 1, 20) + Index(RawCode(2), 0, 20) +
+                               Index(RawCode(4503599627370495), 2, 30));
+    ExpectFile("link.idx", Index(RawCode(11), 1, 30) + Index(RawCode(12), 0, 20));
+    ExpectFile("linknode.idx", LinkNodeRecord(0, 1, 36, 36, 10) + LinkNodeRecord(1, 2, 36, 36, 10));
+  }
+};
+
+TEST_F(FlushingHost, ASilentBuildTellsSmallCodesApart) {
+  MakeSmallCodes();
+  const std::string control = Control();
+  const HostFloatMode host;
+  EXPECT_EQ(ZAT_NWB_BuildRoadNetworksEx(nullptr, control.c_str()), 1);
+  EXPECT_TRUE(HostFloatMode::IsSet());
+  ExpectMap();
+}
+
+TEST_F(FlushingHost, SoDoesTheSecondHalfAlone) {
+  MakeSmallCodes();
+  Set("SYSTEM", "BUILDMETHOD=F");
+  std::string control = Control();
+  ASSERT_EQ(BRN_PathOneZat(nullptr, kFormatZat, control.c_str()), 1);
+  const HostFloatMode host;
+  EXPECT_EQ(ZAT_NWB_BRN400_PathTwo(nullptr, control.data()), 1);
+  EXPECT_TRUE(HostFloatMode::IsSet());
+  ExpectFile("node.idx", Index(RawCode(1), 1, 20) + Index(RawCode(2), 0, 20) +
+                             Index(RawCode(4503599627370495), 2, 30));
+}
+
+TEST_F(FlushingHost, TheCallersModeComesBackFromEveryFunction) {
+  std::string control = System("SILENTMODE=1\r\n");
+  const HostFloatMode host;
+  EXPECT_EQ(ZAT_NWB_GetLibVersion(nullptr), 4085);
+  EXPECT_TRUE(HostFloatMode::IsSet());
+  ZAT_NWB_GetLibInstance();
+  EXPECT_TRUE(HostFloatMode::IsSet());
+  // Without data each of them fails.
+  EXPECT_EQ(ZAT_NWB_BuildRoadNetworksEx(nullptr, control.c_str()), 0);
+  EXPECT_TRUE(HostFloatMode::IsSet());
+  EXPECT_EQ(ZAT_NWB_BuildRoadNetworks400(nullptr, control.c_str()), 0);
+  EXPECT_TRUE(HostFloatMode::IsSet());
+  EXPECT_EQ(ZAT_NWB_BRN400_PathTwo(nullptr, control.data()), 0);
+  EXPECT_TRUE(HostFloatMode::IsSet());
+}
+
 #ifndef _WIN32
 
 // Without a window system the progress stands on standard error, and so do the message boxes.
@@ -188,6 +254,28 @@ TEST_F(ShownRuns, ASecondRunIsRefusedWhileOneIsOpen) {
   EXPECT_NE(Shown().find("FRD Message: FRD Window has already opened!\n"), std::string::npos);
   EXPECT_TRUE(log().empty());
   ExpectNames({});
+}
+
+TEST_F(FlushingHost, TheWorkerBehindTheProgressWindowTellsSmallCodesApart) {
+  MakeSmallCodes();
+  const std::string silent = Control();
+  const std::string text = ReadBytes(silent);
+  const std::string key = "SILENTMODE=1";
+  const std::string shown = folder_ / "shown.ini";
+  WriteBytes(shown, text.substr(0, text.find(key)) + text.substr(text.find(key) + key.size()));
+  const std::string empty = System("");
+  ::testing::internal::CaptureStderr();
+  {
+    const HostFloatMode host;
+    EXPECT_EQ(ZAT_NWB_BuildRoadNetworksEx(nullptr, shown.c_str()), 1);
+    EXPECT_TRUE(HostFloatMode::IsSet());
+    EXPECT_EQ(ZAT_NWB_BRN400_PathOneZAT(nullptr, empty.c_str()), 0);
+    EXPECT_TRUE(HostFloatMode::IsSet());
+    EXPECT_EQ(ZAT_NWB_BRN400_PathOneMSR(nullptr, empty.c_str()), 0);
+    EXPECT_TRUE(HostFloatMode::IsSet());
+  }
+  EXPECT_NE(::testing::internal::GetCapturedStderr().find("Initalizing...\n"), std::string::npos);
+  EXPECT_FALSE(Silent());
 }
 
 TEST_F(ShownRuns, TheWindowClosesBehindEveryRun) {
