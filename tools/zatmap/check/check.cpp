@@ -3,14 +3,13 @@
 #include <cstdio>
 #include <memory>
 #include <new>
-#include <nlohmann/json.hpp>
 #include <string>
 
 #include "check/control.h"
 #include "check/findings.h"
 #include "check/rows.h"
 #include "commands.h"
-#include "platform/code_page.h"
+#include "shell/output.h"
 
 namespace zatmap {
 namespace {
@@ -21,9 +20,6 @@ using check::Findings;
 using check::InfoOf;
 using check::KindInfo;
 using check::Kinds;
-using check::Severity;
-using check::SeverityText;
-using Json = nlohmann::ordered_json;
 
 struct CheckOptions {
   std::string control_file;
@@ -35,44 +31,12 @@ struct CheckOptions {
   int64_t shape_limit = INT32_MAX;  // bytes; a test sets a smaller one
 };
 
-// Bytes of the UTF-8 character at a place of a text, 0 for a byte that is part of none.
-size_t CharacterSize(const std::string& text, size_t at) {
-  const auto byte = static_cast<unsigned char>(text[at]);
-  const size_t size = byte < 0x80                    ? 1
-                      : byte >= 0xc2 && byte <= 0xdf ? 2
-                      : byte >= 0xe0 && byte <= 0xef ? 3
-                      : byte >= 0xf0 && byte <= 0xf4 ? 4
-                                                     : 0;
-  if (size == 0 || at + size > text.size()) return 0;
-  for (size_t i = 1; i < size; ++i) {
-    if ((static_cast<unsigned char>(text[at + i]) & 0xc0) != 0x80) return 0;
-  }
-  return size;
-}
-
-// A text of the sources as UTF-8; control characters and bytes of no character as \xHH.
-std::string Utf8(const std::string& source) {
-  const std::string text = zatlib::platform::ForTerminal(source.c_str());
-  std::string shown;
-  for (size_t i = 0; i < text.size();) {
-    const size_t size = CharacterSize(text, i);
-    const auto byte = static_cast<unsigned char>(text[i]);
-    if (size == 0 || byte < 0x20 || byte == 0x7f) {
-      char code[8];
-      std::snprintf(code, sizeof code, "\\x%02X", byte);
-      shown += code;
-      ++i;
-    } else {
-      shown.append(text, i, size);
-      i += size;
-    }
-  }
-  return shown;
-}
+// A text of the sources for people.
+std::string Clean(const std::string& source) { return CleanText(source, Unclean::kHex); }
 
 std::string MessageOf(const Finding& finding) {
   const KindInfo& info = InfoOf(finding.kind);
-  std::string message = std::string(info.text) + ": " + Utf8(finding.detail) + "; " + info.advice;
+  std::string message = std::string(info.text) + ": " + Clean(finding.detail) + "; " + info.advice;
   if (finding.place.line > 0 && finding.place.line != finding.place.record) {
     message += " (line " + std::to_string(finding.place.line) + ")";
   }
@@ -87,7 +51,7 @@ void PrintText(const Findings& findings) {
   for (const Finding& finding : findings.Sorted()) {
     const KindInfo& info = InfoOf(finding.kind);
     std::printf("%s:%" PRId64 ": %d: %s: %s [%s]\n",
-                Utf8(findings.PathOf(finding.place.file)).c_str(), finding.place.record,
+                Clean(findings.PathOf(finding.place.file)).c_str(), finding.place.record,
                 finding.place.column, SeverityText(info.severity), MessageOf(finding).c_str(),
                 info.id);
   }
@@ -111,18 +75,18 @@ void PrintSummary(const Findings& findings, int64_t max_per_kind) {
   }
 }
 
-void PrintJson(const Findings& findings, const CheckOptions& options) {
+void PrintFindings(const Findings& findings, const CheckOptions& options) {
   Json list = Json::array();
   for (const Finding& finding : findings.Sorted()) {
     const KindInfo& info = InfoOf(finding.kind);
-    Json item = {{"file", Utf8(findings.PathOf(finding.place.file))},
+    Json item = {{"file", Clean(findings.PathOf(finding.place.file))},
                  {"record", finding.place.record},
                  {"column", finding.place.column}};
     if (finding.place.line > 0) item["line"] = finding.place.line;
     item["severity"] = SeverityText(info.severity);
     item["kind"] = info.id;
     item["text"] = info.text;
-    item["detail"] = Utf8(finding.detail);
+    item["detail"] = Clean(finding.detail);
     item["advice"] = info.advice;
     list.push_back(std::move(item));
   }
@@ -130,12 +94,12 @@ void PrintJson(const Findings& findings, const CheckOptions& options) {
   for (const KindInfo& info : Kinds()) {
     if (findings.count(info.kind) > 0) kinds[info.id] = findings.count(info.kind);
   }
-  const Json whole = {{"control", Utf8(options.control_file)},
+  const Json whole = {{"control", Clean(options.control_file)},
                       {"errors", findings.count(Severity::kError)},
                       {"warnings", findings.count(Severity::kWarning)},
                       {"kinds", std::move(kinds)},
                       {"findings", std::move(list)}};
-  std::printf("%s\n", whole.dump(1, ' ', false, Json::error_handler_t::replace).c_str());
+  PrintJson(whole, 1);
 }
 
 void PrintKinds(bool json) {
@@ -151,7 +115,7 @@ void PrintKinds(bool json) {
                   info.advice);
     }
   }
-  if (json) std::printf("%s\n", list.dump(1).c_str());
+  if (json) PrintJson(list, 1);
 }
 
 int RunCheck(const CheckOptions& options) {
@@ -178,14 +142,12 @@ int RunCheck(const CheckOptions& options) {
     return kExitFailed;
   }
   if (options.json) {
-    PrintJson(findings, options);
+    PrintFindings(findings, options);
   } else {
     PrintText(findings);
     PrintSummary(findings, options.max_per_kind);
   }
-  const bool failed = findings.count(Severity::kError) > 0 ||
-                      (options.strict && findings.count(Severity::kWarning) > 0);
-  return failed ? kExitFailed : kExitDone;
+  return findings.Fail(options.strict) ? kExitFailed : kExitDone;
 }
 
 }  // namespace

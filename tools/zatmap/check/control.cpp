@@ -8,6 +8,8 @@
 #include "network/workstore/work_stores.h"
 #include "platform/profile.h"
 #include "shape/shape_files.h"
+#include "shell/ini_text.h"
+#include "shell/text.h"
 
 namespace zatmap::check {
 namespace {
@@ -69,13 +71,6 @@ std::string Upper(std::string_view text) {
   return upper;
 }
 
-std::string_view Trim(std::string_view text) {
-  const auto blank = [](char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; };
-  while (!text.empty() && blank(text.front())) text.remove_prefix(1);
-  while (!text.empty() && blank(text.back())) text.remove_suffix(1);
-  return text;
-}
-
 // Letters to change, add, remove or exchange with their neighbour to turn one word into the other.
 int Distance(const std::string& a, const std::string& b) {
   std::vector<std::vector<int>> d(a.size() + 1, std::vector<int>(b.size() + 1));
@@ -122,7 +117,7 @@ std::string Numbered(const char* stem, int number) {
 }
 
 bool IsInteger(std::string_view text) {
-  text = Trim(text);
+  text = Trim(text, kBlanksAndLineEnds);
   if (!text.empty() && (text.front() == '-' || text.front() == '+')) text.remove_prefix(1);
   return !text.empty() &&
          std::all_of(text.begin(), text.end(), [](char c) { return c >= '0' && c <= '9'; });
@@ -205,40 +200,32 @@ void Control::ReadLines() {
 
   std::string section;
   bool counts = false;
-  int64_t number = 0;
   std::vector<std::string> seen;
-  for (size_t position = 0; position < text.size();) {
-    const size_t end = std::min(text.find('\n', position), text.size());
-    const std::string_view line = Trim(std::string_view(text).substr(position, end - position));
-    position = end + 1;
-    ++number;
-    const Place here{file_, number, 0, 0};
-    if (line.empty() || line.front() == ';') continue;
-    if (line.front() == '[' && line.rfind(']') != std::string_view::npos) {
-      section = std::string(Trim(line.substr(1, line.rfind(']') - 1)));
+  for (const IniLine& line : IniLines(text, IniStyle::kForgiving)) {
+    const Place here{file_, line.number, 0, 0};
+    if (line.kind == IniLine::kBlank || line.kind == IniLine::kComment) continue;
+    if (line.kind == IniLine::kSection) {
+      section = line.key;
       const std::string name = Upper(section);
       counts = std::find(seen.begin(), seen.end(), name) == seen.end();
       if (counts) {
         seen.push_back(name);
-        lines_.push_back({section, "", "", number, true});
+        lines_.push_back({section, "", "", line.number, true});
       } else {
         findings_.Add(Kind::kSectionTwice, here, "[%s]", section.c_str());
       }
       continue;
     }
-    const size_t equals = line.find('=');
-    if (equals == std::string_view::npos || section.empty()) {
+    if (line.kind == IniLine::kOther || section.empty()) {
       findings_.Add(Kind::kControlLine, here, "%.*s",
-                    static_cast<int>(std::min<size_t>(line.size(), 80)), line.data());
+                    static_cast<int>(std::min<size_t>(line.text.size(), 80)), line.text.data());
       continue;
     }
-    const std::string key(Trim(line.substr(0, equals)));
-    const std::string value(Trim(line.substr(equals + 1)));
-    if (counts && Find(Upper(section).c_str(), Upper(key).c_str()) != nullptr) {
-      findings_.Add(Kind::kKeyTwice, here, "[%s] %s", section.c_str(), key.c_str());
+    if (counts && Find(Upper(section).c_str(), Upper(line.key).c_str()) != nullptr) {
+      findings_.Add(Kind::kKeyTwice, here, "[%s] %s", section.c_str(), line.key.c_str());
       continue;
     }
-    lines_.push_back({section, key, value, number, counts});
+    lines_.push_back({section, line.key, line.value, line.number, counts});
   }
 }
 

@@ -267,24 +267,12 @@ constexpr KindInfo kKinds[] = {
     {Kind::kShapeEnds, "shape-ends", kWarning, "the shape does not end exactly at the link's nodes",
      "make them equal: right-turn weights find the junction by them"},
 };
-static_assert(std::size(kKinds) == kKindCount);
-
-constexpr bool InOrder() {
-  for (size_t i = 0; i < std::size(kKinds); ++i) {
-    if (static_cast<size_t>(kKinds[i].kind) != i) return false;
-  }
-  return true;
-}
-static_assert(InOrder());
+static_assert(InOrder<Kind>(kKinds));
 
 }  // namespace
 
 std::span<const KindInfo> Kinds() { return kKinds; }
 
 const KindInfo& InfoOf(Kind kind) { return kKinds[static_cast<size_t>(kind)]; }
-
-const char* SeverityText(Severity severity) {
-  return severity == Severity::kError ? "error" : "warning";
-}
 
 }  // namespace zatmap::check

@@ -5,13 +5,13 @@
 #include <cstdint>
 #include <span>
 
+#include "shell/findings.h"
+
 namespace zatmap::check {
 
-// An error ends the build or makes a map that does not say what the sources say. A warning is
-// something that the build passes over or alters in silence and that may be meant so.
-enum class Severity : uint8_t { kWarning, kError };
-
-// In the order of the table; what each one means stands there.
+// In the order of the table; what each one means stands there. An error ends the build or makes a
+// map that does not say what the sources say. A warning is something that the build passes over or
+// alters in silence and that may be meant so.
 enum class Kind : uint8_t {
   // The control file and the files that it names.
   kControlMissing,
@@ -144,17 +144,10 @@ enum class Kind : uint8_t {
 
 inline constexpr size_t kKindCount = static_cast<size_t>(Kind::kCount);
 
-struct KindInfo {
-  Kind kind;
-  const char* id;
-  Severity severity;
-  const char* text;    // what is wrong
-  const char* advice;  // what to do
-};
+using KindInfo = zatmap::KindInfo<Kind>;
 
 // One entry for each kind, in the order of Kind.
 std::span<const KindInfo> Kinds();
 const KindInfo& InfoOf(Kind kind);
-const char* SeverityText(Severity severity);
 
 }  // namespace zatmap::check

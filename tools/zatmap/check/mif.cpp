@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "platform/code_page.h"
+#include "shell/text.h"
 
 namespace zatmap::check {
 namespace {
@@ -26,12 +27,6 @@ std::string Lower(std::string_view text) {
 
 bool IsBlank(char c) { return c == ' ' || c == '\t'; }
 
-std::string_view Trim(std::string_view text) {
-  while (!text.empty() && IsBlank(text.front())) text.remove_prefix(1);
-  while (!text.empty() && IsBlank(text.back())) text.remove_suffix(1);
-  return text;
-}
-
 // The next word, ended by a blank (or a comma, which Point objects allow).
 std::string_view NextWord(std::string_view* text) {
   while (!text->empty() && text->front() == ' ') text->remove_prefix(1);
@@ -48,12 +43,10 @@ bool ContainsAny(std::string_view text, std::initializer_list<std::string_view> 
 }
 
 bool IsNumberLine(std::string_view line) {
-  line = Trim(line);
+  line = Trim(line, kSpacesAndTabs);
   return !line.empty() &&
          ((line[0] >= '0' && line[0] <= '9') || line[0] == '-' || line[0] == '+' || line[0] == '.');
 }
-
-int Size(std::string_view text) { return static_cast<int>(std::min<size_t>(text.size(), 80)); }
 
 }  // namespace
 
@@ -105,9 +98,10 @@ bool MifFile::Open(Control& control, const char* section, int number, const std:
   while (!at_data && source_.Next(limit, &line)) {
     const Place here{source_.file(), 0, 0, source_.line()};
     CheckHeaderLine(line, &header);
-    at_data = Lower(Trim(line)) == "data";
+    at_data = Lower(Trim(line, kSpacesAndTabs)) == "data";
     if (!ended && !at_data && ContainsAny(line, {"DATA", "Data", "data"})) {
-      findings.Add(Kind::kMifDataColumn, here, "%.*s", Size(Trim(line)), Trim(line).data());
+      findings.Add(Kind::kMifDataColumn, here, "%.*s", Size(Trim(line, kSpacesAndTabs)),
+                   Trim(line, kSpacesAndTabs).data());
     } else if (ended) {
       std::string_view rest = line;
       const std::string word = Lower(NextWord(&rest));
@@ -116,7 +110,8 @@ bool MifFile::Open(Control& control, const char* section, int number, const std:
                              ? Lower(line).starts_with("point") || Lower(line).starts_with("none")
                              : line.starts_with("Pline") || line.starts_with("Line");
       if (taken) {
-        findings.Add(Kind::kMifPointColumn, here, "%.*s", Size(Trim(line)), Trim(line).data());
+        findings.Add(Kind::kMifPointColumn, here, "%.*s", Size(Trim(line, kSpacesAndTabs)),
+                     Trim(line, kSpacesAndTabs).data());
       }
     }
     ended = ended || ContainsAny(line, {"DATA", "Data", "data"});
@@ -154,7 +149,7 @@ bool MifFile::NextRaw(std::string_view* line) {
 bool MifFile::NextObject(std::string_view* line, std::string_view* word) {
   while (NextRaw(line)) {
     if (line->empty() || IsNumberLine(*line)) continue;
-    std::string_view rest = Trim(*line);
+    std::string_view rest = Trim(*line, kSpacesAndTabs);
     *word = NextWord(&rest);
     const std::string lower = Lower(*word);
     if (std::find(std::begin(kObjects), std::end(kObjects), lower) == std::end(kObjects)) continue;
@@ -181,7 +176,7 @@ bool MifFile::NextPoint(int32_t* x, int32_t* y, bool* good) {
     findings.Add(Kind::kMifSkipped, here, "%.*s", Size(line), line.data());
     return true;
   }
-  std::string_view rest = Trim(line);
+  std::string_view rest = Trim(line, kSpacesAndTabs);
   NextWord(&rest);
   const std::string_view x_text = NextWord(&rest);
   const std::string_view y_text = NextWord(&rest);

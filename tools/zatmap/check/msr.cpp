@@ -26,8 +26,6 @@ constexpr int32_t kMostCity = 999;
 constexpr double kNumbersOfArea = 1e12;               // code length 14
 constexpr double kExactNumbers = 9007199254740992.0;  // code length 18: they are read as doubles
 
-int Size(std::string_view text) { return static_cast<int>(std::min<size_t>(text.size(), 80)); }
-
 struct MsrCheck {
   Control& control;
   Findings& findings;

@@ -10,8 +10,6 @@ using zatlib::FeatureCode;
 constexpr int32_t kMostWord = 65535;
 constexpr int32_t kProhibited = 2;
 
-int Size(std::string_view text) { return static_cast<int>(std::min<size_t>(text.size(), 80)); }
-
 }  // namespace
 
 uint16_t SpeedOf(std::string_view field, uint16_t default_speed) {

@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "platform/code_page.h"
+#include "shell/text.h"
 
 namespace zatmap::check {
 namespace {
@@ -19,19 +20,10 @@ constexpr int32_t kMaxLatitude = 90000000;
 constexpr unsigned kJapanese = 932;
 
 bool IsDigit(char c) { return c >= '0' && c <= '9'; }
-bool IsBlank(char c) { return c == ' '; }
-
-std::string_view Trim(std::string_view text) {
-  while (!text.empty() && IsBlank(text.front())) text.remove_prefix(1);
-  while (!text.empty() && IsBlank(text.back())) text.remove_suffix(1);
-  return text;
-}
 
 bool AllDigits(std::string_view text) {
   return !text.empty() && std::all_of(text.begin(), text.end(), IsDigit);
 }
-
-int Size(std::string_view text) { return static_cast<int>(std::min<size_t>(text.size(), 80)); }
 
 // True when the bytes are whole characters of code page 932.
 bool IsJapaneseText(std::string_view text) {
@@ -301,7 +293,7 @@ FeatureCode CheckedCode(const Source& source, const Row& row, int column, int co
   const FeatureCode code = zatlib::ParseCode(field, code_length);
   // Up to 13 digits: neither too long nor in the reserved range.
   if (field.size() < 14 && AllDigits(field)) return code;
-  std::string_view digits = Trim(field);
+  std::string_view digits = Trim(field, kSpaces);
   if (digits.empty()) return {};
   if (digits.front() == '+') digits.remove_prefix(1);
   if (!AllDigits(digits)) {
@@ -326,7 +318,7 @@ int32_t CheckedNumber(const Source& source, const Row& row, int column, int32_t 
     if (value >= low && value <= high) return value;
   }
   const int32_t value = zatlib::FRD_ParseInt(field);
-  std::string_view digits = Trim(field);
+  std::string_view digits = Trim(field, kSpaces);
   if (digits.empty()) return 0;
   if (digits.front() == '+' || digits.front() == '-') digits.remove_prefix(1);
   if (!AllDigits(digits)) {
@@ -363,7 +355,7 @@ int32_t CheckedCoordinate(Findings& findings, Place here, std::string_view text,
       if (value <= limit) return static_cast<int32_t>(negative ? -value : value);
     }
   }
-  const std::string_view trimmed = Trim(text);
+  const std::string_view trimmed = Trim(text, kSpaces);
   if (trimmed.empty()) return 0;
   std::string_view number = trimmed;
   if (number.front() == '+') number.remove_prefix(1);

@@ -3,6 +3,7 @@
 // where a person would expect the next record, so that one fault does not hide the others.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -103,6 +104,11 @@ int32_t CheckedCoordinate(Findings& findings, Place here, std::string_view text,
 
 // A name: its length and its bytes.
 void CheckName(const Source& source, const Row& row, int column);
+
+// Bytes of a text that a finding shows ("%.*s"): 80 at most.
+inline int Size(std::string_view text) {
+  return static_cast<int>(std::min<size_t>(text.size(), 80));
+}
 
 // True when the text can be taken for the title of a column.
 bool IsTitle(std::string_view text);

@@ -28,8 +28,6 @@ constexpr int32_t kMostByte = 255;
 constexpr int32_t kReservedKind = 99;
 constexpr int32_t kProhibited = 2;
 
-int Size(std::string_view text) { return static_cast<int>(std::min<size_t>(text.size(), 80)); }
-
 // One run of the check.
 struct ZatCheck {
   Control& control;

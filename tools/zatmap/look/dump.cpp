@@ -3,18 +3,15 @@
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
-#include <nlohmann/json.hpp>
 #include <string>
 
 #include "commands.h"
 #include "map/map_files.h"
+#include "shell/ini_text.h"
+#include "shell/output.h"
 
 namespace zatmap {
 namespace {
-
-using nlohmann::ordered_json;
-
-constexpr size_t kOutputBlock = 1u << 16;  // bytes that are printed at a time
 
 enum class Form { kText, kCsv, kJson };
 
@@ -36,37 +33,6 @@ struct Selection {
   bool has_code = false;
   zatlib::FeatureCode code;
 };
-
-// Standard output in large pieces.
-class Output {
- public:
-  ~Output() { Flush(); }
-  void Add(const std::string& text) {
-    text_ += text;
-    if (text_.size() >= kOutputBlock) Flush();
-  }
-
- private:
-  void Flush() {
-    std::fwrite(text_.data(), 1, text_.size(), stdout);
-    text_.clear();
-  }
-  std::string text_;
-};
-
-std::string CsvField(const std::string& text) {
-  if (text.find_first_of(",\"\r\n") == std::string::npos) return text;
-  std::string quoted = "\"";
-  for (const char c : text) {
-    if (c == '"') quoted += '"';
-    quoted += c;
-  }
-  return quoted + "\"";
-}
-
-std::string JsonText(const ordered_json& value) {
-  return value.dump(-1, ' ', false, ordered_json::error_handler_t::replace);
-}
 
 // Value `index` of a field as text.
 std::string ValueText(const Field& field, const char* record, uint32_t index, int code_length) {
@@ -90,7 +56,7 @@ std::string ValueText(const Field& field, const char* record, uint32_t index, in
 }
 
 // The same for JSON: codes, names and bits are texts, coordinates numbers of degrees.
-ordered_json ValueJson(const Field& field, const char* record, uint32_t index, int code_length) {
+Json ValueJson(const Field& field, const char* record, uint32_t index, int code_length) {
   const char* bytes = record + field.offset + size_t{field.width} * index;
   switch (field.type) {
     case FieldType::kCode:
@@ -147,8 +113,8 @@ class RecordPrinter {
   }
 
  private:
-  ordered_json Object(int64_t number, const char* record) const {
-    ordered_json object;
+  Json Object(int64_t number, const char* record) const {
+    Json object;
     object["record"] = number;
     for (const Field& field : layout_.fields) {
       if (field.type == FieldType::kZero) continue;
@@ -156,7 +122,7 @@ class RecordPrinter {
         object[field.name] = ValueJson(field, record, 0, code_length_);
         continue;
       }
-      ordered_json values = ordered_json::array();
+      Json values = Json::array();
       for (uint32_t i = 0; i < field.count; ++i) {
         values.push_back(ValueJson(field, record, i, code_length_));
       }
@@ -267,12 +233,12 @@ int DumpRecords(const MapFolder& map, const FileLayout& layout, const Selection&
 int DumpText(const std::string& path, Form form) {
   if (!zatlib::CanOpen(path.c_str())) return Failed(path + " cannot be read.");
   Output output;
-  ordered_json all = ordered_json::object();
+  Json all = Json::object();
   std::string section;
   if (form == Form::kCsv) output.Add("section,key,value\n");
   for (const IniLine& line : ReadIni(path)) {
-    const std::string key = Readable(line.key);
-    const std::string value = Readable(line.value);
+    const std::string key = CleanText(line.key, Unclean::kQuestionMark);
+    const std::string value = CleanText(line.value, Unclean::kQuestionMark);
     if (line.kind == IniLine::kSection) section = key;
     if (form == Form::kJson) {
       if (line.kind == IniLine::kSection) all[section];
@@ -288,7 +254,7 @@ int DumpText(const std::string& path, Form form) {
     }
   }
   if (form == Form::kJson) {
-    output.Add(all.dump(2, ' ', false, ordered_json::error_handler_t::replace) + "\n");
+    output.Add(JsonText(all, 2) + "\n");
   }
   return kExitDone;
 }

@@ -3,17 +3,16 @@
 #include <cinttypes>
 #include <cstdio>
 #include <memory>
-#include <nlohmann/json.hpp>
 #include <string>
 
 #include "commands.h"
 #include "map/map_tables.h"
+#include "shell/arguments.h"
+#include "shell/output.h"
 #include "shell/terminal_progress.h"
 
 namespace zatmap {
 namespace {
-
-using nlohmann::ordered_json;
 
 struct ExportOptions {
   std::string folder;
@@ -23,10 +22,10 @@ struct ExportOptions {
   bool geojson = false;
 };
 
-ordered_json Link(const MapTables& tables, int64_t l) {
+Json Link(const MapTables& tables, int64_t l) {
   const zatlib::LinkNodes& link = tables.link(l);
   const zatlib::LinkNameRecord& name = tables.link_name(l);
-  const auto cost = [](int value) { return value < 0 ? ordered_json() : ordered_json(value); };
+  const auto cost = [](int value) { return value < 0 ? Json() : Json(value); };
   return {{"code", tables.link_code(l)},
           {"record", l},
           {"node_a", tables.node_code(link.NodeA)},
@@ -46,54 +45,42 @@ ordered_json Link(const MapTables& tables, int64_t l) {
           {"name_value", name.NameValue}};
 }
 
-ordered_json Node(const MapTables& tables, int64_t n) {
+Json Node(const MapTables& tables, int64_t n) {
   const zatlib::NodeNameRecord& name = tables.node_name(n);
   return {{"code", tables.node_code(n)}, {"record", n},
           {"name", NameText(name.Name)}, {"attribute_word", name.NodeAttrWord},
           {"attribute", name.Attribute}, {"links", tables.graph().used(n)}};
 }
 
-bool WriteFeature(std::FILE* out, bool first, const ordered_json& properties,
-                  const ordered_json& geometry) {
-  const ordered_json feature = {
-      {"type", "Feature"}, {"properties", properties}, {"geometry", geometry}};
-  const std::string text =
-      (first ? "\n" : ",\n") + feature.dump(-1, ' ', false, ordered_json::error_handler_t::replace);
-  return std::fwrite(text.data(), 1, text.size(), out) == text.size();
+void WriteFeature(Output& out, bool first, const Json& feature) {
+  out.Add((first ? "\n" : ",\n") + JsonText(feature));
 }
 
-bool WriteLinks(MapTables& tables, const Bounds& bounds, std::FILE* out) {
+void WriteLinks(MapTables& tables, const Bounds& bounds, Output& out) {
   TerminalProgress progress("export: links");
   bool first = true;
-  bool good = true;
-  for (int64_t l = 0; good && l < tables.links(); ++l) {
+  for (int64_t l = 0; out.good() && l < tables.links(); ++l) {
     progress.At(l, tables.links());
     const std::vector<zatlib::ShapePoint> points = tables.Points(l);
     if (std::none_of(points.begin(), points.end(),
                      [&](const zatlib::ShapePoint& point) { return bounds.Holds(point); })) {
       continue;
     }
-    good = WriteFeature(out, first, Link(tables, l),
-                        {{"type", "LineString"}, {"coordinates", Coordinates(points)}});
+    WriteFeature(out, first, Feature(Link(tables, l), LineGeometry(points)));
     first = false;
   }
-  return good;
 }
 
-bool WriteNodes(const MapTables& tables, const Bounds& bounds, std::FILE* out) {
+void WriteNodes(const MapTables& tables, const Bounds& bounds, Output& out) {
   TerminalProgress progress("export: nodes");
   bool first = true;
-  bool good = true;
-  for (int64_t n = 0; good && n < tables.graph().nodes(); ++n) {
+  for (int64_t n = 0; out.good() && n < tables.graph().nodes(); ++n) {
     progress.At(n, tables.graph().nodes());
     const zatlib::ShapePoint point{tables.location(n).X, tables.location(n).Y};
     if (!bounds.Holds(point)) continue;
-    good = WriteFeature(
-        out, first, Node(tables, n),
-        {{"type", "Point"}, {"coordinates", {point.X / 1000000.0, point.Y / 1000000.0}}});
+    WriteFeature(out, first, Feature(Node(tables, n), PointGeometry(point)));
     first = false;
   }
-  return good;
 }
 
 int RunExport(const ExportOptions& options) {
@@ -102,27 +89,23 @@ int RunExport(const ExportOptions& options) {
     std::fprintf(stderr, "zatmap: name the format: --geojson.\n");
     return kExitUsage;
   }
-  if (!options.bounds.empty() && !ParseBounds(options.bounds, &bounds)) {
-    std::fprintf(
-        stderr,
-        "zatmap: --bbox takes west,south,east,north in degrees, like 7.41,43.72,7.43,43.74.\n");
-    return kExitUsage;
-  }
+  if (!TakeBounds(options.bounds, &bounds)) return kExitUsage;
   MapFolder map;
   MapTables tables;
   if (!OpenMapFolder(options.folder, &map) || !tables.Load(map)) return kExitFailed;
-  std::FILE* out = options.file.empty() ? stdout : std::fopen(options.file.c_str(), "wb");
-  if (out == nullptr) {
+  Output out;
+  if (!options.file.empty() && !out.Open(options.file)) {
     std::fprintf(stderr, "zatmap: %s cannot be written.\n", options.file.c_str());
     return kExitFailed;
   }
-  std::fprintf(out, "{\"type\":\"FeatureCollection\",\"name\":\"%s\",\"features\":[",
-               options.layer.c_str());
-  bool good =
-      options.layer == "nodes" ? WriteNodes(tables, bounds, out) : WriteLinks(tables, bounds, out);
-  good = std::fprintf(out, "\n]}\n") > 0 && good;
-  good = std::fflush(out) == 0 && good;
-  if (out != stdout) good = std::fclose(out) == 0 && good;
+  out.Add("{\"type\":\"FeatureCollection\",\"name\":\"" + options.layer + "\",\"features\":[");
+  if (options.layer == "nodes") {
+    WriteNodes(tables, bounds, out);
+  } else {
+    WriteLinks(tables, bounds, out);
+  }
+  out.Add("\n]}\n");
+  const bool good = out.Close();
   if (!good) std::fprintf(stderr, "zatmap: the output could not be written whole.\n");
   return good ? kExitDone : kExitFailed;
 }

@@ -7,19 +7,18 @@
 #include <filesystem>
 #include <map>
 #include <memory>
-#include <nlohmann/json.hpp>
 #include <string>
 #include <unordered_map>
 
 #include "commands.h"
 #include "map/map_files.h"
 #include "map/map_graph.h"
+#include "shell/output.h"
 #include "shell/terminal_progress.h"
 
 namespace zatmap {
 namespace {
 
-using nlohmann::ordered_json;
 using zatlib::kSlots;
 
 struct InfoOptions {
@@ -191,7 +190,7 @@ void LookAtShapes(const MapFolder& map, Facts* facts) {
 }
 
 // First and last code of an index.
-ordered_json CodeRange(const MapFolder& map, const char* index_file) {
+Json CodeRange(const MapFolder& map, const char* index_file) {
   RecordAccess index;
   zatlib::CodeIndexRecord first{};
   zatlib::CodeIndexRecord last{};
@@ -202,8 +201,8 @@ ordered_json CodeRange(const MapFolder& map, const char* index_file) {
   return {CodeDigits(first.Code, map.code_length), CodeDigits(last.Code, map.code_length)};
 }
 
-ordered_json FileList(const MapFolder& map) {
-  ordered_json list = ordered_json::array();
+Json FileList(const MapFolder& map) {
+  Json list = Json::array();
   std::vector<const char*> names(TextFiles().begin(), TextFiles().end());
   for (const FileLayout& layout : FileLayouts()) names.push_back(layout.name);
   std::sort(names.begin(), names.end(),
@@ -211,7 +210,7 @@ ordered_json FileList(const MapFolder& map) {
   for (const char* name : names) {
     if (!Exists(map, name)) continue;
     const std::string path = PathOf(map, name);
-    ordered_json file = {{"name", name}, {"bytes", zatlib::FileSize(path.c_str())}};
+    Json file = {{"name", name}, {"bytes", zatlib::FileSize(path.c_str())}};
     const FileLayout* layout = FindLayout(name);
     if (layout != nullptr) {
       file["records"] = zatlib::FileSize(path.c_str()) / layout->record_size;
@@ -234,21 +233,21 @@ ordered_json FileList(const MapFolder& map) {
   return list;
 }
 
-ordered_json Counts(const std::map<int, int64_t>& counts) {
-  ordered_json object = ordered_json::object();
+Json Counts(const std::map<int, int64_t>& counts) {
+  Json object = Json::object();
   for (const auto& [value, count] : counts) object[std::to_string(value)] = count;
   return object;
 }
 
-ordered_json Cities(const std::unordered_map<uint32_t, int64_t>& cities) {
+Json Cities(const std::unordered_map<uint32_t, int64_t>& cities) {
   const std::map<uint32_t, int64_t> sorted(cities.begin(), cities.end());
-  ordered_json object = ordered_json::object();
+  Json object = Json::object();
   for (const auto& [city, count] : sorted) object[std::to_string(city)] = count;
   return object;
 }
 
-ordered_json Report(const MapFolder& map, const Facts& facts) {
-  ordered_json all;
+Json Report(const MapFolder& map, const Facts& facts) {
+  Json all;
   all["map"] = map.path;
   all["code_length"] = map.code_length;
   all["nodes"] = map.nodes;
@@ -261,7 +260,7 @@ ordered_json Report(const MapFolder& map, const Facts& facts) {
   }
   all["node_codes"] = CodeRange(map, zatlib::kNodeIndexFile);
   all["link_codes"] = CodeRange(map, zatlib::kLinkIndexFile);
-  ordered_json degrees = ordered_json::object();
+  Json degrees = Json::object();
   for (int s = 0; s <= kSlots; ++s) {
     if (facts.links_at_node[s] > 0) degrees[std::to_string(s)] = facts.links_at_node[s];
   }
@@ -271,7 +270,7 @@ ordered_json Report(const MapFolder& map, const Facts& facts) {
   all["parallel_links"] = facts.parallel_links;
   all["road_kinds"] = Counts(facts.road_kinds);
   all["value6"] = Counts(facts.value6);
-  ordered_json flags = ordered_json::object();
+  Json flags = Json::object();
   for (int bit = 0; bit < 7; ++bit) flags[kFlagNames[bit]] = facts.flags[bit];
   flags["none"] = facts.links_without_flag;
   all["flags"] = std::move(flags);
@@ -301,12 +300,12 @@ ordered_json Report(const MapFolder& map, const Facts& facts) {
   return all;
 }
 
-std::string Text(const ordered_json& value) {
+std::string Text(const Json& value) {
   return value.is_string() ? value.get<std::string>() : value.dump();
 }
 
 // "a 1, b 2" for an object; long lists are cut.
-std::string Listed(const ordered_json& object) {
+std::string Listed(const Json& object) {
   constexpr int kMost = 12;
   std::string text;
   int count = 0;
@@ -319,13 +318,13 @@ std::string Listed(const ordered_json& object) {
   return text;
 }
 
-void PrintText(const ordered_json& all) {
+void PrintText(const Json& all) {
   for (const auto& [key, value] : all.items()) {
     std::string title = key;
     std::replace(title.begin(), title.end(), '_', ' ');
     if (key == "files") {
       std::printf("files\n");
-      for (const ordered_json& file : value) {
+      for (const Json& file : value) {
         std::printf("  %-14s %12" PRIu64 " bytes  %s\n", Text(file["name"]).c_str(),
                     file["bytes"].get<uint64_t>(),
                     file.contains("changed") ? Text(file["changed"]).c_str() : "");
@@ -348,7 +347,7 @@ int RunInfo(const InfoOptions& options) {
   LookAtLinks(map, &facts);
   LookAtNodes(map, &facts);
   LookAtShapes(map, &facts);
-  ordered_json all = Report(map, facts);
+  Json all = Report(map, facts);
   if (options.components) {
     MapGraph graph;
     if (!graph.Load(map)) return kExitFailed;
@@ -360,7 +359,7 @@ int RunInfo(const InfoOptions& options) {
   }
   all["files"] = FileList(map);
   if (options.json) {
-    std::printf("%s\n", all.dump(2, ' ', false, ordered_json::error_handler_t::replace).c_str());
+    PrintJson(all);
   } else {
     PrintText(all);
   }

@@ -4,18 +4,18 @@
 #include <cstdio>
 #include <functional>
 #include <memory>
-#include <nlohmann/json.hpp>
 #include <queue>
 #include <string>
 #include <vector>
 
 #include "commands.h"
 #include "map/map_tables.h"
+#include "shell/arguments.h"
+#include "shell/output.h"
 
 namespace zatmap {
 namespace {
 
-using nlohmann::ordered_json;
 using zatlib::kSlots;
 
 struct RouteOptions {
@@ -139,14 +139,14 @@ class RoutePrinter {
     }
   }
 
-  ordered_json Json() const {
-    ordered_json all;
+  Json ToJson() const {
+    Json all;
     all["from"] = Node(from_);
     all["to"] = Node(to_);
     all["cost"] = route_.cost;
     all["seconds"] = route_.cost / 100.0;
     all["length"] = length_;
-    ordered_json links = ordered_json::array();
+    Json links = Json::array();
     for (const uint32_t connection : route_.connections) {
       const int64_t node = connection / kSlots;
       const int slot = static_cast<int>(connection % kSlots);
@@ -162,7 +162,7 @@ class RoutePrinter {
     return all;
   }
 
-  ordered_json GeoJson() {
+  Json GeoJson() {
     std::vector<zatlib::ShapePoint> line;
     for (const uint32_t connection : route_.connections) {
       const int64_t link = LinkOf(connection);
@@ -178,11 +178,8 @@ class RoutePrinter {
       const zatlib::NodeLocation& place = tables_.location(from_);
       line.assign(2, {place.X, place.Y});
     }
-    ordered_json feature = {{"type", "Feature"}};
-    feature["properties"] = Json();
-    feature["geometry"] = {{"type", "LineString"}, {"coordinates", Coordinates(line)}};
-    ordered_json all = {{"type", "FeatureCollection"}};
-    all["features"] = ordered_json::array({std::move(feature)});
+    Json all = {{"type", "FeatureCollection"}};
+    all["features"] = Json::array({Feature(ToJson(), LineGeometry(line))});
     return all;
   }
 
@@ -193,7 +190,7 @@ class RoutePrinter {
   int LengthOf(uint32_t connection) const {
     return tables_.graph().node(connection / kSlots).Length[connection % kSlots];
   }
-  ordered_json Node(int64_t node) const {
+  Json Node(int64_t node) const {
     return {{"code", tables_.node_code(node)},
             {"lon", tables_.location(node).X / 1000000.0},
             {"lat", tables_.location(node).Y / 1000000.0},
@@ -225,9 +222,7 @@ int RunRoute(const RouteOptions& options) {
   }
   RoutePrinter printer(tables, route, from, to);
   if (options.json || options.geojson) {
-    std::printf("%s\n", (options.geojson ? printer.GeoJson() : printer.Json())
-                            .dump(2, ' ', false, ordered_json::error_handler_t::replace)
-                            .c_str());
+    PrintJson(options.geojson ? printer.GeoJson() : printer.ToJson());
   } else {
     printer.PrintText();
   }

@@ -3,18 +3,18 @@
 #include <cinttypes>
 #include <cstdio>
 #include <memory>
-#include <nlohmann/json.hpp>
 #include <string>
 
 #include "commands.h"
 #include "look/view_page.h"
 #include "map/map_tables.h"
+#include "shell/arguments.h"
+#include "shell/output.h"
 #include "shell/terminal_progress.h"
 
 namespace zatmap {
 namespace {
 
-using nlohmann::ordered_json;
 using zatlib::kSlots;
 
 constexpr int64_t kManyLinks = 300000;  // more make a page that is no joy to use
@@ -70,12 +70,12 @@ Part ChoosePart(MapTables& tables, const Bounds& bounds) {
 
 // A node as page.js reads it: code, x, y, name, attribute word, attribute, slots, turn bytes,
 // weight bytes, record, city.
-ordered_json Node(const MapTables& tables, const Part& part, int64_t n) {
+Json Node(const MapTables& tables, const Part& part, int64_t n) {
   const zatlib::NodeNameRecord& name = tables.node_name(n);
   const MapGraph& graph = tables.graph();
-  ordered_json slots = ordered_json::array();
-  ordered_json turns = ordered_json::array();
-  ordered_json weights = ordered_json::array();
+  Json slots = Json::array();
+  Json turns = Json::array();
+  Json weights = Json::array();
   for (int s = 0; s < graph.used(n); ++s) {
     const zatlib::CalcNode& node = graph.node(n);
     slots.push_back({part.node[static_cast<size_t>(node.OtherNode[s])],
@@ -93,17 +93,17 @@ ordered_json Node(const MapTables& tables, const Part& part, int64_t n) {
           name.Attribute,
           std::move(slots),
           std::move(turns),
-          has_weights ? std::move(weights) : ordered_json(),
+          has_weights ? std::move(weights) : Json(),
           n,
           tables.node_city(n)};
 }
 
 // A link likewise: code, node A, node B, road kind, flags, length, speeds, name, number and value
 // of the name, link values 4 and 6, city, shape (first point, then differences), record.
-ordered_json Link(MapTables& tables, const Part& part, int64_t l) {
+Json Link(MapTables& tables, const Part& part, int64_t l) {
   const zatlib::LinkNodes& link = tables.link(l);
   const zatlib::LinkNameRecord& name = tables.link_name(l);
-  ordered_json shape = ordered_json::array();
+  Json shape = Json::array();
   zatlib::ShapePoint before{0, 0};
   for (const zatlib::ShapePoint& point : tables.Points(l)) {
     shape.push_back(int64_t{point.X} - before.X);
@@ -129,69 +129,51 @@ ordered_json Link(MapTables& tables, const Part& part, int64_t l) {
 }
 
 // JSON inside a script element: nothing in it may look like the element's end.
-std::string ScriptText(const ordered_json& value) {
+std::string ScriptText(const Json& value) {
   std::string text;
-  for (const char c : value.dump(-1, ' ', true, ordered_json::error_handler_t::replace)) {
+  for (const char c : value.dump(-1, ' ', true, Json::error_handler_t::replace)) {
     text += c == '<' ? std::string("\\u003c") : std::string(1, c);
   }
   return text;
 }
 
-class PageWriter {
- public:
-  explicit PageWriter(std::FILE* file) : file_(file) {}
-  void Write(const std::string& text) {
-    good_ = good_ && std::fwrite(text.data(), 1, text.size(), file_) == text.size();
-  }
-  void Write(const char* const* pieces) {
-    for (; *pieces != nullptr; ++pieces) Write(std::string(*pieces));
-  }
-  bool Close() { return std::fclose(file_) == 0 && good_; }
+void AddPieces(const char* const* pieces, Output& page) {
+  for (; *pieces != nullptr; ++pieces) page.Add(*pieces);
+}
 
- private:
-  std::FILE* file_;
-  bool good_ = true;
-};
-
-bool WritePage(MapTables& tables, const Part& part, const std::string& title, std::FILE* file) {
+bool WritePage(MapTables& tables, const Part& part, const std::string& title, Output& page) {
   TerminalProgress progress("view");
-  PageWriter page(file);
-  page.Write(kPage_head);
-  page.Write("{\"title\":" + ScriptText(title) + ",\"nodes\":[");
+  AddPieces(kPage_head, page);
+  page.Add("{\"title\":" + ScriptText(title) + ",\"nodes\":[");
   const int64_t all = std::ssize(part.nodes) + std::ssize(part.links);
   int64_t done = 0;
   for (const int64_t n : part.nodes) {
-    page.Write((n == part.nodes.front() ? "\n" : ",\n") + ScriptText(Node(tables, part, n)));
+    page.Add((n == part.nodes.front() ? "\n" : ",\n") + ScriptText(Node(tables, part, n)));
     progress.At(++done, all);
   }
-  page.Write("],\n\"links\":[");
+  page.Add("],\n\"links\":[");
   for (const int64_t l : part.links) {
-    page.Write((l == part.links.front() ? "\n" : ",\n") + ScriptText(Link(tables, part, l)));
+    page.Add((l == part.links.front() ? "\n" : ",\n") + ScriptText(Link(tables, part, l)));
     progress.At(++done, all);
   }
-  page.Write("]}");
-  page.Write(kPage_tail);
+  page.Add("]}");
+  AddPieces(kPage_tail, page);
   return page.Close();
 }
 
 int RunView(const ViewOptions& options) {
   Bounds bounds;
-  if (!options.bounds.empty() && !ParseBounds(options.bounds, &bounds)) {
-    std::fprintf(stderr,
-                 "zatmap: --bbox takes west,south,east,north in degrees, like "
-                 "7.41,43.72,7.43,43.74.\n");
-    return kExitUsage;
-  }
+  if (!TakeBounds(options.bounds, &bounds)) return kExitUsage;
   MapFolder map;
   MapTables tables;
   if (!OpenMapFolder(options.folder, &map) || !tables.Load(map)) return kExitFailed;
   const Part part = ChoosePart(tables, bounds);
-  std::FILE* file = std::fopen(options.file.c_str(), "wb");
-  if (file == nullptr) {
+  Output page;
+  if (!page.Open(options.file)) {
     std::fprintf(stderr, "zatmap: %s cannot be written.\n", options.file.c_str());
     return kExitFailed;
   }
-  if (!WritePage(tables, part, options.folder, file)) {
+  if (!WritePage(tables, part, options.folder, page)) {
     std::fprintf(stderr, "zatmap: %s could not be written whole.\n", options.file.c_str());
     return kExitFailed;
   }

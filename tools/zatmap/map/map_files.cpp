@@ -8,8 +8,6 @@
 #include <cstdlib>
 
 #include "frd/text.h"
-#include "platform/code_page.h"
-#include "platform/profile.h"
 
 namespace zatmap {
 namespace {
@@ -17,7 +15,6 @@ namespace {
 using zatlib::kSlots;
 
 constexpr uint32_t kBlockSize = 1u << 20;          // bytes of a stream's block
-constexpr uint64_t kMaxIniSize = 16u << 20;        // bytes of an INI text that is looked at
 constexpr uint32_t kSlotCount = uint32_t{kSlots};  // values of an array with one for each slot
 
 constexpr Field kNodeLocation[] = {
@@ -167,29 +164,6 @@ zatlib::platform::File OpenToRead(const std::string& path) {
                                       zatlib::platform::Disposition::kOpenExisting);
 }
 
-// Bytes of the character at the start of a UTF-8 text, 0 when there is none.
-size_t Utf8Length(std::string_view text) {
-  const auto byte = [&](size_t i) { return static_cast<unsigned char>(text[i]); };
-  const unsigned char lead = byte(0);
-  const size_t length = lead < 0x80   ? 1
-                        : lead < 0xc2 ? 0
-                        : lead < 0xe0 ? 2
-                        : lead < 0xf0 ? 3
-                        : lead < 0xf5 ? 4
-                                      : 0;
-  if (length > text.size()) return 0;
-  for (size_t i = 1; i < length; ++i) {
-    if ((byte(i) & 0xc0) != 0x80) return 0;
-  }
-  return length;
-}
-
-std::string_view Trim(std::string_view text) {
-  while (!text.empty() && static_cast<unsigned char>(text.front()) <= ' ') text.remove_prefix(1);
-  while (!text.empty() && static_cast<unsigned char>(text.back()) <= ' ') text.remove_suffix(1);
-  return text;
-}
-
 }  // namespace
 
 std::span<const FileLayout> FileLayouts() { return kLayouts; }
@@ -263,36 +237,6 @@ std::string CodeDigits(zatlib::FeatureCode code, int code_length) {
   } else {
     std::snprintf(text, sizeof text, "%.17g", value);
   }
-  return text;
-}
-
-std::string Readable(const std::string& text) {
-  const std::string shown = zatlib::platform::ForTerminal(text.c_str());
-  std::string readable;
-  for (size_t i = 0; i < shown.size();) {
-    const size_t length = Utf8Length(std::string_view(shown).substr(i));
-    if (length == 0 || static_cast<unsigned char>(shown[i]) < ' ') {
-      readable += '?';
-      ++i;
-    } else {
-      readable.append(shown, i, length);
-      i += length;
-    }
-  }
-  return readable;
-}
-
-std::string NameText(const char* name) {
-  std::string text(name, zatlib::kNameSize);
-  text.resize(std::strlen(text.c_str()));
-  return Readable(text);
-}
-
-std::string Degrees(int32_t value) {
-  char text[32];
-  const int64_t size = std::abs(int64_t{value});
-  std::snprintf(text, sizeof text, "%s%" PRId64 ".%06" PRId64, value < 0 ? "-" : "", size / 1000000,
-                size % 1000000);
   return text;
 }
 
@@ -407,42 +351,6 @@ bool ParseCodeArgument(const std::string& text, int code_length, zatlib::Feature
   }
   *code = zatlib::ParseCode(text, code_length);
   return true;
-}
-
-std::vector<IniLine> ReadIni(const std::string& path) {
-  std::vector<IniLine> lines;
-  zatlib::WholeFile file;
-  if (zatlib::FileSize(path.c_str()) > kMaxIniSize ||
-      zatlib::LoadWholeFile(path.c_str(), &file) != zatlib::LoadResult::kLoaded) {
-    return lines;
-  }
-  const std::string_view text(file.bytes.data(), file.size);
-  for (size_t at = 0; at < text.size();) {
-    size_t end = text.find('\n', at);
-    if (end == std::string_view::npos) end = text.size();
-    const std::string_view line = Trim(text.substr(at, end - at));
-    IniLine result{static_cast<int>(lines.size()) + 1,
-                   static_cast<int64_t>(at),
-                   IniLine::kOther,
-                   std::string(line),
-                   {}};
-    const size_t equals = line.find('=');
-    if (line.empty()) {
-      result.kind = IniLine::kBlank;
-    } else if (line.front() == ';') {
-      result.kind = IniLine::kComment;
-    } else if (line.front() == '[' && line.back() == ']') {
-      result.kind = IniLine::kSection;
-      result.key = line.substr(1, line.size() - 2);
-    } else if (equals != std::string_view::npos && equals > 0) {
-      result.kind = IniLine::kKey;
-      result.key = Trim(line.substr(0, equals));
-      result.value = Trim(line.substr(equals + 1));
-    }
-    lines.push_back(std::move(result));
-    at = end + 1;
-  }
-  return lines;
 }
 
 }  // namespace zatmap

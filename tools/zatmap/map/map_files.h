@@ -74,15 +74,6 @@ int64_t FieldNumber(const Field& field, const char* bytes);
 // print it.
 std::string CodeDigits(zatlib::FeatureCode code, int code_length);
 
-// A text of a map in UTF-8, on one line: what is no text, and control characters, becomes "?".
-std::string Readable(const std::string& text);
-
-// A 20-byte name in UTF-8 for a terminal or a file.
-std::string NameText(const char* name);
-
-// Millionths of a degree with six decimals.
-std::string Degrees(int32_t value);
-
 // The folder of a map with what every tool asks first.
 struct MapFolder {
   std::string path;
@@ -198,17 +189,5 @@ int64_t FindIndexPosition(const MapFolder& map, const char* index_file, zatlib::
 
 // Reads a code that a user typed. False when it is not a whole number.
 bool ParseCodeArgument(const std::string& text, int code_length, zatlib::FeatureCode* code);
-
-// A line of an INI text: a section's name, a key with its value, or a line that is neither.
-struct IniLine {
-  int number;  // from 1
-  int64_t offset;
-  enum { kSection, kKey, kComment, kBlank, kOther } kind;
-  std::string key;  // section name or key
-  std::string value;
-};
-
-// The lines of an INI text of at most 16 MiB; nothing when it cannot be read.
-std::vector<IniLine> ReadIni(const std::string& path);
 
 }  // namespace zatmap

@@ -3,25 +3,11 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
-#include <nlohmann/json.hpp>
 
 namespace zatmap {
 namespace {
 
 constexpr int32_t kMostPoints = 10000000;  // of a shape that is drawn
-
-// Numbers between commas. False when there are not exactly `count`.
-bool ParseNumbers(const std::string& text, double* numbers, int count) {
-  const char* at = text.c_str();
-  for (int i = 0; i < count; ++i) {
-    char* end = nullptr;
-    numbers[i] = std::strtod(at, &end);
-    if (end == at || !(numbers[i] >= -1000 && numbers[i] <= 1000)) return false;
-    if (*end != (i + 1 < count ? ',' : '\0')) return false;
-    at = end + 1;
-  }
-  return true;
-}
 
 // City codes out of an index, by record number.
 std::vector<uint32_t> LoadCities(const MapFolder& map, const char* index_file, int64_t count) {
@@ -38,21 +24,6 @@ std::vector<uint32_t> LoadCities(const MapFolder& map, const char* index_file, i
 }
 
 }  // namespace
-
-bool ParseBounds(const std::string& text, Bounds* bounds) {
-  double numbers[4];
-  if (!ParseNumbers(text, numbers, 4)) return false;
-  *bounds = {numbers[0], numbers[1], numbers[2], numbers[3]};
-  return bounds->west <= bounds->east && bounds->south <= bounds->north;
-}
-
-bool ParsePlace(const std::string& text, double* longitude, double* latitude) {
-  double numbers[2];
-  if (!ParseNumbers(text, numbers, 2)) return false;
-  *longitude = numbers[0];
-  *latitude = numbers[1];
-  return true;
-}
 
 bool MapTables::Load(const MapFolder& map) {
   code_length_ = map.code_length;
@@ -124,14 +95,6 @@ std::vector<zatlib::ShapePoint> MapTables::Points(int64_t link) {
     std::reverse(shape.begin(), shape.end());
   }
   return shape;
-}
-
-nlohmann::ordered_json Coordinates(const std::vector<zatlib::ShapePoint>& points) {
-  nlohmann::ordered_json list = nlohmann::ordered_json::array();
-  for (const zatlib::ShapePoint& point : points) {
-    list.push_back({point.X / 1000000.0, point.Y / 1000000.0});
-  }
-  return list;
 }
 
 }  // namespace zatmap

@@ -1,7 +1,6 @@
 // The tables of a map in memory, for the subcommands that draw links and name nodes.
 #pragma once
 
-#include <nlohmann/json_fwd.hpp>
 #include <string>
 #include <vector>
 
@@ -9,25 +8,6 @@
 #include "map/map_graph.h"
 
 namespace zatmap {
-
-// A rectangle of the map, in degrees.
-struct Bounds {
-  double west = -1000;
-  double south = -1000;
-  double east = 1000;
-  double north = 1000;
-  bool Holds(const zatlib::ShapePoint& point) const {
-    const double x = point.X / 1000000.0;
-    const double y = point.Y / 1000000.0;
-    return x >= west && x <= east && y >= south && y <= north;
-  }
-};
-
-// Reads "W,S,E,N". False when it is something else.
-bool ParseBounds(const std::string& text, Bounds* bounds);
-
-// Reads "LON,LAT" in degrees. False when it is something else.
-bool ParsePlace(const std::string& text, double* longitude, double* latitude);
 
 // About 170 bytes a node and 110 a link; the points of the shapes stay in the file.
 class MapTables {
@@ -77,8 +57,5 @@ class MapTables {
   std::vector<uint32_t> node_cities_;
   zatlib::platform::File points_;
 };
-
-// [lon,lat] pairs of a GeoJSON geometry.
-nlohmann::ordered_json Coordinates(const std::vector<zatlib::ShapePoint>& points);
 
 }  // namespace zatmap

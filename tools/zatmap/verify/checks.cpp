@@ -12,9 +12,11 @@
 #include "platform/code_page.h"
 #include "platform/profile.h"
 #include "rtweight/right_turn_weight.h"
+#include "shell/ini_text.h"
+#include "shell/output.h"
 #include "shell/terminal_progress.h"
 
-namespace zatmap {
+namespace zatmap::verify {
 namespace {
 
 using zatlib::CalcNode;
@@ -141,7 +143,7 @@ class Verifier {
     if (!findings_.Counts(severity, kind)) return;
     char text[512];
     zatlib::FRD_FormatV(text, sizeof text, format, arguments);
-    findings_.Keep(place, severity, kind, Readable(text));
+    findings_.Keep(place, severity, kind, CleanText(text, Unclean::kQuestionMark));
   }
   void Error(const char* kind, const Place& place, const char* format, ...) ZATLIB_PRINTF(4, 5) {
     va_list arguments;
@@ -1234,4 +1236,4 @@ void VerifyMap(const MapFolder& map, MapFindings* findings, VerifyTotals* totals
   Verifier(map, findings, totals).Run();
 }
 
-}  // namespace zatmap
+}  // namespace zatmap::verify

@@ -6,7 +6,7 @@
 #include "map/map_files.h"
 #include "verify/findings.h"
 
-namespace zatmap {
+namespace zatmap::verify {
 
 // What the checks count besides findings.
 struct VerifyTotals {
@@ -24,4 +24,4 @@ struct VerifyTotals {
 // the node tables and the shapes (docs/zatmap.md has the numbers).
 void VerifyMap(const MapFolder& map, MapFindings* findings, VerifyTotals* totals);
 
-}  // namespace zatmap
+}  // namespace zatmap::verify

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-namespace zatmap {
+namespace zatmap::verify {
 
 enum class Severity { kError, kWarning };
 
@@ -55,4 +55,4 @@ class MapFindings {
   std::map<Key, uint64_t> counts_;
 };
 
-}  // namespace zatmap
+}  // namespace zatmap::verify

@@ -11,7 +11,7 @@
 #include "commands.h"
 #include "verify/checks.h"
 
-namespace zatmap {
+namespace zatmap::verify {
 
 void MapFindings::Sort() {
   std::stable_sort(kept_.begin(), kept_.end(), [](const MapFinding& a, const MapFinding& b) {
@@ -30,7 +30,15 @@ uint64_t MapFindings::Count(Severity severity) const {
   return count;
 }
 
+}  // namespace zatmap::verify
+
+namespace zatmap {
 namespace {
+
+using verify::MapFinding;
+using verify::MapFindings;
+using verify::Severity;
+using verify::VerifyTotals;
 
 using nlohmann::ordered_json;
 
@@ -117,7 +125,7 @@ int RunVerify(const VerifyOptions& options) {
   if (!OpenMapFolder(options.folder, &map)) return kExitFailed;
   MapFindings findings(std::max<uint64_t>(options.max, 1));
   VerifyTotals totals;
-  VerifyMap(map, &findings, &totals);
+  verify::VerifyMap(map, &findings, &totals);
   findings.Sort();
   if (options.json) {
     PrintJson(options, map, findings, totals);

@@ -1,0 +1,124 @@
+#include "shell/output.h"
+
+#include <cinttypes>
+#include <cstdlib>
+#include <cstring>
+
+#include "frd/text.h"
+#include "platform/code_page.h"
+#include "shell/findings.h"
+
+namespace zatmap {
+namespace {
+
+double InDegrees(int32_t value) { return value / 1000000.0; }
+
+// Bytes of the UTF-8 character at a place of a text, 0 for a byte that is part of none.
+size_t CharacterSize(std::string_view text, size_t at) {
+  const auto byte = static_cast<unsigned char>(text[at]);
+  const size_t size = byte < 0x80                    ? 1
+                      : byte >= 0xc2 && byte <= 0xdf ? 2
+                      : byte >= 0xe0 && byte <= 0xef ? 3
+                      : byte >= 0xf0 && byte <= 0xf4 ? 4
+                                                     : 0;
+  if (size == 0 || at + size > text.size()) return 0;
+  for (size_t i = 1; i < size; ++i) {
+    if ((static_cast<unsigned char>(text[at + i]) & 0xc0) != 0x80) return 0;
+  }
+  return size;
+}
+
+}  // namespace
+
+const char* SeverityText(Severity severity) {
+  return severity == Severity::kError ? "error" : "warning";
+}
+
+std::string CleanText(const std::string& text, Unclean unclean) {
+  const std::string shown = zatlib::platform::ForTerminal(text.c_str());
+  std::string clean;
+  for (size_t i = 0; i < shown.size();) {
+    const size_t size = CharacterSize(shown, i);
+    const auto byte = static_cast<unsigned char>(shown[i]);
+    const bool hex = unclean == Unclean::kHex;
+    if (size != 0 && byte >= 0x20 && !(hex && byte == 0x7f)) {
+      clean.append(shown, i, size);
+      i += size;
+      continue;
+    }
+    char code[8] = "?";
+    if (hex) std::snprintf(code, sizeof code, "\\x%02X", byte);
+    clean += code;
+    ++i;
+  }
+  return clean;
+}
+
+std::string NameText(const char* name) {
+  return CleanText(std::string(name, strnlen(name, zatlib::kNameSize)), Unclean::kQuestionMark);
+}
+
+std::string Degrees(int32_t value) {
+  char text[32];
+  const int64_t size = std::abs(int64_t{value});
+  std::snprintf(text, sizeof text, "%s%" PRId64 ".%06" PRId64, value < 0 ? "-" : "", size / 1000000,
+                size % 1000000);
+  return text;
+}
+
+std::string JsonText(const Json& value, int indent) {
+  return value.dump(indent, ' ', false, Json::error_handler_t::replace);
+}
+
+void PrintJson(const Json& value, int indent) {
+  std::printf("%s\n", JsonText(value, indent).c_str());
+}
+
+Json LineGeometry(std::span<const zatlib::ShapePoint> points) {
+  Json list = Json::array();
+  for (const zatlib::ShapePoint& point : points) {
+    list.push_back({InDegrees(point.X), InDegrees(point.Y)});
+  }
+  return {{"type", "LineString"}, {"coordinates", std::move(list)}};
+}
+
+Json PointGeometry(const zatlib::ShapePoint& point) {
+  return {{"type", "Point"}, {"coordinates", {InDegrees(point.X), InDegrees(point.Y)}}};
+}
+
+Json Feature(Json properties, Json geometry) {
+  return {{"type", "Feature"},
+          {"properties", std::move(properties)},
+          {"geometry", std::move(geometry)}};
+}
+
+std::string CsvField(const std::string& text) {
+  if (text.find_first_of(",\"\r\n") == std::string::npos) return text;
+  std::string quoted = "\"";
+  for (const char c : text) {
+    if (c == '"') quoted += '"';
+    quoted += c;
+  }
+  return quoted + "\"";
+}
+
+bool Output::Open(const std::string& path) {
+  file_ = std::fopen(path.c_str(), "wb");
+  return file_ != nullptr;
+}
+
+void Output::Write() {
+  good_ = good_ && std::fwrite(text_.data(), 1, text_.size(), file_) == text_.size();
+  text_.clear();
+}
+
+bool Output::Close() {
+  if (file_ == nullptr) return good_;
+  Write();
+  good_ = std::fflush(file_) == 0 && good_;
+  if (file_ != stdout) good_ = std::fclose(file_) == 0 && good_;
+  file_ = nullptr;
+  return good_;
+}
+
+}  // namespace zatmap
