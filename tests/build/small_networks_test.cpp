@@ -1,26 +1,11 @@
 // Whole builds of networks of a few nodes and links: every byte of the map and every line of the
 // log written out by hand. Each case runs for both code lengths and both operations.
-#include <ostream>
-
 #include "platform/code_page.h"
 #include "platform/memory.h"
 #include "small_build.h"
 
 namespace zatlib::test {
 namespace {
-
-struct Way {
-  int code_length;
-  bool memory;  // false: through files
-};
-
-void PrintTo(const Way& way, std::ostream* out) {
-  *out << way.code_length << (way.memory ? " digits in memory" : " digits through files");
-}
-
-std::string NameOf(const ::testing::TestParamInfo<Way>& way) {
-  return (way.param.memory ? "Memory" : "Files") + std::to_string(way.param.code_length);
-}
 
 class SmallNetworks : public SmallBuild, public ::testing::WithParamInterface<Way> {
  protected:
@@ -37,9 +22,7 @@ class SmallNetworks : public SmallBuild, public ::testing::WithParamInterface<Wa
   Story story_;
 };
 
-INSTANTIATE_TEST_SUITE_P(BothLengthsAndOperations, SmallNetworks,
-                         ::testing::Values(Way{14, true}, Way{14, false}, Way{18, true},
-                                           Way{18, false}),
+INSTANTIATE_TEST_SUITE_P(BothLengthsAndOperations, SmallNetworks, ::testing::ValuesIn(kWays),
                          NameOf);
 
 // ---------------------------------------------------------------------------------------------
@@ -82,9 +65,7 @@ class PlainNetwork : public SmallNetworks {
   }
 };
 
-INSTANTIATE_TEST_SUITE_P(BothLengthsAndOperations, PlainNetwork,
-                         ::testing::Values(Way{14, true}, Way{14, false}, Way{18, true},
-                                           Way{18, false}),
+INSTANTIATE_TEST_SUITE_P(BothLengthsAndOperations, PlainNetwork, ::testing::ValuesIn(kWays),
                          NameOf);
 
 TEST_P(PlainNetwork, EveryByteOfTheMap) {
@@ -97,25 +78,26 @@ TEST_P(PlainNetwork, EveryByteOfTheMap) {
   ExpectFile("maploc.dat",
              All({Location(103, 139750000, -500000), Location(101, 139500000, 35250000),
                   Location(102, 139600000, 35125000)}));
-  ExpectFile("node.idx", All({Index(Code(101), 1, 13102), Index(Code(102), 2, 13102),
-                              Index(Code(103), 0, 13101)}));
-  ExpectFile("link.idx", All({Index(Code(201), 1, 13102), Index(Code(202), 0, 13101)}));
+  ExpectFile("node.idx", All({IndexRecord(Code(101), 1, 13102), IndexRecord(Code(102), 2, 13102),
+                              IndexRecord(Code(103), 0, 13101)}));
+  ExpectFile("link.idx", All({IndexRecord(Code(201), 1, 13102), IndexRecord(Code(202), 0, 13101)}));
   // 202: 100 at 60 forth and at the default of 30 back. 201: 250 at the 36 of the speed file, which
   // names the link backwards, both ways.
-  ExpectFile("mapcalc.dat", All({CalcRecord({{2, 1200, 100}}), CalcRecord({{2, 2500, 250}}),
-                                 CalcRecord({{1, 2500, 250}, {0, 600, 100}})}));
+  ExpectFile("mapcalc.dat",
+             All({CalcConnections({{2, 1200, 100}}), CalcConnections({{2, 2500, 250}}),
+                  CalcConnections({{1, 2500, 250}, {0, 600, 100}})}));
   ExpectFile("nodelink.idx",
              All({NodeLinkRecord({0}), NodeLinkRecord({1}), NodeLinkRecord({1, 0})}));
   ExpectFile("linknode.idx",
              All({LinkNodeRecord(2, 0, 60, 30, 100), LinkNodeRecord(1, 2, 36, 36, 250)}));
   ExpectFile("mapdraw.dat",
-             All({Drawing(Code(202), 0, 3, 2, 139600000, 139750000, 35125000, -500000),
-                  Drawing(Code(201), 1, 1, 3, 139500000, 139600000, 35250000, 35125000)}));
+             All({DrawRecord(Code(202), 0, 3, 2, 139600000, 139750000, 35125000, -500000),
+                  DrawRecord(Code(201), 1, 1, 3, 139500000, 139600000, 35250000, 35125000)}));
   // The later name of a node or link wins.
   ExpectFile("nodename.dat", All({NodeNameBytes("Top", 7, 0), NodeNameBytes("South", 5, 3),
                                   NodeNameBytes("", 6, 0)}));
   ExpectFile("linkname.dat",
-             All({LinkNameBytes("Main St", 1, 0, 3, 4), LinkNameBytes("Belt", 7, 3, 1, -5)}));
+             All({LinkNameBytes("Main St", 1, 0, 0, 3, 4), LinkNameBytes("Belt", 7, 3, 0, 1, -5)}));
   ExpectFile("maprule.dat", std::string(24, '\0'));
   ExpectFile("nodeattr.dat", Bytes().I8(0).I8(3).I8(0));
   ExpectFile("mapattr.dat", All({SlotRecord({0}), SlotRecord({3}), SlotRecord({3, 0})}));
@@ -298,14 +280,17 @@ TEST_P(SmallNetworks, DummyLinksJoinPartners) {
   ExpectFile("maploc.dat", All({Location(1, 1000000, 10000000), Location(2, 2000000, 20000000),
                                 Location(3, 3000000, 30000000), Location(4, 4000000, 40000000),
                                 Location(5, 5000000, 50000000)}));
-  ExpectFile("node.idx", All({Index(Code(1), 0, 7), Index(Code(2), 1, 7), Index(Code(3), 2, 8),
-                              Index(Code(4), 3, 8), Index(Code(5), 4, 9)}));
-  ExpectFile("link.idx", All({Index(Code(11), 0, 7), Index(Code(12), 1, 8), Index(Code(13), 2, 9),
-                              Index(DummyCode(1), 3, 99000), Index(DummyCode(2), 4, 99000)}));
-  ExpectFile("mapcalc.dat",
-             All({CalcRecord({{1, 100, 10}, {4, 300, 30}}), CalcRecord({{0, 100, 10}, {2, 0, 0}}),
-                  CalcRecord({{3, 200, 20}, {1, 0, 0}}), CalcRecord({{2, 200, 20}, {4, 0, 0}}),
-                  CalcRecord({{0, 300, 30}, {3, 0, 0}})}));
+  ExpectFile("node.idx", All({IndexRecord(Code(1), 0, 7), IndexRecord(Code(2), 1, 7),
+                              IndexRecord(Code(3), 2, 8), IndexRecord(Code(4), 3, 8),
+                              IndexRecord(Code(5), 4, 9)}));
+  ExpectFile("link.idx", All({IndexRecord(Code(11), 0, 7), IndexRecord(Code(12), 1, 8),
+                              IndexRecord(Code(13), 2, 9), IndexRecord(DummyCode(1), 3, 99000),
+                              IndexRecord(DummyCode(2), 4, 99000)}));
+  ExpectFile("mapcalc.dat", All({CalcConnections({{1, 100, 10}, {4, 300, 30}}),
+                                 CalcConnections({{0, 100, 10}, {2, 0, 0}}),
+                                 CalcConnections({{3, 200, 20}, {1, 0, 0}}),
+                                 CalcConnections({{2, 200, 20}, {4, 0, 0}}),
+                                 CalcConnections({{0, 300, 30}, {3, 0, 0}})}));
   ExpectFile("nodelink.idx",
              All({NodeLinkRecord({0, 2}), NodeLinkRecord({0, 3}), NodeLinkRecord({1, 3}),
                   NodeLinkRecord({1, 4}), NodeLinkRecord({2, 4})}));
@@ -314,15 +299,15 @@ TEST_P(SmallNetworks, DummyLinksJoinPartners) {
                   LinkNodeRecord(4, 0, 36, 36, 30), LinkNodeRecord(1, 2, 0, 0, 0),
                   LinkNodeRecord(4, 3, 0, 0, 0)}));
   ExpectFile("mapdraw.dat",
-             All({Drawing(Code(11), 0, 3, 1, 1000000, 2000000, 10000000, 20000000),
-                  Drawing(Code(12), 1, 3, 1, 3000000, 4000000, 30000000, 40000000),
-                  Drawing(Code(13), 2, 3, 1, 5000000, 1000000, 50000000, 10000000),
-                  Drawing(DummyCode(1), 3, 99, 99, 2000000, 3000000, 20000000, 30000000),
-                  Drawing(DummyCode(2), 4, 99, 99, 5000000, 4000000, 50000000, 40000000)}));
+             All({DrawRecord(Code(11), 0, 3, 1, 1000000, 2000000, 10000000, 20000000),
+                  DrawRecord(Code(12), 1, 3, 1, 3000000, 4000000, 30000000, 40000000),
+                  DrawRecord(Code(13), 2, 3, 1, 5000000, 1000000, 50000000, 10000000),
+                  DrawRecord(DummyCode(1), 3, 99, 99, 2000000, 3000000, 20000000, 30000000),
+                  DrawRecord(DummyCode(2), 4, 99, 99, 5000000, 4000000, 50000000, 40000000)}));
   const std::string plain_name = NodeNameBytes("", 1, 0);
   ExpectFile("nodename.dat", All({plain_name, plain_name, plain_name, plain_name, plain_name}));
-  const std::string plain_link = LinkNameBytes("", 0, 0, 3, 0);
-  const std::string dummy_link = LinkNameBytes("", 0, 0, 99, 0);
+  const std::string plain_link = LinkNameBytes("", 0, 0, 0, 3, 0);
+  const std::string dummy_link = LinkNameBytes("", 0, 0, 0, 99, 0);
   ExpectFile("linkname.dat", All({plain_link, plain_link, plain_link, dummy_link, dummy_link}));
   ExpectFile("maprule.dat", std::string(40, '\0'));
   ExpectFile("nodeattr.dat", std::string(5, '\0'));
@@ -344,11 +329,12 @@ TEST_P(SmallNetworks, ADummyLinkFindsNoRoomAtAFullNode) {
   ExpectFile("linknode.idx",
              All({LinkNodeRecord(1, 2, 36, 36, 10), LinkNodeRecord(0, 0, 36, 36, 10),
                   LinkNodeRecord(0, 1, 0, 0, 0)}));
-  ExpectFile("link.idx",
-             All({Index(Code(19), 0, 7), Index(Code(20), 1, 7), Index(DummyCode(1), 2, 99000)}));
-  ExpectFile("mapcalc.dat", All({CalcRecord({}), CalcRecord({{2, 100, 10}, {0, 0, 0}}),
-                                 CalcRecord({{1, 100, 10}})}));
-  ExpectFile("node.idx", All({Index(Code(1), 0, 0), Index(Code(2), 1, 7), Index(Code(3), 2, 7)}));
+  ExpectFile("link.idx", All({IndexRecord(Code(19), 0, 7), IndexRecord(Code(20), 1, 7),
+                              IndexRecord(DummyCode(1), 2, 99000)}));
+  ExpectFile("mapcalc.dat", All({CalcConnections({}), CalcConnections({{2, 100, 10}, {0, 0, 0}}),
+                                 CalcConnections({{1, 100, 10}})}));
+  ExpectFile("node.idx", All({IndexRecord(Code(1), 0, 0), IndexRecord(Code(2), 1, 7),
+                              IndexRecord(Code(3), 2, 7)}));
   story_.nodes = 3;
   story_.coordinates = 1;
   story_.links = 2;
@@ -364,14 +350,14 @@ TEST_P(SmallNetworks, OrphansAreKilled) {
   ASSERT_EQ(Build(), 1);
   ExpectNames(MapFiles() + Lines{"nodestr.~wk", "linkstr.~wk", "nnamestr.~wk", "lnamestr.~wk"});
   ExpectFile("maploc.dat", All({Location(1, 1000000, 10000000), Location(2, 2000000, 20000000)}));
-  ExpectFile("node.idx", All({Index(Code(1), 0, 7), Index(Code(2), 1, 7)}));
-  ExpectFile("link.idx", Index(Code(11), 0, 7));
-  ExpectFile("mapcalc.dat", All({CalcRecord({{1, 100, 10}}), CalcRecord({{0, 50, 10}})}));
+  ExpectFile("node.idx", All({IndexRecord(Code(1), 0, 7), IndexRecord(Code(2), 1, 7)}));
+  ExpectFile("link.idx", IndexRecord(Code(11), 0, 7));
+  ExpectFile("mapcalc.dat", All({CalcConnections({{1, 100, 10}}), CalcConnections({{0, 50, 10}})}));
   ExpectFile("nodelink.idx", All({NodeLinkRecord({0}), NodeLinkRecord({0})}));
   ExpectFile("linknode.idx", LinkNodeRecord(0, 1, 36, 72, 10));
-  ExpectFile("mapdraw.dat", Drawing(Code(11), 0, 3, 1, 1000000, 2000000, 10000000, 20000000));
+  ExpectFile("mapdraw.dat", DrawRecord(Code(11), 0, 3, 1, 1000000, 2000000, 10000000, 20000000));
   ExpectFile("nodename.dat", All({NodeNameBytes("", 4, 0), NodeNameBytes("", 6, 0)}));
-  ExpectFile("linkname.dat", LinkNameBytes("", 0, 0, 3, 0));
+  ExpectFile("linkname.dat", LinkNameBytes("", 0, 0, 0, 3, 0));
   ExpectFile("maprule.dat", std::string(16, '\0'));
   ExpectFile("nodeattr.dat", std::string(2, '\0'));
   ExpectFile("mapattr.dat", std::string(16, '\0'));
@@ -397,14 +383,14 @@ TEST_P(SmallNetworks, UsedSlotsMoveDownInTheirOrder) {
   Links({"@11,3,7,10,1,0,0,@1,@2,36,36", "@12,3,8,20,1,0,0,@3,@1,36,72",
          "@13,3,9,30,1,0,0,@1,@4,36,36"});
   ASSERT_EQ(Build(), 1);
-  ExpectFile("mapcalc.dat", All({CalcRecord({{3, 300, 30}, {1, 100, 10}, {2, 100, 20}}),
-                                 CalcRecord({{0, 100, 10}}), CalcRecord({{0, 200, 20}}),
-                                 CalcRecord({{0, 300, 30}})}));
+  ExpectFile("mapcalc.dat", All({CalcConnections({{3, 300, 30}, {1, 100, 10}, {2, 100, 20}}),
+                                 CalcConnections({{0, 100, 10}}), CalcConnections({{0, 200, 20}}),
+                                 CalcConnections({{0, 300, 30}})}));
   ExpectFile("nodelink.idx", All({NodeLinkRecord({2, 0, 1}), NodeLinkRecord({0}),
                                   NodeLinkRecord({1}), NodeLinkRecord({2})}));
   // The city of the first slot after the move.
-  ExpectFile("node.idx", All({Index(Code(1), 0, 9), Index(Code(2), 1, 7), Index(Code(3), 2, 8),
-                              Index(Code(4), 3, 9)}));
+  ExpectFile("node.idx", All({IndexRecord(Code(1), 0, 9), IndexRecord(Code(2), 1, 7),
+                              IndexRecord(Code(3), 2, 8), IndexRecord(Code(4), 3, 9)}));
   story_.nodes = story_.coordinates = 4;
   story_.links = 3;
   ExpectLog(story_.Whole());
@@ -423,22 +409,22 @@ TEST_P(SmallNetworks, CostsAtTheirLimits) {
   Set("DEFAULTSPEED", "SPEEDA=0");
   ASSERT_EQ(Build(), 1);
   ExpectFile("mapcalc.dat",
-             All({CalcRecord({{1, 4, 100},          // 3.6004 + 0.5
-                              {2, 4, 100},          // 3.6 + 0.5: 10000 is still costed through A
-                              {3, 0, 100},          // 10001 is above the limit
-                              {4, 65534, 65534},    // 65534.5 is below 65535
-                              {5, 65535, 65535},    // 65535.5 is not
-                              {6, 0, 0},            // no length costs nothing, also at speed 0
-                              {7, 65535, 10},       // speed 0
-                              {8, 1, 1}}),          // 0.5 + 0.5
-                  CalcRecord({{0, 0, 100}}),        // 9999 is above the limit through B
-                  CalcRecord({{0, 4, 100}}),        // 9998 is not: 3.6007 + 0.5
-                  CalcRecord({{0, 0, 100}}),        //
-                  CalcRecord({{0, 32767, 65534}}),  // 32767 + 0.5
-                  CalcRecord({{0, 65535, 65535}}),  // 655350 is saturated
-                  CalcRecord({{0, 0, 0}}),          //
-                  CalcRecord({{0, 65535, 10}}),     //
-                  CalcRecord({{0, 0, 1}})}));       // 0.4993 + 0.5
+             All({CalcConnections({{1, 4, 100},        // 3.6004 + 0.5
+                                   {2, 4, 100},        // 3.6 + 0.5: 10000 is still costed through A
+                                   {3, 0, 100},        // 10001 is above the limit
+                                   {4, 65534, 65534},  // 65534.5 is below 65535
+                                   {5, 65535, 65535},  // 65535.5 is not
+                                   {6, 0, 0},          // no length costs nothing, also at speed 0
+                                   {7, 65535, 10},     // speed 0
+                                   {8, 1, 1}}),        // 0.5 + 0.5
+                  CalcConnections({{0, 0, 100}}),      // 9999 is above the limit through B
+                  CalcConnections({{0, 4, 100}}),      // 9998 is not: 3.6007 + 0.5
+                  CalcConnections({{0, 0, 100}}),      //
+                  CalcConnections({{0, 32767, 65534}}),  // 32767 + 0.5
+                  CalcConnections({{0, 65535, 65535}}),  // 655350 is saturated
+                  CalcConnections({{0, 0, 0}}),          //
+                  CalcConnections({{0, 65535, 10}}),     //
+                  CalcConnections({{0, 0, 1}})}));       // 0.4993 + 0.5
   ExpectFile("linknode.idx",
              All({LinkNodeRecord(0, 1, 9999, 9999, 100), LinkNodeRecord(0, 2, 10000, 9998, 100),
                   LinkNodeRecord(0, 3, 10001, 10000, 100), LinkNodeRecord(0, 4, 360, 720, 65534),
@@ -467,11 +453,11 @@ TEST_P(SmallNetworks, LinkFlagsAndNodeAttributes) {
   ASSERT_EQ(Build(), 1);
   // Kind 99 never counts as a toll road, but its road flag does. Flag 3 stands for two meanings.
   ExpectFile("linkname.dat",
-             All({LinkNameBytes("", 0, 0x01, 2, 0), LinkNameBytes("", 0, 0x03, 1, 0),
-                  LinkNameBytes("", 0, 0x0C, 3, 0), LinkNameBytes("", 0, 0x00, 3, 0),
-                  LinkNameBytes("", 0, 0x20, 99, 0), LinkNameBytes("", 0, 0x40, 3, 0),
-                  LinkNameBytes("", 0, 0x10, 3, 0), LinkNameBytes("", 0, 0x00, 3, 0),
-                  LinkNameBytes("", 0, 0x01, 99, 0)}));
+             All({LinkNameBytes("", 0, 0x01, 0, 2, 0), LinkNameBytes("", 0, 0x03, 0, 1, 0),
+                  LinkNameBytes("", 0, 0x0C, 0, 3, 0), LinkNameBytes("", 0, 0x00, 0, 3, 0),
+                  LinkNameBytes("", 0, 0x20, 0, 99, 0), LinkNameBytes("", 0, 0x40, 0, 3, 0),
+                  LinkNameBytes("", 0, 0x10, 0, 3, 0), LinkNameBytes("", 0, 0x00, 0, 3, 0),
+                  LinkNameBytes("", 0, 0x01, 0, 99, 0)}));
   // Links of kind 99 give nothing to their nodes, and one link without flags takes all away.
   ExpectFile("mapattr.dat", All({SlotRecord({0x01, 0, 0x40}), SlotRecord({0x01, 0x03, 0x10, 0}),
                                  SlotRecord({0x03, 0x0C, 0x40}), SlotRecord({0x0C, 0, 0}),
@@ -498,7 +484,7 @@ TEST_P(SmallNetworks, ANameIsCutBetweenCharacters) {
   ASSERT_EQ(Build(), 1);
   ExpectFile("nodename.dat",
              All({NodeNameBytes(nineteen, 0, 0), NodeNameBytes("234567890123456789" + a, 0, 0)}));
-  ExpectFile("linkname.dat", LinkNameBytes(Cp932("大通り一丁目二丁目三"), 1, 0, 3, 0));
+  ExpectFile("linkname.dat", LinkNameBytes(Cp932("大通り一丁目二丁目三"), 1, 0, 0, 3, 0));
   story_.nodes = story_.node_names = 2;
   story_.more_node_names = story_.links = story_.link_names = 1;
   story_.coordinates = 0;
@@ -524,7 +510,7 @@ TEST_P(SmallNetworks, AConnectionErrorEndsTheBuild) {
                   "Error connection : Node=" + Printed(2) + " => Link=" + Printed(13),
                   "End Error."});
   // What was written before stays, and so do the stores.
-  EXPECT_EQ(Hex(Record(Out("mapcalc.dat"), 0, 64)), Hex(CalcRecord({{1, 100, 10}})));
+  EXPECT_EQ(Hex(Record(Out("mapcalc.dat"), 0, 64)), Hex(CalcConnections({{1, 100, 10}})));
   ExpectNames({"linkdef.dat", "linkname.dat", "mapcalc.dat", "maploc.dat", "maprule.dat",
                "nodeattr.dat", "nodename.dat", "nodestr.~wk", "linkstr.~wk", "nnamestr.~wk",
                "lnamestr.~wk"});
@@ -629,10 +615,7 @@ class Junction : public SmallNetworks {
   }
 };
 
-INSTANTIATE_TEST_SUITE_P(BothLengthsAndOperations, Junction,
-                         ::testing::Values(Way{14, true}, Way{14, false}, Way{18, true},
-                                           Way{18, false}),
-                         NameOf);
+INSTANTIATE_TEST_SUITE_P(BothLengthsAndOperations, Junction, ::testing::ValuesIn(kWays), NameOf);
 
 TEST_P(Junction, RestrictionsAndClosedDirections) {
   MakeSources();
@@ -644,9 +627,9 @@ TEST_P(Junction, RestrictionsAndClosedDirections) {
   // Link 12 (record 1) is closed at its start 1, link 13 (record 2) at its start 4.
   ExpectFile("linknode.idx", All({LinkNodeRecord(0, 1, 36, 36, 10), LinkNodeRecord(0, 2, 0, 72, 20),
                                   LinkNodeRecord(3, 0, 0, 36, 30)}));
-  ExpectFile("mapcalc.dat", All({CalcRecord({{1, 100, 10}, {2, 65535, 20}, {3, 300, 30}}),
-                                 CalcRecord({{0, 100, 10}}), CalcRecord({{0, 100, 20}}),
-                                 CalcRecord({{0, 65535, 30}})}));
+  ExpectFile("mapcalc.dat", All({CalcConnections({{1, 100, 10}, {2, 65535, 20}, {3, 300, 30}}),
+                                 CalcConnections({{0, 100, 10}}), CalcConnections({{0, 100, 20}}),
+                                 CalcConnections({{0, 65535, 30}})}));
   ExpectFile("nodelink.idx", All({NodeLinkRecord({0, 1, 2}), NodeLinkRecord({0}),
                                   NodeLinkRecord({1}), NodeLinkRecord({2})}));
   ExpectLog(story_.Whole());
@@ -711,9 +694,9 @@ TEST_P(Junction, ClosedDirectionsAreLeftToTheTurnsOnRequest) {
   ExpectFile("linknode.idx",
              All({LinkNodeRecord(0, 1, 36, 36, 10), LinkNodeRecord(0, 2, 36, 72, 20),
                   LinkNodeRecord(3, 0, 36, 36, 30)}));
-  ExpectFile("mapcalc.dat", All({CalcRecord({{1, 100, 10}, {2, 200, 20}, {3, 300, 30}}),
-                                 CalcRecord({{0, 100, 10}}), CalcRecord({{0, 100, 20}}),
-                                 CalcRecord({{0, 300, 30}})}));
+  ExpectFile("mapcalc.dat", All({CalcConnections({{1, 100, 10}, {2, 200, 20}, {3, 300, 30}}),
+                                 CalcConnections({{0, 100, 10}}), CalcConnections({{0, 100, 20}}),
+                                 CalcConnections({{0, 300, 30}})}));
   ExpectLog(story_.Whole());
 }
 
@@ -759,8 +742,8 @@ TEST_P(Junction, ShapesAndRightTurns) {
                                  .I32(34999000)
                                  .I32(135002000)
                                  .I32(34998000));
-  ExpectFile("shapedbl.idx",
-             All({Index(Code(11), 16, 2), Index(Code(12), 32, 3), Index(Code(13), 0, 2)}));
+  ExpectFile("shapedbl.idx", All({IndexRecord(Code(11), 16, 2), IndexRecord(Code(12), 32, 3),
+                                  IndexRecord(Code(13), 0, 2)}));
   // Codes of 18 digits are printed as the doubles that their bytes are: next to nothing.
   EXPECT_EQ(Out("shapedat.inf"),
             "[INFORMATION]\r\n"
@@ -807,8 +790,8 @@ TEST_P(Junction, InterchangesOfTheFareData) {
   WriteBytes(OutPath("PayData.Inf"), "[SYSTEM]\r\nResult=OK\r\n");
   ASSERT_EQ(Build(), 1);
   ExpectFile("linkname.dat",
-             All({LinkNameBytes("Gate", 1, 0x20, 3, 0), LinkNameBytes("", 0, 0, 3, 0),
-                  LinkNameBytes("", 0, 0x20, 3, 0)}));
+             All({LinkNameBytes("Gate", 1, 0x20, 0, 3, 0), LinkNameBytes("", 0, 0, 0, 3, 0),
+                  LinkNameBytes("", 0, 0x20, 0, 3, 0)}));
   ExpectFile("mapattr.dat", All({SlotRecord({0x20, 0, 0x20}), SlotRecord({0x20}), SlotRecord({}),
                                  SlotRecord({0x20})}));
   // The nodes' own attributes are not touched.
@@ -831,7 +814,7 @@ TEST_P(Junction, ATollGateThatIsNoInterchangeOfTheFareDataLosesItsFlag) {
   WriteBytes(OutPath("PayData.Inf"), "[SYSTEM]\r\nResult=OK\r\n");
   ASSERT_EQ(Build(), 1);
   ExpectFile("linkname.dat",
-             All({LinkNameBytes("", 0, 0, 3, 0), LinkNameBytes("", 0, 0x02, 99, 0)}));
+             All({LinkNameBytes("", 0, 0, 0, 3, 0), LinkNameBytes("", 0, 0x02, 0, 99, 0)}));
   // The flags of links of kind 99 are copied here, unlike before.
   ExpectFile("mapattr.dat", All({SlotRecord({0, 0x02}), SlotRecord({}), SlotRecord({0x02})}));
   ExpectFile("nodeattr.dat", Bytes().I8(0x20).I8(0x20).I8(0));

@@ -12,7 +12,7 @@
 #include "interface/driver/build_driver.h"
 #include "platform/clock.h"
 #include "platform/file.h"
-#include "test_support.h"
+#include "records.h"
 
 namespace zatlib::test {
 
@@ -33,55 +33,6 @@ inline std::string All(const Lines& records) {
 inline Lines operator+(Lines first, const Lines& second) {
   first.insert(first.end(), second.begin(), second.end());
   return first;
-}
-
-// A connection of a node in mapcalc.dat.
-struct Connection {
-  int other;   // record number of the node at its other end
-  int cost;    // to leave along the link
-  int length;  // of the link
-};
-
-inline std::string CalcRecord(const std::vector<Connection>& connections) {
-  Bytes others, costs, lengths;
-  for (const Connection& c : connections) {
-    others.I32(c.other);
-    costs.I16(c.cost);
-    lengths.I16(c.length);
-  }
-  for (size_t slot = connections.size(); slot < 8; ++slot) {
-    others.I32(-1);
-    costs.I16(0);
-    lengths.I16(0);
-  }
-  return others.str() + costs.str() + lengths.str();
-}
-
-inline std::string NodeLinkRecord(const std::vector<int>& links) {
-  Bytes bytes;
-  for (const int link : links) bytes.I32(link);
-  for (size_t slot = links.size(); slot < 8; ++slot) bytes.I32(-1);
-  return bytes;
-}
-
-inline std::string LinkNodeRecord(int a, int b, int speed_a, int speed_b, int length) {
-  return Bytes().I32(a).I32(b).I16(speed_a).I16(speed_b).I16(length).I16(0);
-}
-
-inline std::string NodeNameBytes(const std::string& name, int attr_word, int attribute) {
-  return Bytes().Text(name, 20).Zero(8).I16(attr_word).I8(attribute).I8(0);
-}
-
-inline std::string LinkNameBytes(const std::string& name, int number, int flags, int kind,
-                                 int value6) {
-  return Bytes().Text(name, 20).I16(0).I8(number).I8(flags).I16(0).I16(kind).I16(value6);
-}
-
-// 8 bytes a node: maprule.dat, rtweight.dat, mapattr.dat.
-inline std::string SlotRecord(const std::vector<int>& slots) {
-  Bytes bytes;
-  for (const int slot : slots) bytes.I8(slot);
-  return bytes.Zero(8 - slots.size());
 }
 
 class SmallBuild : public LibraryTest {
@@ -139,16 +90,7 @@ class SmallBuild : public LibraryTest {
     return RawCode((code_length_ == 18 ? 990000000000000000 : 99000000000000) + n);
   }
 
-  std::string Location(int64_t n, int x, int y) const {
-    return Code(n) + Bytes().I32(x).I32(y).str();
-  }
-  static std::string Index(const std::string& code, int record, int city) {
-    return code + Bytes().I32(record).I32(city).str();
-  }
-  static std::string Drawing(const std::string& code, int record, int kind, int value4, int xa,
-                             int xb, int ya, int yb) {
-    return code + Bytes().I32(record).I16(kind).I16(value4).I32(xa).I32(xb).I32(ya).I32(yb).str();
-  }
+  std::string Location(int64_t n, int x, int y) const { return LocationRecord(Code(n), x, y); }
 
   // One line "KEY=VALUE" of the control file.
   void Set(const std::string& section, const std::string& line) {

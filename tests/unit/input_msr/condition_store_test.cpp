@@ -12,7 +12,7 @@ using test::Exists;
 using test::Lines;
 using test::Report;
 using test::Reported;
-using test::RuleBytes;
+using test::RuleRecord;
 using test::WriteBytes;
 
 constexpr char kTitle[] = "File Error in BRN_MSR_SetTukoujData";
@@ -30,14 +30,14 @@ class ConditionStoreTest : public test::MsrTest {
   // The condition at `node` of area 3 as the tests write it, and its record.
   static std::string Line(int node) { return "3," + std::to_string(node) + ",6,7,2\r\n"; }
   static std::string Rule(int node) {
-    return RuleBytes(3000000000000.0 + node, 3000000000006.0, 3000000000007.0, 2);
+    return RuleRecord(3000000000000.0 + node, 3000000000006.0, 3000000000007.0, 2);
   }
 };
 
 TEST_F(ConditionStoreTest, TwoFiles) {
   EXPECT_EQ(Run({Source("a.csv", Line(1) + Line(2)), Source("b.csv", "99,5,6,7,1,more")}), 1);
-  EXPECT_EQ(Store(),
-            Rule(1) + Rule(2) + RuleBytes(99000000000005.0, 99000000000006.0, 99000000000007.0, 1));
+  EXPECT_EQ(Store(), Rule(1) + Rule(2) +
+                         RuleRecord(99000000000005.0, 99000000000006.0, 99000000000007.0, 1));
   EXPECT_EQ(log(), Lines{});
 }
 

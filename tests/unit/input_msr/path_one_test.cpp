@@ -14,11 +14,11 @@ using test::Bytes;
 using test::Concat;
 using test::Exists;
 using test::Lines;
+using test::LinkBytes;
 using test::NameBytes;
 using test::NodeBytes;
 using test::Report;
-using test::RuleBytes;
-using test::SectionBytes;
+using test::RuleRecord;
 using test::SectionName;
 using test::WriteBytes;
 
@@ -66,10 +66,10 @@ class MsrPathOneTest : public test::MsrTest {
       {NodeBytes{13000000000001.0, 0, 7, 139500000, 35500000, {13000000000100.0}},
        NodeBytes{13000000000002.0, 14000000000005.0, 8, 139600000, 35600000, {13000000000100.0}}});
   const std::string links_ =
-      SectionBytes{13000000000100.0, 13000000000001.0, 13000000000002.0, 13101, 60, 30, 300, 3};
+      LinkBytes{13000000000100.0, 13000000000001.0, 13000000000002.0, 13101, 60, 30, 300, 3};
   const std::string names_ = NameBytes{13000000000001.0, "Central", 0, 7};
   const std::string link_names_ = SectionName(13000000000100.0, "Ring", 1, 5);
-  const std::string rules_ = RuleBytes(13000000000001.0, 13000000000100.0, 13000000000100.0, 2);
+  const std::string rules_ = RuleRecord(13000000000001.0, 13000000000100.0, 13000000000100.0, 2);
   const std::string shape_ = Bytes().I32(139500000).I32(35500000).I32(139600000).I32(35600000);
 };
 

@@ -9,10 +9,10 @@ namespace zatlib {
 namespace {
 
 using test::Bytes;
+using test::LinkBytes;
 using test::NameBytes;
 using test::NodeBytes;
-using test::RuleBytes;
-using test::SectionBytes;
+using test::RuleRecord;
 using test::SectionName;
 
 // Double-byte characters whose second bytes are an ordinary one and a backslash.
@@ -225,8 +225,8 @@ TEST_F(MsrReadersTest, ANameEndsWithItsField) {
 
 TEST_F(MsrReadersTest, ASectionsColumns) {
   EXPECT_EQ(Section("5,07,3,12,300,400,500,6,7,-600,60,50,-9\r\n"),
-            std::string(SectionBytes{3000000000005.0, 3000000000006.0, 3000000000007.0, 3012, 60,
-                                     50, 300, 7, 400, -600, 500, -9}));
+            std::string(LinkBytes{3000000000005.0, 3000000000006.0, 3000000000007.0, 3012, 60, 50,
+                                  300, 7, 400, -600, 500, -9}));
 }
 
 TEST_F(MsrReadersTest, ASectionsColumnsWithCodesOf18Digits) {
@@ -250,7 +250,7 @@ TEST_F(MsrReadersTest, ASectionsColumnsWithCodesOf18Digits) {
 
 TEST_F(MsrReadersTest, AHeaderLineIsAnEmptySection) {
   // Its speeds are 0 as well, and so take the defaults.
-  SectionBytes expected;
+  LinkBytes expected;
   expected.speed_a = 40;
   expected.speed_b = 30;
   EXPECT_EQ(Section("\"LINKCODE\",\"ROADKIND\",\"AREA\",\"CITY\",\"LENGTH\",\"LEVEL\",\"LANES\","
@@ -261,10 +261,10 @@ TEST_F(MsrReadersTest, AHeaderLineIsAnEmptySection) {
 
 TEST_F(MsrReadersTest, MissingColumnsOfASectionStayZero) {
   EXPECT_EQ(Section("\r\n", {40, 30}), std::string(48, '\0'));
-  EXPECT_EQ(Section("5,1\r\n", {40, 30}), std::string(SectionBytes{5, 0, 0, 0, 0, 0, 0, 1}));
+  EXPECT_EQ(Section("5,1\r\n", {40, 30}), std::string(LinkBytes{5, 0, 0, 0, 0, 0, 0, 1}));
   EXPECT_EQ(Section("5,1,3,12,300,4,5,6,7,8,0\r\n", {40, 30}),
-            std::string(SectionBytes{3000000000005.0, 3000000000006.0, 3000000000007.0, 3012, 40, 0,
-                                     300, 1, 4, 8, 5, 0}));
+            std::string(LinkBytes{3000000000005.0, 3000000000006.0, 3000000000007.0, 3012, 40, 0,
+                                  300, 1, 4, 8, 5, 0}));
 }
 
 TEST_F(MsrReadersTest, ASpeedOfZeroTakesTheDefault) {
@@ -356,7 +356,7 @@ TEST_F(MsrReadersTest, AHeaderLineOfTheNamesNamesNothingKnown) {
 
 TEST_F(MsrReadersTest, AConditionsColumns) {
   EXPECT_EQ(Rule("3,5,6,7,2,9\r\n"),
-            RuleBytes(3000000000005.0, 3000000000006.0, 3000000000007.0, 2));
+            RuleRecord(3000000000005.0, 3000000000006.0, 3000000000007.0, 2));
   EXPECT_EQ(Rule("3,5,6,7,2", 18), Bytes()
                                        .I64(30000000000000005)
                                        .I64(30000000000000006)
@@ -369,13 +369,13 @@ TEST_F(MsrReadersTest, AConditionsColumns) {
 
 TEST_F(MsrReadersTest, AQuotedConditionReadsAsOneWithoutQuotes) {
   EXPECT_EQ(Rule("\"3\",\"123\",\"6\",\"7\",\"2\"\r\n"),
-            RuleBytes(3000000000123.0, 3000000000006.0, 3000000000007.0, 2));
+            RuleRecord(3000000000123.0, 3000000000006.0, 3000000000007.0, 2));
 }
 
 TEST_F(MsrReadersTest, TheRuleKindHas16Bits) {
   EXPECT_EQ(Rule("3,5,6,7,65538\r\n"),
-            RuleBytes(3000000000005.0, 3000000000006.0, 3000000000007.0, 2));
-  EXPECT_EQ(Rule("3,5,6,7\r\n"), RuleBytes(3000000000005.0, 3000000000006.0, 3000000000007.0, 0));
+            RuleRecord(3000000000005.0, 3000000000006.0, 3000000000007.0, 2));
+  EXPECT_EQ(Rule("3,5,6,7\r\n"), RuleRecord(3000000000005.0, 3000000000006.0, 3000000000007.0, 0));
 }
 
 TEST_F(MsrReadersTest, LinesThatAreNoConditions) {

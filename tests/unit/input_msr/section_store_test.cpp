@@ -12,9 +12,9 @@ using test::Concat;
 using test::Cp932;
 using test::Exists;
 using test::Lines;
+using test::LinkBytes;
 using test::Report;
 using test::Reported;
-using test::SectionBytes;
 using test::SectionName;
 using test::WriteBytes;
 
@@ -37,7 +37,7 @@ class SectionStoreTest : public test::MsrTest {
     return std::to_string(code) + ",2,3,12,300,4,5,6,7,8,60,50,9\r\n";
   }
   static std::string Section(int code) {
-    return SectionBytes{
+    return LinkBytes{
         3000000000000.0 + code, 3000000000006.0, 3000000000007.0, 3012, 60, 50, 300, 2, 4, 8, 5, 9};
   }
 };
@@ -48,9 +48,10 @@ TEST_F(SectionStoreTest, TwoFiles) {
   const std::string a = Source("a.csv", Line(1) + Line(2));
   const std::string b = Source("b.csv", "3,1,99,0,10,0,0,1,2,0,30,30,0");
   EXPECT_EQ(Run({a, b}), 1);
-  EXPECT_EQ(Store(), Concat({Section(1), Section(2),
-                             SectionBytes{99000000000003.0, 99000000000001.0, 99000000000002.0, 0,
-                                          30, 30, 10, 1}}));
+  EXPECT_EQ(
+      Store(),
+      Concat({Section(1), Section(2),
+              LinkBytes{99000000000003.0, 99000000000001.0, 99000000000002.0, 0, 30, 30, 10, 1}}));
   EXPECT_EQ(log(), Lines{});
 }
 
@@ -62,8 +63,8 @@ TEST_F(SectionStoreTest, AHeaderLineIsAnEmptyRecord) {
 TEST_F(SectionStoreTest, DefaultSpeeds) {
   const std::string path =
       Source("a.csv", "1,0,0,0,0,0,0,0,0,0,0,0,0\r\n2,0,0,0,0,0,0,0,0,0,-5,70,0\r\n");
-  SectionBytes first{1};
-  SectionBytes second{2};
+  LinkBytes first{1};
+  LinkBytes second{2};
   second.speed_b = 70;
   EXPECT_EQ(Run({path}), 1);
   EXPECT_EQ(Store(), Concat({first, second}));

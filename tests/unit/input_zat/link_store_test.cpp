@@ -11,6 +11,7 @@ using test::Bytes;
 using test::Concat;
 using test::Exists;
 using test::Lines;
+using test::LinkBytes;
 using test::Report;
 using test::Reported;
 using test::WriteBytes;
@@ -19,26 +20,12 @@ constexpr char kTitle[] = "Setting Link Storage...";
 constexpr char kSpeedTitle[] = "Setting Link Speed...";
 
 // A link store record with what the tests set.
-struct LinkBytes {
-  double code = 0;
-  double node_a = 0;
-  double node_b = 0;
-  int speed_a = 0;
-  int speed_b = 0;
-  int speed_file_value = 0;
-
-  operator std::string() const {  // NOLINT
-    return Bytes()
-        .F64(code)
-        .F64(node_a)
-        .F64(node_b)
-        .I32(0)
-        .I16(speed_file_value)
-        .I16(speed_a)
-        .I16(speed_b)
-        .Zero(14);
-  }
-};
+LinkBytes Link(double code, double node_a, double node_b, int speed_a, int speed_b,
+               int speed_file_value) {
+  LinkBytes link = {code, node_a, node_b, 0, speed_a, speed_b};
+  link.speed_file_value = speed_file_value;
+  return link;
+}
 
 std::string Ended(const char* result, int count) {
   return "Setting Link Storage end " + std::string(result) +
@@ -48,14 +35,6 @@ std::string Ended(const char* result, int count) {
 std::string SpeedEnded(const char* result, int count) {
   return "Setting Link Speed end " + std::string(result) +
          " : set counter = " + std::to_string(count);
-}
-
-std::string Files(const std::string& section, const std::vector<std::string>& paths) {
-  std::string text = "[" + section + "]\r\nFILENUM=" + std::to_string(paths.size()) + "\r\n";
-  for (size_t i = 0; i < paths.size(); ++i) {
-    text += "FILE0" + std::to_string(i + 1) + "=" + paths[i] + "\r\n";
-  }
-  return text;
 }
 
 class LinkStoreTest : public test::ZatTest {
@@ -114,16 +93,16 @@ TEST_F(LinkStoreTest, DefaultSpeeds) {
                                   "4,,,,,,,11,12,60,70\r\n"
                                   "5,,,,,,,11,12,1,65535\r\n");
   EXPECT_EQ(Run(Files("LINK", {path}) + "[DEFAULTSPEED]\r\nSPEEDA=40\r\nSPEEDB=30\r\n"), 1);
-  EXPECT_EQ(Store(), Concat({LinkBytes{1, 11, 12, 40, 30, 0}, LinkBytes{2, 11, 12, 40, 30, 0},
-                             LinkBytes{3, 11, 12, 0, 0, 0}, LinkBytes{4, 11, 12, 60, 70, 0},
-                             LinkBytes{5, 11, 12, 1, 65535, 0}}));
+  EXPECT_EQ(Store(), Concat({Link(1, 11, 12, 40, 30, 0), Link(2, 11, 12, 40, 30, 0),
+                             Link(3, 11, 12, 0, 0, 0), Link(4, 11, 12, 60, 70, 0),
+                             Link(5, 11, 12, 1, 65535, 0)}));
 }
 
 TEST_F(LinkStoreTest, TheMidOfAMifIsRead) {
   // The MIF itself is not opened by this step: it need not be there.
   Source("links.mid", "1,,,,,,,11,12,60,50\r\n");
   EXPECT_EQ(Run("[LINK]\r\nMIF=1\r\nFILENUM=1\r\nFILE01=" + (folder_ / "links.mif") + "\r\n"), 1);
-  EXPECT_EQ(Store(), std::string(LinkBytes{1, 11, 12, 60, 50, 0}));
+  EXPECT_EQ(Store(), std::string(Link(1, 11, 12, 60, 50, 0)));
   EXPECT_FALSE(Exists(folder_ / "linkdef.dat"));
   EXPECT_EQ(log(), (Lines{kTitle, Ended("OK", 1)}));
 }
@@ -133,8 +112,8 @@ TEST_F(LinkStoreTest, TwoFilesAndAnOldStore) {
   const std::string a = Source("a.txt", "1\r\n2\r\n");
   const std::string b = Source("b.txt", "3");
   EXPECT_EQ(Run(Files("LINK", {a, b})), 1);
-  EXPECT_EQ(Store(), Concat({LinkBytes{1, 0, 0, 0, 0, 0}, LinkBytes{2, 0, 0, 0, 0, 0},
-                             LinkBytes{3, 0, 0, 0, 0, 0}}));
+  EXPECT_EQ(Store(),
+            Concat({Link(1, 0, 0, 0, 0, 0), Link(2, 0, 0, 0, 0, 0), Link(3, 0, 0, 0, 0, 0)}));
   EXPECT_EQ(log(), (Lines{kTitle, Ended("OK", 3)}));
 }
 
@@ -158,7 +137,7 @@ TEST_F(LinkStoreTest, CodesOf18Digits) {
 TEST_F(LinkStoreTest, ALineThatDoesNotFitEndsItsFile) {
   const std::string a = Source("a.txt", "1\r\n2" + std::string(2047, ',') + "\r\n3\r\n");
   EXPECT_EQ(Run(Files("LINK", {a})), 1);
-  EXPECT_EQ(Store(), std::string(LinkBytes{1, 0, 0, 0, 0, 0}));
+  EXPECT_EQ(Store(), std::string(Link(1, 0, 0, 0, 0, 0)));
 }
 
 TEST_F(LinkStoreTest, ManyRecords) {
@@ -166,7 +145,7 @@ TEST_F(LinkStoreTest, ManyRecords) {
   std::string expected;
   for (int i = 1; i <= 50000; ++i) {
     lines += std::to_string(i) + ",,,,,,,,,7\r\n";
-    expected += std::string(LinkBytes{static_cast<double>(i), 0, 0, 7, 0, 0});
+    expected += std::string(Link(static_cast<double>(i), 0, 0, 7, 0, 0));
   }
   EXPECT_EQ(Run(Files("LINK", {Source("a.txt", lines)})), 1);
   EXPECT_TRUE(Store() == expected);
@@ -210,7 +189,7 @@ TEST_F(LinkStoreTest, AMissingMidOfTheSecondFile) {
                    Report("Can't open the link data (FILE02) [" + (folder_ / "b.mid") + "] !",
                           "File Error"),
                    Ended("ERROR", 1)}));
-  EXPECT_EQ(Store(), std::string(LinkBytes{1, 0, 0, 0, 0, 0}));
+  EXPECT_EQ(Store(), std::string(Link(1, 0, 0, 0, 0, 0)));
 }
 
 TEST_F(LinkStoreTest, AStoreThatCannotBeOpened) {
@@ -276,8 +255,8 @@ TEST_F(LinkStoreTest, EveryOperationMayFail) {
   const std::string store = folder_ / "linkstr.~wk";
   const auto run = [&] { return Run(Files("LINK", {path})); };
   const auto check = [&] {
-    EXPECT_EQ(Store(), Concat({LinkBytes{1, 0, 0, 0, 0, 0}, LinkBytes{2, 0, 0, 0, 0, 0},
-                               LinkBytes{3, 0, 0, 0, 0, 0}, LinkBytes{4, 0, 0, 0, 0, 0}}));
+    EXPECT_EQ(Store(), Concat({Link(1, 0, 0, 0, 0, 0), Link(2, 0, 0, 0, 0, 0),
+                               Link(3, 0, 0, 0, 0, 0), Link(4, 0, 0, 0, 0, 0)}));
     EXPECT_EQ(log().back(), Ended("OK", 4));
   };
   auto reports = FailEach(platform::Operation::kOpen, run, check);
@@ -306,8 +285,8 @@ class LinkSpeedTest : public test::ZatTest {
  protected:
   LinkSpeedTest() {
     WriteBytes(folder_ / "linkstr.~wk",
-               Concat({LinkBytes{300, 11, 12, 1, 2, 0}, LinkBytes{100, 12, 13, 3, 4, 0},
-                       LinkBytes{200, 13, 14, 5, 6, 0}}));
+               Concat({Link(300, 11, 12, 1, 2, 0), Link(100, 12, 13, 3, 4, 0),
+                       Link(200, 13, 14, 5, 6, 0)}));
   }
 
   int Run(const std::string& text) {
@@ -323,59 +302,59 @@ class LinkSpeedTest : public test::ZatTest {
 
   // The store with other content for link 100.
   static std::string With(const LinkBytes& changed) {
-    return Concat({LinkBytes{300, 11, 12, 1, 2, 0}, changed, LinkBytes{200, 13, 14, 5, 6, 0}});
+    return Concat({Link(300, 11, 12, 1, 2, 0), changed, Link(200, 13, 14, 5, 6, 0)});
   }
 };
 
 TEST_F(LinkSpeedTest, ARowInTheLinksOwnSense) {
   EXPECT_EQ(Speeds("100,12,13,30,50,7\r\n"), 1);
-  EXPECT_EQ(Store(), With({100, 12, 13, 30, 50, 7}));
+  EXPECT_EQ(Store(), With(Link(100, 12, 13, 30, 50, 7)));
   EXPECT_EQ(log(), (Lines{kSpeedTitle, SpeedEnded("OK", 1)}));
 }
 
 TEST_F(LinkSpeedTest, AReversedRowGivesBothSpeedsItsSpeedB) {
   EXPECT_EQ(Speeds("100,13,12,30,50,7\r\n"), 1);
-  EXPECT_EQ(Store(), With({100, 12, 13, 50, 50, 7}));
+  EXPECT_EQ(Store(), With(Link(100, 12, 13, 50, 50, 7)));
   EXPECT_EQ(log(), (Lines{kSpeedTitle, SpeedEnded("OK", 1)}));
 }
 
 TEST_F(LinkSpeedTest, ARowWithoutNodesIsInTheLinksOwnSense) {
   EXPECT_EQ(Speeds("100,0,0,30,50,7\r\n"), 1);
-  EXPECT_EQ(Store(), With({100, 12, 13, 30, 50, 7}));
+  EXPECT_EQ(Store(), With(Link(100, 12, 13, 30, 50, 7)));
   EXPECT_EQ(Speeds("100,,,31,51,8\r\n"), 1);
-  EXPECT_EQ(Store(), With({100, 12, 13, 31, 51, 8}));
+  EXPECT_EQ(Store(), With(Link(100, 12, 13, 31, 51, 8)));
 }
 
 TEST_F(LinkSpeedTest, OneNodeMissingIsEnough) {
   EXPECT_EQ(Speeds("100,13,0,30,50,7\r\n"), 1);
-  EXPECT_EQ(Store(), With({100, 12, 13, 30, 50, 7}));
+  EXPECT_EQ(Store(), With(Link(100, 12, 13, 30, 50, 7)));
   EXPECT_EQ(Speeds("100,0,99,31,51,8\r\n"), 1);
-  EXPECT_EQ(Store(), With({100, 12, 13, 31, 51, 8}));
+  EXPECT_EQ(Store(), With(Link(100, 12, 13, 31, 51, 8)));
 }
 
 TEST_F(LinkSpeedTest, ARowWithForeignNodesIsIgnored) {
   EXPECT_EQ(Speeds("100,12,14,30,50,7\r\n100,11,12,30,50,7\r\n100,13,11,30,50,7\r\n"), 1);
-  EXPECT_EQ(Store(), With({100, 12, 13, 3, 4, 0}));
+  EXPECT_EQ(Store(), With(Link(100, 12, 13, 3, 4, 0)));
   EXPECT_EQ(log(), (Lines{kSpeedTitle, SpeedEnded("OK", 0)}));
 }
 
 TEST_F(LinkSpeedTest, RowsOfUnknownLinksAreIgnored) {
   EXPECT_EQ(Speeds("150,12,13,30,50,7\r\n0,12,13,30,50,7\r\n\r\n"), 1);
-  EXPECT_EQ(Store(), With({100, 12, 13, 3, 4, 0}));
+  EXPECT_EQ(Store(), With(Link(100, 12, 13, 3, 4, 0)));
   EXPECT_EQ(log(), (Lines{kSpeedTitle, SpeedEnded("OK", 0)}));
 }
 
 TEST_F(LinkSpeedTest, SpeedsOfARow) {
   EXPECT_EQ(Speeds("100,12,13,0,-5\r\n", "[DEFAULTSPEED]\r\nSPEEDA=40\r\nSPEEDB=30\r\n"), 1);
-  EXPECT_EQ(Store(), With({100, 12, 13, 40, 0, 0}));
+  EXPECT_EQ(Store(), With(Link(100, 12, 13, 40, 0, 0)));
 }
 
 TEST_F(LinkSpeedTest, AllFilesOfTheSection) {
   const std::string a = Source("a.txt", "100,12,13,30,50,7\r\n300,12,11,60,70,8");
   const std::string b = Source("b.txt", "100,12,13,31,51,9\r\n");
   EXPECT_EQ(Run(Files("LINKSPEED", {a, b})), 1);
-  EXPECT_EQ(Store(), Concat({LinkBytes{300, 11, 12, 70, 70, 8}, LinkBytes{100, 12, 13, 31, 51, 9},
-                             LinkBytes{200, 13, 14, 5, 6, 0}}));
+  EXPECT_EQ(Store(), Concat({Link(300, 11, 12, 70, 70, 8), Link(100, 12, 13, 31, 51, 9),
+                             Link(200, 13, 14, 5, 6, 0)}));
   EXPECT_EQ(log(), (Lines{kSpeedTitle, SpeedEnded("OK", 3)}));
 }
 
@@ -428,7 +407,7 @@ TEST_F(LinkSpeedTest, AMissingFile) {
   EXPECT_TRUE(Reported(log(), "Can't open LinkSpeed(" + path + ") !"));
   EXPECT_EQ(log().size(), 3u);
   EXPECT_EQ(log().back(), SpeedEnded("ERROR", 0));
-  EXPECT_EQ(Store(), With({100, 12, 13, 3, 4, 0}));
+  EXPECT_EQ(Store(), With(Link(100, 12, 13, 3, 4, 0)));
 }
 
 TEST_F(LinkSpeedTest, AMissingStore) {
@@ -453,7 +432,7 @@ TEST_F(LinkSpeedTest, AStoreThatSomebodyElseReads) {
   const platform::File holder = HoldForReading(folder_ / "linkstr.~wk");
   EXPECT_EQ(Speeds("100,12,13,30,50,7\r\n"), 0);
   EXPECT_TRUE(Reported(log(), "Can't write the link storage " + (folder_ / "linkstr.~wk") + " !"));
-  EXPECT_EQ(Store(), With({100, 12, 13, 3, 4, 0}));
+  EXPECT_EQ(Store(), With(Link(100, 12, 13, 3, 4, 0)));
 }
 
 TEST_F(LinkSpeedTest, WithoutMemory) {
@@ -474,13 +453,13 @@ TEST_F(LinkSpeedTest, ACancelledRunDoesNotBegin) {
   FRD_SetCancelled(true);
   EXPECT_EQ(Speeds("100,12,13,30,50,7\r\n"), 0);
   EXPECT_EQ(log(), Lines{});
-  EXPECT_EQ(Store(), With({100, 12, 13, 3, 4, 0}));
+  EXPECT_EQ(Store(), With(Link(100, 12, 13, 3, 4, 0)));
 }
 
 TEST_F(LinkSpeedTest, CancelIsHeardByTheSort) {
   CancelAt(kSpeedTitle);
   EXPECT_EQ(Speeds("100,12,13,30,50,7\r\n"), 0);
-  EXPECT_EQ(Store(), With({100, 12, 13, 3, 4, 0}));
+  EXPECT_EQ(Store(), With(Link(100, 12, 13, 3, 4, 0)));
   for (const std::string& line : log()) EXPECT_NE(line[0], '[') << line;
 }
 
@@ -492,7 +471,7 @@ TEST_F(LinkSpeedTest, EveryOperationMayFail) {
     WriteBytes(store, before);
     return Run(Files("LINKSPEED", {path}));
   };
-  const auto check = [&] { EXPECT_EQ(Store(), With({100, 12, 13, 30, 50, 7})); };
+  const auto check = [&] { EXPECT_EQ(Store(), With(Link(100, 12, 13, 30, 50, 7))); };
   auto reports = FailEach(platform::Operation::kOpen, run, check);
   EXPECT_TRUE(Reported(reports, "Can't open / read the link storage " + store + " !"));
   EXPECT_TRUE(Reported(reports, "Can't open LinkSpeed(" + path + ") !"));

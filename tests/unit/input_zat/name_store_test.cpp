@@ -17,15 +17,6 @@ using test::Report;
 using test::Reported;
 using test::WriteBytes;
 
-std::string Files(const std::string& section, const std::vector<std::string>& paths, int mif = 0) {
-  std::string text = "[" + section + "]\r\nFILENUM=" + std::to_string(paths.size()) +
-                     "\r\nMIF=" + std::to_string(mif) + "\r\n";
-  for (size_t i = 0; i < paths.size(); ++i) {
-    text += "FILE0" + std::to_string(i + 1) + "=" + paths[i] + "\r\n";
-  }
-  return text;
-}
-
 // ---- Node names ----------------------------------------------------------------------------
 
 constexpr char kNodeTitle[] = "Setting Node Name Storage...";

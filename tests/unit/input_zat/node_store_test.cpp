@@ -58,18 +58,7 @@ class NodeStoreTest : public test::ZatTest {
   }
 
   static std::string Files(int mif, const std::vector<std::string>& paths) {
-    std::string text = "[NODE]\r\nMIF=" + std::to_string(mif) +
-                       "\r\nFILENUM=" + std::to_string(paths.size()) + "\r\n";
-    for (size_t i = 0; i < paths.size(); ++i) {
-      text += "FILE0" + std::to_string(i + 1) + "=" + paths[i] + "\r\n";
-    }
-    return text;
-  }
-
-  // Writes a pair and returns the path of the MIF file.
-  std::string Pair(const std::string& name, const std::string& mif, const std::string& mid) {
-    Source(name + ".mid", mid);
-    return Source(name + ".mif", mif);
+    return ZatTest::Files("NODE", paths, mif);
   }
 
   std::string Store() const { return Output("nodestr.~wk"); }

@@ -44,12 +44,7 @@ class TrafficStoreTest : public test::ZatTest, public ::testing::WithParamInterf
   int Run(const std::string& text) { return GetParam().run(nullptr, WriteControl(text).c_str()); }
 
   static std::string Files(const std::vector<std::string>& paths) {
-    std::string text = "[" + std::string(GetParam().section) +
-                       "]\r\nFILENUM=" + std::to_string(paths.size()) + "\r\n";
-    for (size_t i = 0; i < paths.size(); ++i) {
-      text += "FILE0" + std::to_string(i + 1) + "=" + paths[i] + "\r\n";
-    }
-    return text;
+    return ZatTest::Files(GetParam().section, paths);
   }
 
   // A record of either store: three codes, column 4 and, in the one-way store, column 5.

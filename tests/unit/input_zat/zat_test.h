@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <functional>
+#include <optional>
 #include <set>
 #include <string>
 #include <vector>
@@ -13,49 +14,11 @@
 #include "platform/clock.h"
 #include "platform/fault.h"
 #include "platform/file.h"
-#include "test_support.h"
+#include "records.h"
 
 namespace zatlib::test {
 
 using Lines = std::vector<std::string>;
-
-// A node store record; `links` from slot 0 on. All codes as doubles.
-struct NodeBytes {
-  double code = 0;
-  double partner = 0;
-  int attribute = 0;
-  int64_t x = 0;
-  int64_t y = 0;
-  std::vector<double> links;
-
-  operator std::string() const {  // NOLINT
-    Bytes bytes;
-    bytes.F64(code).F64(partner).I16(attribute).Zero(2).Zero(4).I32(x).I32(y);
-    for (const double link : links) bytes.F64(link);
-    return bytes.Zero(64 - 8 * links.size());
-  }
-};
-
-// A name store record.
-struct NameBytes {
-  double code = 0;
-  std::string name;
-  int link_number = 0;
-  int node_value = 0;
-
-  operator std::string() const {  // NOLINT
-    return Bytes()
-        .F64(code)
-        .Text(name, 20)
-        .Zero(2)
-        .I8(link_number)
-        .Zero(1)
-        .Zero(2)
-        .Zero(2)
-        .I16(node_value)
-        .Zero(2);
-  }
-};
 
 inline std::string Concat(const std::vector<std::string>& parts) {
   std::string all;
@@ -83,6 +46,23 @@ class ZatTest : public LibraryTest {
   void CancelAt(const std::string& line) {
     g_silent = 0;
     cancel_at_ = line;
+  }
+
+  // The lines of a section that names these files, with MIF= when that is told.
+  static std::string Files(const std::string& section, const std::vector<std::string>& paths,
+                           std::optional<int> mif = std::nullopt) {
+    std::string text = "[" + section + "]\r\nFILENUM=" + std::to_string(paths.size()) + "\r\n";
+    if (mif) text += "MIF=" + std::to_string(*mif) + "\r\n";
+    for (size_t i = 0; i < paths.size(); ++i) {
+      text += "FILE0" + std::to_string(i + 1) + "=" + paths[i] + "\r\n";
+    }
+    return text;
+  }
+
+  // Writes a pair and returns the path of the MIF file.
+  std::string Pair(const std::string& name, const std::string& mif, const std::string& mid) {
+    Source(name + ".mid", mid);
+    return Source(name + ".mif", mif);
   }
 
   // Writes a source file and returns its path.

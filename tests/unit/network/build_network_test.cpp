@@ -228,9 +228,9 @@ class BuildNetworkTest : public BothOperations {
   std::map<std::string, std::string> TownFiles() {
     const int64_t dummy = form_.Dummy(1);
     return {
-        {"maploc.dat", LocationRecord(form_, 1, 1000, 2000) + LocationRecord(form_, 2, 1100, 2100) +
-                           LocationRecord(form_, 3, 1200, 2200) +
-                           LocationRecord(form_, 5, 1300, 2300)},
+        {"maploc.dat",
+         LocationRecord(form_.Code(1), 1000, 2000) + LocationRecord(form_.Code(2), 1100, 2100) +
+             LocationRecord(form_.Code(3), 1200, 2200) + LocationRecord(form_.Code(5), 1300, 2300)},
         {"nodename.dat", NodeNameBytes("", 11, 0) + NodeNameBytes("", 12, 0) +
                              NodeNameBytes("", 0, 0) + NodeNameBytes("", 15, 0)},
         {"maprule.dat", std::string(32, '\0')},
@@ -244,15 +244,15 @@ class BuildNetworkTest : public BothOperations {
                             CalcRecord({1, 0}, {0, 0}, {100, 0}) + CalcRecord({}, {}, {})},
         {"nodelink.idx", NodeLinkRecord({0, 2}) + NodeLinkRecord({0, 1}) + NodeLinkRecord({1, 2}) +
                              NodeLinkRecord({})},
-        {"node.idx", IndexRecord(form_, 1, 0, 11) + IndexRecord(form_, 2, 1, 11) +
-                         IndexRecord(form_, 3, 2, 12) + IndexRecord(form_, 5, 3, 0)},
-        {"link.idx", IndexRecord(form_, 100, 0, 11) + IndexRecord(form_, 200, 1, 12) +
-                         IndexRecord(form_, dummy, 2, 99000)},
+        {"node.idx", IndexRecord(form_.Code(1), 0, 11) + IndexRecord(form_.Code(2), 1, 11) +
+                         IndexRecord(form_.Code(3), 2, 12) + IndexRecord(form_.Code(5), 3, 0)},
+        {"link.idx", IndexRecord(form_.Code(100), 0, 11) + IndexRecord(form_.Code(200), 1, 12) +
+                         IndexRecord(form_.Code(dummy), 2, 99000)},
         {"linknode.idx", LinkNodeRecord(0, 1, 36, 72, 10) + LinkNodeRecord(1, 2, 9999, 9999, 100) +
                              LinkNodeRecord(0, 2, 0, 0, 0)},
-        {"mapdraw.dat", DrawRecord(form_, 100, 0, 2, 8, 1000, 1100, 2000, 2100) +
-                            DrawRecord(form_, 200, 1, 1, 0, 1100, 1200, 2100, 2200) +
-                            DrawRecord(form_, dummy, 2, 99, 99, 1000, 1200, 2000, 2200)},
+        {"mapdraw.dat", DrawRecord(form_.Code(100), 0, 2, 8, 1000, 1100, 2000, 2100) +
+                            DrawRecord(form_.Code(200), 1, 1, 0, 1100, 1200, 2100, 2200) +
+                            DrawRecord(form_.Code(dummy), 2, 99, 99, 1000, 1200, 2000, 2200)},
     };
   }
 
@@ -551,7 +551,8 @@ TEST_P(BuildNetworkTest, ManyNodesGiveTheSameNetwork) {
                    {length * 10, length_before * 20}, {length, length_before})) {
       ++wrong;
     }
-    if (Record(index, static_cast<size_t>(at), 16) != IndexRecord(form_, at + 1, own, 100 + at)) {
+    if (Record(index, static_cast<size_t>(at), 16) !=
+        IndexRecord(form_.Code(at + 1), own, 100 + at)) {
       ++wrong;
     }
   }

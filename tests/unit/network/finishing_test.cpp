@@ -39,16 +39,7 @@ class FinishingTest : public BothLengths {
 
   std::string NameRecord(int64_t code, const std::string& name, int number = 0, int value = 0,
                          int node_value = 0) {
-    return Bytes()
-        .Text(form_.Code(code), 8)
-        .Text(name, 20)
-        .I16(0x5151)
-        .I8(number)
-        .I8(0x52)
-        .I16(value)
-        .I16(0x5353)
-        .I16(node_value)
-        .I16(0x5454);
+    return NameBytes{form_.Code(code), name, number, node_value, value, 0x5151};
   }
 };
 
@@ -223,8 +214,8 @@ TEST_P(FinishingTest, NodeNamesGoToTheirNodes) {
   const std::string full = "abcdefghijklmnopqrst";
   Save("nnamestr.~wk", NameRecord(10, "first") + NameRecord(40, "nobody") + NameRecord(30, full) +
                            NameRecord(10, "later", 1, 2, 3) + std::string(39, 'x'));
-  Save("node.idx",
-       IndexRecord(form_, 10, 2, 0) + IndexRecord(form_, 20, 0, 0) + IndexRecord(form_, 30, 1, 0));
+  Save("node.idx", IndexRecord(form_.Code(10), 2, 0) + IndexRecord(form_.Code(20), 0, 0) +
+                       IndexRecord(form_.Code(30), 1, 0));
   Save("nodename.dat",
        NodeNameBytes("", 1, 2) +
            Bytes().Text("old name before that", 20).Text("garbage!", 8).I16(3).I8(4).I8(0).str() +
@@ -238,7 +229,7 @@ TEST_P(FinishingTest, NodeNamesGoToTheirNodes) {
 TEST_P(FinishingTest, NamesAreCutAtByte20) {
   Save("nnamestr.~wk",
        Bytes().Text(form_.Code(10), 8).Text("abcdefghijklmnopqrstUVWXYZ", 32).str());
-  Save("node.idx", IndexRecord(form_, 10, 0, 0));
+  Save("node.idx", IndexRecord(form_.Code(10), 0, 0));
   Save("nodename.dat", NodeNameBytes("", 1, 0));
   EXPECT_EQ(FinishNodeNames(), 1);
   EXPECT_EQ(FileBytes("nodename.dat"), NodeNameBytes("abcdefghijklmnopqrst", 1, 0));
@@ -247,7 +238,7 @@ TEST_P(FinishingTest, NamesAreCutAtByte20) {
 TEST_P(FinishingTest, NodeNamesEndWithASummaryWhenAskedFor) {
   UseControl("LOG=1\r\n");
   Save("nnamestr.~wk", NameRecord(10, "a") + NameRecord(40, "b") + NameRecord(10, "c"));
-  Save("node.idx", IndexRecord(form_, 10, 1, 0) + IndexRecord(form_, 20, 0, 0));
+  Save("node.idx", IndexRecord(form_.Code(10), 1, 0) + IndexRecord(form_.Code(20), 0, 0));
   Save("nodename.dat", std::string(64, '\0'));
   EXPECT_EQ(FinishNodeNames(), 1);
   EXPECT_EQ(log(), (Lines{"Finishing Node Name...",
@@ -256,7 +247,7 @@ TEST_P(FinishingTest, NodeNamesEndWithASummaryWhenAskedFor) {
 
 TEST_P(FinishingTest, NodeNamesWithoutAnyNameLeaveTheFileAsItIs) {
   Save("nnamestr.~wk", "");
-  Save("node.idx", IndexRecord(form_, 10, 0, 0));
+  Save("node.idx", IndexRecord(form_.Code(10), 0, 0));
   Save("nodename.dat", NodeNameBytes("kept", 1, 2));
   EXPECT_EQ(FinishNodeNames(), 1);
   EXPECT_EQ(FileBytes("nodename.dat"), NodeNameBytes("kept", 1, 2));
@@ -264,7 +255,7 @@ TEST_P(FinishingTest, NodeNamesWithoutAnyNameLeaveTheFileAsItIs) {
 
 TEST_P(FinishingTest, NodeNumbersOutsideTheTableDoNoHarm) {
   Save("nnamestr.~wk", NameRecord(10, "a") + NameRecord(20, "b"));
-  Save("node.idx", IndexRecord(form_, 10, 0x7FFFFFFF, 0) + IndexRecord(form_, 20, -2, 0));
+  Save("node.idx", IndexRecord(form_.Code(10), 0x7FFFFFFF, 0) + IndexRecord(form_.Code(20), -2, 0));
   Save("nodename.dat", NodeNameBytes("kept", 1, 2) + NodeNameBytes("too", 3, 4));
   FinishNodeNames();
   EXPECT_EQ(FileBytes("nodename.dat"), NodeNameBytes("kept", 1, 2) + NodeNameBytes("too", 3, 4));
@@ -275,7 +266,7 @@ TEST_P(FinishingTest, NamesOfManyNodesAreFound) {
   std::string index;
   std::string expected;
   for (int64_t i = 0; i < 3000; ++i) {
-    index += IndexRecord(form_, i * 2 + 2, i, 0);
+    index += IndexRecord(form_.Code(i * 2 + 2), i, 0);
     if (i % 3 == 0) store += NameRecord(i * 2 + 2, "n" + std::to_string(i));
     store += NameRecord(i * 2 + 1, "unknown");
     expected += NodeNameBytes(i % 3 == 0 ? "n" + std::to_string(i) : "", 0, 0);
@@ -301,7 +292,7 @@ TEST_P(FinishingTest, LaterNamesOverwriteEarlierOnesOfAnotherBlock) {
     const std::string name = "a" + std::to_string(i);
     store += NameRecord(10 + i, name);
     if (i % 2 == 1) later += NameRecord(10 + i, "b");
-    index += IndexRecord(form_, 10 + i, i, 0);
+    index += IndexRecord(form_.Code(10 + i), i, 0);
     expected += NodeNameBytes(i % 2 == 1 ? "b" : name, 0, 0);
   }
   UseControl("LOG=1\r\n");
@@ -332,7 +323,7 @@ TEST_P(FinishingTest, LaterNamesOverwriteEarlierOnesOfAnotherBlock) {
 TEST_P(FinishingTest, NodeNamesReportWhatIsMissing) {
   const auto prepare = [&] {
     Save("nnamestr.~wk", NameRecord(10, "a"));
-    Save("node.idx", IndexRecord(form_, 10, 0, 0));
+    Save("node.idx", IndexRecord(form_.Code(10), 0, 0));
     Save("nodename.dat", NodeNameBytes("", 0, 0));
   };
   const auto run = [&] { return FinishNodeNames(); };
@@ -374,8 +365,8 @@ TEST_P(FinishingTest, LinkNamesGoToTheirLinksWithTheirValues) {
   Save("lnamestr.~wk", NameRecord(10, "first", 1, 1) + NameRecord(40, "nobody", 2, 2) +
                            NameRecord(30, "abcdefghijklmnopqrst", 255, 65535) +
                            NameRecord(10, "later", 3, 0x1234, 9) + std::string(39, 'x'));
-  Save("link.idx",
-       IndexRecord(form_, 10, 2, 0) + IndexRecord(form_, 20, 0, 0) + IndexRecord(form_, 30, 1, 0));
+  Save("link.idx", IndexRecord(form_.Code(10), 2, 0) + IndexRecord(form_.Code(20), 0, 0) +
+                       IndexRecord(form_.Code(30), 1, 0));
   Save("linkname.dat", LinkNameBytes("", 0, 0x41, 0, 3, -4) +
                            Bytes()
                                .Text("old name before that", 20)
@@ -398,7 +389,7 @@ TEST_P(FinishingTest, LinkNamesGoToTheirLinksWithTheirValues) {
 TEST_P(FinishingTest, LinkNamesEndWithASummaryWhenAskedFor) {
   UseControl("LOG=1\r\n");
   Save("lnamestr.~wk", NameRecord(10, "a") + NameRecord(40, "b"));
-  Save("link.idx", IndexRecord(form_, 10, 1, 0) + IndexRecord(form_, 20, 0, 0));
+  Save("link.idx", IndexRecord(form_.Code(10), 1, 0) + IndexRecord(form_.Code(20), 0, 0));
   Save("linkname.dat", std::string(60, '\0'));
   EXPECT_EQ(FinishLinkNames(), 1);
   EXPECT_EQ(log(), (Lines{"Finishing Link Name...",
@@ -407,7 +398,7 @@ TEST_P(FinishingTest, LinkNamesEndWithASummaryWhenAskedFor) {
 
 TEST_P(FinishingTest, LinkNumbersOutsideTheNameTableDoNoHarm) {
   Save("lnamestr.~wk", NameRecord(10, "a") + NameRecord(20, "b"));
-  Save("link.idx", IndexRecord(form_, 10, 2, 0) + IndexRecord(form_, 20, -1, 0));
+  Save("link.idx", IndexRecord(form_.Code(10), 2, 0) + IndexRecord(form_.Code(20), -1, 0));
   const std::string names = LinkNameBytes("x", 1, 2, 3, 4, 5) + LinkNameBytes("y", 1, 2, 3, 4, 5);
   Save("linkname.dat", names);
   FinishLinkNames();
@@ -417,7 +408,7 @@ TEST_P(FinishingTest, LinkNumbersOutsideTheNameTableDoNoHarm) {
 TEST_P(FinishingTest, LinkNamesReportWhatIsMissing) {
   const auto prepare = [&] {
     Save("lnamestr.~wk", NameRecord(10, "a"));
-    Save("link.idx", IndexRecord(form_, 10, 0, 0));
+    Save("link.idx", IndexRecord(form_.Code(10), 0, 0));
     Save("linkname.dat", LinkNameBytes("", 0, 0, 0, 0, 0));
   };
   const auto run = [&] { return FinishLinkNames(); };
@@ -461,8 +452,8 @@ TEST_P(FinishingTest, ACancelledBuildFinishesNothing) {
   SaveNetwork({{0}, {0}}, {{1, 1}});
   Save("nnamestr.~wk", NameRecord(10, "a"));
   Save("lnamestr.~wk", NameRecord(10, "a"));
-  Save("node.idx", IndexRecord(form_, 10, 0, 0));
-  Save("link.idx", IndexRecord(form_, 10, 0, 0));
+  Save("node.idx", IndexRecord(form_.Code(10), 0, 0));
+  Save("link.idx", IndexRecord(form_.Code(10), 0, 0));
   const std::string node_names = FileBytes("nodename.dat");
   const std::string link_names = FileBytes("linkname.dat");
   g_silent = 0;

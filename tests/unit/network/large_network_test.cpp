@@ -116,10 +116,11 @@ TEST_P(LargeNetworkTest, TheMapOfARing) {
   EXPECT_EQ(Record(FileBytes("mapcalc.dat"), 10, 64),
             CalcRecord({9, 11, 130, 1770}, {168, 360, 360, 10272}, {14, 15, 16, 856}));
   EXPECT_EQ(Record(FileBytes("linknode.idx"), 16, 16), LinkNodeRecord(10, 130, 16, 30, 16));
-  EXPECT_EQ(Record(FileBytes("mapdraw.dat"), 16, 32),
-            DrawRecord(form_, LinkCode(16), 16, 7, 0, 135000010, 135000130, 34999990, 34999870));
+  EXPECT_EQ(
+      Record(FileBytes("mapdraw.dat"), 16, 32),
+      DrawRecord(form_.Code(LinkCode(16)), 16, 7, 0, 135000010, 135000130, 34999990, 34999870));
   EXPECT_EQ(Record(FileBytes("maploc.dat"), 10, 16),
-            LocationRecord(form_, NodeCode(10, true), 135000010, 34999990));
+            LocationRecord(form_.Code(NodeCode(10, true)), 135000010, 34999990));
   EXPECT_EQ(Record(FileBytes("linkname.dat"), 16, 30), LinkNameBytes("", 0, 0, 0, 7, 0));
   // The smallest code is that of node 0; its first link is the ring's first.
   EXPECT_EQ(Record(FileBytes("node.idx"), 0, 16),

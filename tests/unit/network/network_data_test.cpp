@@ -145,19 +145,20 @@ TEST_P(NetworkDataTest, ATriangleByteByByte) {
                                           CalcRecord({1, 0}, {0, 720}, {65535, 120}));
   EXPECT_EQ(FileBytes("nodelink.idx"),
             NodeLinkRecord({1, 0}) + NodeLinkRecord({1, 2}) + NodeLinkRecord({2, 0}));
-  EXPECT_EQ(FileBytes("node.idx"), IndexRecord(form_, 200, 1, 13102) +
-                                       IndexRecord(form_, 300, 2, 13103) +
-                                       IndexRecord(form_, 500, 0, 13102));
-  EXPECT_EQ(FileBytes("link.idx"), IndexRecord(form_, 1000, 1, 13102) +
-                                       IndexRecord(form_, 2000, 2, 13103) +
-                                       IndexRecord(form_, 3000, 0, 13101));
+  EXPECT_EQ(FileBytes("node.idx"), IndexRecord(form_.Code(200), 1, 13102) +
+                                       IndexRecord(form_.Code(300), 2, 13103) +
+                                       IndexRecord(form_.Code(500), 0, 13102));
+  EXPECT_EQ(FileBytes("link.idx"), IndexRecord(form_.Code(1000), 1, 13102) +
+                                       IndexRecord(form_.Code(2000), 2, 13103) +
+                                       IndexRecord(form_.Code(3000), 0, 13101));
   EXPECT_EQ(FileBytes("linknode.idx"), LinkNodeRecord(2, 0, 60, 0, 120) +
                                            LinkNodeRecord(0, 1, 40, 36, 100) +
                                            LinkNodeRecord(1, 2, 30, 9999, 65535));
-  EXPECT_EQ(FileBytes("mapdraw.dat"),
-            DrawRecord(form_, 3000, 0, 1, 4, -1, 135000000, -2, 35000000) +
-                DrawRecord(form_, 1000, 1, 3, 65535, 135000000, 135001000, 35000000, 35000500) +
-                DrawRecord(form_, 2000, 2, -5, 0, 135001000, -1, 35000500, -2));
+  EXPECT_EQ(
+      FileBytes("mapdraw.dat"),
+      DrawRecord(form_.Code(3000), 0, 1, 4, -1, 135000000, -2, 35000000) +
+          DrawRecord(form_.Code(1000), 1, 3, 65535, 135000000, 135001000, 35000000, 35000500) +
+          DrawRecord(form_.Code(2000), 2, -5, 0, 135001000, -1, 35000500, -2));
   EXPECT_EQ(Reports(), Lines());
   if (memory()) {
     EXPECT_EQ(log(), (Lines{"Creating CalcNode(M)...", "Making LinkNodeIndex(M)...",
@@ -186,8 +187,9 @@ TEST_P(NetworkDataTest, EightSlotsArePackedInTheirOrder) {
                 CalcRecord({0, 0}, {22, 18}, {3, 2}) + CalcRecord({}, {}, {}));
   EXPECT_EQ(FileBytes("nodelink.idx"), NodeLinkRecord({1, 2, 0}) + NodeLinkRecord({0}) +
                                            NodeLinkRecord({2, 1}) + NodeLinkRecord({}));
-  EXPECT_EQ(FileBytes("node.idx"), IndexRecord(form_, 1, 0, 9) + IndexRecord(form_, 2, 1, 8) +
-                                       IndexRecord(form_, 3, 2, 10) + IndexRecord(form_, 4, 3, 0));
+  EXPECT_EQ(FileBytes("node.idx"),
+            IndexRecord(form_.Code(1), 0, 9) + IndexRecord(form_.Code(2), 1, 8) +
+                IndexRecord(form_.Code(3), 2, 10) + IndexRecord(form_.Code(4), 3, 0));
 }
 
 TEST_P(NetworkDataTest, EightUsedSlotsStay) {
@@ -242,7 +244,8 @@ TEST_P(NetworkDataTest, WithoutLinksEveryNodeStandsAlone) {
   EXPECT_EQ(CreateNetworkData(), 1);
   EXPECT_EQ(FileBytes("mapcalc.dat"), CalcRecord({}, {}, {}) + CalcRecord({}, {}, {}));
   EXPECT_EQ(FileBytes("nodelink.idx"), NodeLinkRecord({}) + NodeLinkRecord({}));
-  EXPECT_EQ(FileBytes("node.idx"), IndexRecord(form_, 1, 1, 0) + IndexRecord(form_, 2, 0, 0));
+  EXPECT_EQ(FileBytes("node.idx"),
+            IndexRecord(form_.Code(1), 1, 0) + IndexRecord(form_.Code(2), 0, 0));
   for (const char* name : {"link.idx", "linknode.idx", "mapdraw.dat"}) {
     EXPECT_TRUE(Exists(folder_ / name)) << name;
     EXPECT_EQ(FileBytes(name), "") << name;
@@ -295,8 +298,8 @@ TEST_P(NetworkDataTest, BothEndsOfADummyLinkListIt) {
   EXPECT_EQ(FileBytes("mapcalc.dat"), CalcRecord({1}, {0}, {0}) + CalcRecord({0}, {0}, {0}) +
                                           CalcRecord({}, {}, {}) + CalcRecord({2}, {0}, {0}));
   EXPECT_EQ(FileBytes("node.idx"),
-            IndexRecord(form_, 1, 0, 99000) + IndexRecord(form_, 2, 1, 99000) +
-                IndexRecord(form_, 3, 2, 0) + IndexRecord(form_, 4, 3, 99000));
+            IndexRecord(form_.Code(1), 0, 99000) + IndexRecord(form_.Code(2), 1, 99000) +
+                IndexRecord(form_.Code(3), 2, 0) + IndexRecord(form_.Code(4), 3, 99000));
 }
 
 TEST_P(NetworkDataTest, EveryLinkOfRoadKind99IsADummyLink) {

@@ -1,27 +1,15 @@
 // The construction steps of both operations behind one set of names: the tests run each twice.
 #pragma once
 
-#include <ostream>
-
 #include "network/network_data.h"
 #include "network/node_link_data.h"
 #include "network_stores.h"
 
 namespace zatlib::test::network {
 
-// A code length and one of the two operations.
-struct Way {
-  int length;
-  bool memory;  // false: through files
-};
-
-inline void PrintTo(const Way& way, std::ostream* out) {
-  *out << way.length << (way.memory ? " in memory" : " through files");
-}
-
 class BothOperations : public NetworkTest, public ::testing::WithParamInterface<Way> {
  protected:
-  BothOperations() { UseLength(GetParam().length); }
+  BothOperations() { UseLength(GetParam().code_length); }
 
   bool memory() const { return GetParam().memory; }
 
@@ -91,7 +79,5 @@ class BothOperations : public NetworkTest, public ::testing::WithParamInterface<
   std::vector<CodeIndexRecord> node_index_;
   std::vector<CodeIndexRecord> link_index_;
 };
-
-inline const Way kWays[] = {{14, true}, {14, false}, {18, true}, {18, false}};
 
 }  // namespace zatlib::test::network

@@ -153,16 +153,16 @@ TEST_P(NodeLinkDataTest, NodeDataIsWrittenInRecordOrder) {
   ASSERT_EQ(LoadNodes(), 1);
   ClearLog();
   EXPECT_EQ(CreateNodeData(), 1);
-  EXPECT_EQ(FileBytes("maploc.dat"), LocationRecord(form_, 500, 139700000, 35600000) +
-                                         LocationRecord(form_, 200, -70123456, -15000001) +
-                                         LocationRecord(form_, 300, 0, 0));
+  EXPECT_EQ(FileBytes("maploc.dat"), LocationRecord(form_.Code(500), 139700000, 35600000) +
+                                         LocationRecord(form_.Code(200), -70123456, -15000001) +
+                                         LocationRecord(form_.Code(300), 0, 0));
   EXPECT_EQ(FileBytes("nodename.dat"),
             NodeNameBytes("", 0x8001, 0) + NodeNameBytes("", 7, 0) + NodeNameBytes("", 0, 0));
   EXPECT_EQ(FileBytes("maprule.dat"), std::string(24, '\0'));
   EXPECT_EQ(FileBytes("nodeattr.dat"), std::string(3, '\0'));
-  EXPECT_EQ(IndexBytes(node_index_, 3), IndexRecord(form_, 200, 1, 0) +
-                                            IndexRecord(form_, 300, 2, 4000000000) +
-                                            IndexRecord(form_, 500, 0, 13101));
+  EXPECT_EQ(IndexBytes(node_index_, 3), IndexRecord(form_.Code(200), 1, 0) +
+                                            IndexRecord(form_.Code(300), 2, 4000000000) +
+                                            IndexRecord(form_.Code(500), 0, 13101));
   EXPECT_FALSE(Exists(folder_ / "node.idx"));
   if (memory()) {
     EXPECT_EQ(log(), (Lines{"Creating Node Data(M)...", "Saving NodeLoc...", "Saving NodeName ...",
@@ -249,7 +249,7 @@ TEST_P(NodeLinkDataTest, LinkDataIsWrittenInRecordOrder) {
   EXPECT_EQ(FileBytes("linkname.dat"),
             LinkNameBytes("", 0, 0x09, 0, 3, -6) + LinkNameBytes("", 0, 0, 0, 99, 32767));
   EXPECT_EQ(IndexBytes(link_index_, 2),
-            IndexRecord(form_, 1000, 1, 13102) + IndexRecord(form_, 3000, 0, 13101));
+            IndexRecord(form_.Code(1000), 1, 13102) + IndexRecord(form_.Code(3000), 0, 13101));
   EXPECT_FALSE(Exists(folder_ / "link.idx"));
   EXPECT_EQ(log(), (Lines{Mark("Creating Link Data"), "Saving LinkName...",
                           "lnNumLink=2, " + Step("CreateLinkData returns=1")}));

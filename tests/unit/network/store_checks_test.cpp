@@ -603,15 +603,8 @@ TEST_P(StoreChecksTest, LinkCheckReportsWhatCannotBeReadOrWritten) {
 
 // The record of the k-th dummy link, field by field.
 std::string DummyRecord(const CodeForm& form, int64_t k, int64_t a, int64_t b) {
-  return Bytes()
-      .Text(form.Code(form.Dummy(k)), 8)
-      .Text(form.Code(a), 8)
-      .Text(form.Code(b), 8)
-      .I32(99000)
-      .Zero(8)
-      .I16(99)
-      .I16(99)
-      .Zero(8);
+  return LinkRecord(
+      form, {.code = form.Dummy(k), .a = a, .b = b, .city = 99000, .kind = 99, .value4 = 99});
 }
 
 TEST_P(StoreChecksTest, PartnersThatNameEachOtherShareOneDummyLink) {

@@ -11,7 +11,7 @@
 #include "frd/parallel.h"
 #include "platform/fault.h"
 #include "platform/file.h"
-#include "test_support.h"
+#include "records.h"
 
 namespace zatlib::test {
 namespace {
@@ -34,18 +34,6 @@ constexpr char kMemoryLine[] = " *** Creating Right Turn Weight : Memory Operati
 constexpr char kFileLine[] = " *** Creating Right Turn Weight : File Operation ";
 constexpr char kOkLine[] = " *** Creating Right Turn Weight : End OK *** ";
 constexpr char kErrorLine[] = " *** Creating Right Turn Weight : End ERROR *** ";
-
-std::string CalcRecord(const std::vector<int64_t>& others) {
-  Bytes bytes;
-  for (size_t i = 0; i < 8; ++i) bytes.I32(i < others.size() ? others[i] : -1);
-  return bytes.Zero(32);
-}
-
-std::string NodeLinkRecord(const std::vector<int64_t>& links) {
-  Bytes bytes;
-  for (size_t i = 0; i < 8; ++i) bytes.I32(i < links.size() ? links[i] : -1);
-  return bytes;
-}
 
 std::string Hex(const std::string& bytes) {
   static const char digits[] = "0123456789ABCDEF";

@@ -8,7 +8,7 @@
 #include "platform/fault.h"
 #include "platform/file.h"
 #include "platform/profile.h"
-#include "test_support.h"
+#include "records.h"
 
 namespace zatlib::test {
 namespace {
@@ -20,25 +20,9 @@ std::string FareLink(double code, int valid, int interchange) {
   return Bytes().F64(code).Text("sixteen bytes ..", 16).I16(valid).I8(interchange).Text("-----", 5);
 }
 
-std::string IndexRecord(double code, int64_t number) {
-  return Bytes().F64(code).I32(number).I32(0);
-}
-
 // A record of linkname.dat; everything around the flag byte must stay as it is.
 std::string LinkName(const std::string& name, int flags) {
-  return Bytes().Text(name, 20).I16(0).I8(5).I8(flags).I16(12).I16(3).I16(-1);
-}
-
-std::string NodeLink(const std::vector<int64_t>& links) {
-  Bytes bytes;
-  for (size_t i = 0; i < 8; ++i) bytes.I32(i < links.size() ? links[i] : -1);
-  return bytes;
-}
-
-std::string Slots(const std::vector<int>& values) {
-  Bytes bytes;
-  for (size_t i = 0; i < 8; ++i) bytes.I8(i < values.size() ? values[i] : 0);
-  return bytes;
+  return LinkNameBytes(name, 5, flags, 12, 3, -1);
 }
 
 // Three links: code 1000 is link 2, 2000 is link 0, 3000 is link 1; two nodes.
@@ -55,8 +39,8 @@ class InterchangeFlagsTest : public LibraryTest {
                IndexRecord(1000, 2) + IndexRecord(2000, 0) + IndexRecord(3000, 1));
     WriteBytes(folder_ / "linkname.dat",
                LinkName("first", 0x01) + LinkName("second", 0x02) + LinkName("third", 0x04));
-    WriteBytes(folder_ / "nodelink.idx", NodeLink({2, 0}) + NodeLink({1}));
-    WriteBytes(folder_ / "mapattr.dat", Slots({4, 1}) + Slots({2}));
+    WriteBytes(folder_ / "nodelink.idx", NodeLinkRecord({2, 0}) + NodeLinkRecord({1}));
+    WriteBytes(folder_ / "mapattr.dat", SlotRecord({4, 1}) + SlotRecord({2}));
   }
 
   int Check() { return TR_CheckFareData(folder_.path().c_str()); }
@@ -115,7 +99,7 @@ TEST_F(InterchangeFlagsTest, AListedLinkGetsItsFlagAndItsNodesGetTheWholeByte) {
   EXPECT_EQ(Run(), 1);
   EXPECT_EQ(ReadBytes(folder_ / "linkname.dat"),
             LinkName("first", 0x01) + LinkName("second", 0x02) + LinkName("third", 0x24));
-  EXPECT_EQ(ReadBytes(folder_ / "mapattr.dat"), Slots({0x24, 0x01}) + Slots({0x02}));
+  EXPECT_EQ(ReadBytes(folder_ / "mapattr.dat"), SlotRecord({0x24, 0x01}) + SlotRecord({0x02}));
   EXPECT_EQ(ReadBytes(folder_ / "PayData.Inf"), "[SYSTEM]\r\nResult=OK\r\nICFLAG=OK\r\n");
   EXPECT_TRUE(log().empty());
 }
@@ -160,7 +144,7 @@ TEST_F(InterchangeFlagsTest, FlagsOfAnEarlierRunAreTakenBack) {
   EXPECT_EQ(Flags(), (std::vector<int>{0x01, 0x5F, 0x24}));
   const std::string names = ReadBytes(folder_ / "linkname.dat");
   const std::string attributes = ReadBytes(folder_ / "mapattr.dat");
-  EXPECT_EQ(attributes, Slots({0x24, 0x01}) + Slots({0x5F}));
+  EXPECT_EQ(attributes, SlotRecord({0x24, 0x01}) + SlotRecord({0x5F}));
   EXPECT_EQ(Run(), 1);
   EXPECT_EQ(ReadBytes(folder_ / "linkname.dat"), names);
   EXPECT_EQ(ReadBytes(folder_ / "mapattr.dat"), attributes);
@@ -168,11 +152,12 @@ TEST_F(InterchangeFlagsTest, FlagsOfAnEarlierRunAreTakenBack) {
 
 // Slots hold link numbers in any place; those below 0 or beyond the links keep their byte.
 TEST_F(InterchangeFlagsTest, EmptySlotsKeepTheirByte) {
-  WriteBytes(folder_ / "nodelink.idx", NodeLink({-1, 2, 3, -7, 0, -1, -1, 1}) + NodeLink({}));
+  WriteBytes(folder_ / "nodelink.idx",
+             NodeLinkRecord({-1, 2, 3, -7, 0, -1, -1, 1}) + NodeLinkRecord({}));
   WriteBytes(folder_ / "mapattr.dat", std::string(8, '\x99') + std::string(8, '\x77'));
   EXPECT_EQ(Run(), 1);
   EXPECT_EQ(ReadBytes(folder_ / "mapattr.dat"),
-            Slots({0x99, 0x24, 0x99, 0x99, 0x01, 0x99, 0x99, 0x02}) + std::string(8, '\x77'));
+            SlotRecord({0x99, 0x24, 0x99, 0x99, 0x01, 0x99, 0x99, 0x02}) + std::string(8, '\x77'));
 }
 
 TEST_F(InterchangeFlagsTest, DummyLinksTakePart) {
@@ -181,7 +166,7 @@ TEST_F(InterchangeFlagsTest, DummyLinksTakePart) {
   const std::string dummy = Bytes().Zero(23).I8(0x10).I16(0).I16(99).I16(0);
   WriteBytes(folder_ / "linkname.dat", LinkName("first", 1) + dummy + LinkName("third", 4));
   EXPECT_EQ(Run(), 1);
-  EXPECT_EQ(ReadBytes(folder_ / "mapattr.dat"), Slots({0x24, 0x01}) + Slots({0x10}));
+  EXPECT_EQ(ReadBytes(folder_ / "mapattr.dat"), SlotRecord({0x24, 0x01}) + SlotRecord({0x10}));
 }
 
 TEST_F(InterchangeFlagsTest, LinksAreFoundInLongIndexes) {
@@ -266,7 +251,7 @@ TEST_F(InterchangeFlagsTest, FilesThatCannotBeLoadedAreReported) {
     ExpectFailure("Can't find the " + object, row.name);
   }
   EXPECT_EQ(Flags(), (std::vector<int>{0x01, 0x02, 0x04}));
-  EXPECT_EQ(ReadBytes(folder_ / "mapattr.dat"), Slots({4, 1}) + Slots({2}));
+  EXPECT_EQ(ReadBytes(folder_ / "mapattr.dat"), SlotRecord({4, 1}) + SlotRecord({2}));
 }
 
 TEST_F(InterchangeFlagsTest, FilesThatCannotBeCreatedAreReported) {
@@ -283,7 +268,7 @@ TEST_F(InterchangeFlagsTest, FilesThatCannotBeCreatedAreReported) {
     EXPECT_EQ(Flags(), (std::vector<int>{0x01, 0x02, 0x04}));
   }
   // The attributes come first and stay written.
-  EXPECT_EQ(ReadBytes(folder_ / "mapattr.dat"), Slots({0x24, 0x01}) + Slots({0x02}));
+  EXPECT_EQ(ReadBytes(folder_ / "mapattr.dat"), SlotRecord({0x24, 0x01}) + SlotRecord({0x02}));
 }
 
 TEST_F(InterchangeFlagsTest, FilesThatCannotBeWrittenAreReported) {
@@ -292,10 +277,10 @@ TEST_F(InterchangeFlagsTest, FilesThatCannotBeWrittenAreReported) {
   ExpectFailure("Can't write the CalcAttribute : ", "mapattr.dat");
   EXPECT_EQ(Flags(), (std::vector<int>{0x01, 0x02, 0x04}));
 
-  WriteBytes(folder_ / "mapattr.dat", Slots({4, 1}) + Slots({2}));
+  WriteBytes(folder_ / "mapattr.dat", SlotRecord({4, 1}) + SlotRecord({2}));
   ArmFault(Operation::kWrite, 2, true, platform::WriteFault::kHalfWritten);
   ExpectFailure("Can't write the LinkName : ", "linkname.dat");
-  EXPECT_EQ(ReadBytes(folder_ / "mapattr.dat"), Slots({0x24, 0x01}) + Slots({0x02}));
+  EXPECT_EQ(ReadBytes(folder_ / "mapattr.dat"), SlotRecord({0x24, 0x01}) + SlotRecord({0x02}));
 }
 
 }  // namespace

@@ -6,7 +6,7 @@
 #include "platform/clock.h"
 #include "platform/fault.h"
 #include "platform/file.h"
-#include "traffic_tables.h"
+#include "records.h"
 
 namespace zatlib::test {
 namespace {
@@ -18,13 +18,17 @@ using Lines = std::vector<std::string>;
 
 const char* const kInputs[] = {"mapcalc.dat", "nodelink.idx", "maprule.dat", "linknode.idx"};
 
+// A record of mapcalc.dat whose lengths must stay.
+std::string Calc(const std::vector<int64_t>& others, const std::vector<int>& costs = {}) {
+  return CalcRecord(others, costs, {7, 7, 7, 7, 7, 7, 7, 7});
+}
+
 // Node 0 with three neighbours: link 0 leads from it to node 1, link 1 from node 2 to it, link 2
 // from it to node 3.
 class OneWayLinksTest : public LibraryTest {
  protected:
   OneWayLinksTest() {
-    calc_ = {CalcRecord({1, 2, 3}, {11, 12, 13}), CalcRecord({0}, {21}), CalcRecord({0}, {31}),
-             CalcRecord({0}, {41})};
+    calc_ = {Calc({1, 2, 3}, {11, 12, 13}), Calc({0}, {21}), Calc({0}, {31}), Calc({0}, {41})};
     node_link_ = {NodeLinkRecord({0, 1, 2}), NodeLinkRecord({0}), NodeLinkRecord({1}),
                   NodeLinkRecord({2})};
     link_node_ = {LinkNodeRecord(0, 1, 40, 50), LinkNodeRecord(2, 0, 60, 70),
@@ -76,7 +80,7 @@ TEST_F(OneWayLinksTest, OpenLinksStayAsTheyAre) {
 TEST_F(OneWayLinksTest, ALinkBarredAtItsStartLosesSpeedA) {
   turns_[0] = Turns("80 80 80 00 00 00 00 00");
   EXPECT_EQ(Run(), 1);
-  calc_[0] = CalcRecord({1, 2, 3}, {65535, 12, 13});
+  calc_[0] = Calc({1, 2, 3}, {65535, 12, 13});
   link_node_[0] = LinkNodeRecord(0, 1, 0, 50);
   ExpectTables();
 }
@@ -84,7 +88,7 @@ TEST_F(OneWayLinksTest, ALinkBarredAtItsStartLosesSpeedA) {
 TEST_F(OneWayLinksTest, ALinkBarredAtItsEndLosesSpeedB) {
   turns_[0] = Turns("40 40 40 00 00 00 00 00");
   EXPECT_EQ(Run(), 1);
-  calc_[0] = CalcRecord({1, 2, 3}, {11, 65535, 13});
+  calc_[0] = Calc({1, 2, 3}, {11, 65535, 13});
   link_node_[1] = LinkNodeRecord(2, 0, 60, 0);
   ExpectTables();
 }
@@ -93,8 +97,8 @@ TEST_F(OneWayLinksTest, EveryBarredConnectionIsClosed) {
   turns_[0] = Turns("E0 FF E0 00 00 00 00 00");
   turns_[3] = Turns("80 00 00 00 00 00 00 00");
   EXPECT_EQ(Run(), 1);
-  calc_[0] = CalcRecord({1, 2, 3}, {65535, 65535, 65535});
-  calc_[3] = CalcRecord({0}, {65535});
+  calc_[0] = Calc({1, 2, 3}, {65535, 65535, 65535});
+  calc_[3] = Calc({0}, {65535});
   link_node_[0] = LinkNodeRecord(0, 1, 0, 50);
   link_node_[1] = LinkNodeRecord(2, 0, 60, 0);
   link_node_[2] = LinkNodeRecord(0, 3, 0, 0);
@@ -114,7 +118,7 @@ TEST_F(OneWayLinksTest, OneArrivalWithoutTheBitKeepsTheConnectionOpen) {
 TEST_F(OneWayLinksTest, EmptySlotsNeedNoBit) {
   turns_[1] = Turns("80 00 00 00 00 00 00 00");
   EXPECT_EQ(Run(), 1);
-  calc_[1] = CalcRecord({0}, {65535});
+  calc_[1] = Calc({0}, {65535});
   link_node_[0] = LinkNodeRecord(0, 1, 40, 0);
   ExpectTables();
 }
@@ -124,16 +128,16 @@ TEST_F(OneWayLinksTest, ASlotWithoutLinkEndsTheNodesScan) {
   node_link_[0] = NodeLinkRecord({0, -1, 2});
   turns_[0] = Turns("A0 00 20 00 00 00 00 00");
   EXPECT_EQ(Run(), 1);
-  calc_[0] = CalcRecord({1, 2, 3}, {65535, 12, 13});
+  calc_[0] = Calc({1, 2, 3}, {65535, 12, 13});
   link_node_[0] = LinkNodeRecord(0, 1, 0, 50);
   ExpectTables();
 }
 
 TEST_F(OneWayLinksTest, ASlotWithoutNeighbourEndsTheNodesScan) {
-  calc_[0] = CalcRecord({1, -1, 3}, {11, 12, 13});
+  calc_[0] = Calc({1, -1, 3}, {11, 12, 13});
   turns_[0] = Turns("A0 00 20 00 00 00 00 00");
   EXPECT_EQ(Run(), 1);
-  calc_[0] = CalcRecord({1, -1, 3}, {65535, 12, 13});
+  calc_[0] = Calc({1, -1, 3}, {65535, 12, 13});
   link_node_[0] = LinkNodeRecord(0, 1, 0, 50);
   ExpectTables();
 }
@@ -147,24 +151,24 @@ TEST_F(OneWayLinksTest, ALinkThatDoesNotEndAtTheNodeStaysOpen) {
 
 TEST_F(OneWayLinksTest, ALoopLosesSpeedAOnly) {
   link_node_[0] = LinkNodeRecord(0, 0, 40, 50);
-  calc_[0] = CalcRecord({0, 0, 3}, {11, 12, 13});
+  calc_[0] = Calc({0, 0, 3}, {11, 12, 13});
   node_link_[0] = NodeLinkRecord({0, 0, 2});
   turns_[0] = Turns("C0 C0 C0 00 00 00 00 00");
   EXPECT_EQ(Run(), 1);
   link_node_[0] = LinkNodeRecord(0, 0, 0, 50);
-  calc_[0] = CalcRecord({0, 0, 3}, {65535, 65535, 13});
+  calc_[0] = Calc({0, 0, 3}, {65535, 65535, 13});
   ExpectTables();
 }
 
 // Eight occupied slots: slot 7 is barred by all eight arrivals, slot 6 by seven of them.
 TEST_F(OneWayLinksTest, AllEightSlotsTakePart) {
-  calc_ = {CalcRecord({1, 2, 3, 4, 5, 6, 7, 8}, {1, 2, 3, 4, 5, 6, 7, 8})};
+  calc_ = {Calc({1, 2, 3, 4, 5, 6, 7, 8}, {1, 2, 3, 4, 5, 6, 7, 8})};
   node_link_ = {NodeLinkRecord({0, 1, 2, 3, 4, 5, 6, 7})};
   turns_ = {Turns("03 03 03 03 03 03 03 01")};
   link_node_.clear();
   for (int i = 0; i < 8; ++i) link_node_.push_back(LinkNodeRecord(0, i + 1));
   EXPECT_EQ(Run(), 1);
-  calc_ = {CalcRecord({1, 2, 3, 4, 5, 6, 7, 8}, {1, 2, 3, 4, 5, 6, 7, 65535})};
+  calc_ = {Calc({1, 2, 3, 4, 5, 6, 7, 8}, {1, 2, 3, 4, 5, 6, 7, 65535})};
   link_node_[7] = LinkNodeRecord(0, 8, 0, 50);
   ExpectTables();
 }
@@ -239,7 +243,7 @@ class LongOneWayChainTest : public OneWayLinksTest {
     turns_.clear();
     link_node_.clear();
     for (int i = 0; i < kNodes; ++i) {
-      calc_.push_back(CalcRecord({i > 0 ? i - 1 : kNodes, i + 1}, {11, 12}));
+      calc_.push_back(Calc({i > 0 ? i - 1 : kNodes, i + 1}, {11, 12}));
       node_link_.push_back(NodeLinkRecord({i > 0 ? i - 1 : kNodes, i}));
       turns_.push_back(Turns(i % 2 == 0 ? "40 40 00 00 00 00 00 00" : "80 80 00 00 00 00 00 00"));
       link_node_.push_back(LinkNodeRecord(i, i + 1, 40, 50));
@@ -254,7 +258,7 @@ TEST_F(LongOneWayChainTest, AnyNumberOfThreadsGivesTheSame) {
   std::string link_node;
   for (int i = 0; i < kNodes; ++i) {
     const bool even = i % 2 == 0;
-    calc += CalcRecord({i > 0 ? i - 1 : kNodes, i + 1}, {even ? 11 : 65535, even ? 65535 : 12});
+    calc += Calc({i > 0 ? i - 1 : kNodes, i + 1}, {even ? 11 : 65535, even ? 65535 : 12});
     link_node += even ? LinkNodeRecord(i, i + 1, 0, 0) : LinkNodeRecord(i, i + 1, 40, 50);
   }
   for (const int threads : {1, 2, 5}) {
@@ -330,7 +334,7 @@ TEST_F(OneWayLinksTest, ACancelledRunWritesNothing) {
 
 #ifndef _WIN32  // the progress window prints its status lines there
 TEST_F(OneWayLinksTest, TheStatusLineMovesEveryTenThousandNodes) {
-  calc_.assign(10001, CalcRecord({}));
+  calc_.assign(10001, Calc({}));
   node_link_.assign(10001, NodeLinkRecord({}));
   turns_.assign(10001, std::string(8, '\0'));
   WriteInputs();

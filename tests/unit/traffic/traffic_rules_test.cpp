@@ -9,7 +9,7 @@
 #include "platform/clock.h"
 #include "platform/fault.h"
 #include "platform/file.h"
-#include "traffic_tables.h"
+#include "records.h"
 
 namespace zatlib::test {
 namespace {
@@ -18,15 +18,6 @@ using platform::ArmFault;
 using platform::Operation;
 
 using Lines = std::vector<std::string>;
-
-std::string RuleRecord(double node, double in_link, double out_link, int kind = 2) {
-  return Bytes().F64(node).F64(in_link).F64(out_link).I16(0).I16(kind).I32(0);
-}
-
-std::string OneWayRecord(double link, double first, double second, int first_flag,
-                         int second_flag) {
-  return Bytes().F64(link).F64(first).F64(second).I16(first_flag).I16(second_flag).I32(0);
-}
 
 Lines EndLines(int rules, int one_ways) {
   return {"End of RuleStore section OK : set count = " + std::to_string(rules),

@@ -313,7 +313,7 @@ TEST_F(BuildDriver, CancelAfterTheRulesLeavesTheConnectionsOpen) {
   CancelAt("BRN_TRF_AddTrafficRules returns OK");
   EXPECT_EQ(Build(), 0);
   EXPECT_EQ(Record(Out("linknode.idx"), 2, 16), LinkNodeRecord(3, 0, 36, 36, 30));
-  EXPECT_EQ(Record(Out("mapcalc.dat"), 3, 64), CalcRecord({{0, 300, 30}}));
+  EXPECT_EQ(Record(Out("mapcalc.dat"), 3, 64), CalcConnections({{0, 300, 30}}));
   EXPECT_FALSE(Exists(OutPath("rtweight.dat")));
 }
 
