@@ -129,12 +129,12 @@ class FlushingHost : public Exports {
 
   void ExpectMap() const {
     ExpectNames(MapFiles());
-    ExpectFile("mapcalc.dat", CalcRecord({{1, 100, 10}}) +
-                                  CalcRecord({{0, 100, 10}, {2, 100, 10}}) +
-                                  CalcRecord({{1, 100, 10}}));
-    ExpectFile("node.idx", Index(RawCode(1), 1, 20) + Index(RawCode(2), 0, 20) +
-                               Index(RawCode(4503599627370495), 2, 30));
-    ExpectFile("link.idx", Index(RawCode(11), 1, 30) + Index(RawCode(12), 0, 20));
+    ExpectFile("mapcalc.dat", CalcConnections({{1, 100, 10}}) +
+                                  CalcConnections({{0, 100, 10}, {2, 100, 10}}) +
+                                  CalcConnections({{1, 100, 10}}));
+    ExpectFile("node.idx", IndexRecord(RawCode(1), 1, 20) + IndexRecord(RawCode(2), 0, 20) +
+                               IndexRecord(RawCode(4503599627370495), 2, 30));
+    ExpectFile("link.idx", IndexRecord(RawCode(11), 1, 30) + IndexRecord(RawCode(12), 0, 20));
     ExpectFile("linknode.idx", LinkNodeRecord(0, 1, 36, 36, 10) + LinkNodeRecord(1, 2, 36, 36, 10));
   }
 };
@@ -156,8 +156,8 @@ TEST_F(FlushingHost, SoDoesTheSecondHalfAlone) {
   const HostFloatMode host;
   EXPECT_EQ(ZAT_NWB_BRN400_PathTwo(nullptr, control.data()), 1);
   EXPECT_TRUE(HostFloatMode::IsSet());
-  ExpectFile("node.idx", Index(RawCode(1), 1, 20) + Index(RawCode(2), 0, 20) +
-                             Index(RawCode(4503599627370495), 2, 30));
+  ExpectFile("node.idx", IndexRecord(RawCode(1), 1, 20) + IndexRecord(RawCode(2), 0, 20) +
+                             IndexRecord(RawCode(4503599627370495), 2, 30));
 }
 
 TEST_F(FlushingHost, TheCallersModeComesBackFromEveryFunction) {
