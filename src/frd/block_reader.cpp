@@ -6,15 +6,15 @@
 
 namespace zatlib {
 
-LoadResult BlockReader::Open(const char* path, uint32_t record_size, int64_t block_records) {
+FileResult BlockReader::Open(const char* path, uint32_t record_size, int64_t block_records) {
   Close();
   file_ = platform::File::Open(path, platform::Access::kRead, platform::Share::kRead,
                                platform::Disposition::kOpenExisting, platform::Hint::kSequential);
-  if (!file_.IsOpen()) return LoadResult::kNotOpened;
+  if (!file_.IsOpen()) return FileResult::kNotOpened;
   const int64_t size = file_.Size();
   if (size < 0) {
     Close();
-    return LoadResult::kNotRead;
+    return FileResult::kNotRead;
   }
   size_ = static_cast<uint64_t>(size);
   record_size_ = record_size;
@@ -23,13 +23,13 @@ LoadResult BlockReader::Open(const char* path, uint32_t record_size, int64_t blo
   block_size_ = static_cast<uint64_t>(block_records_) * record_size;
   // One block is enough for a file that is not longer.
   const uint64_t blocks = count_ > block_records_ ? 2 : 1;
-  LoadResult result = LoadResult::kLoaded;
+  FileResult result = FileResult::kDone;
   if (!blocks_.Allocate(blocks * block_size_)) {
-    result = LoadResult::kNoMemory;
+    result = FileResult::kNoMemory;
   } else if (!ReadBlock()) {
-    result = LoadResult::kNotRead;
+    result = FileResult::kNotRead;
   }
-  if (result != LoadResult::kLoaded) Close();
+  if (result != FileResult::kDone) Close();
   return result;
 }
 

@@ -5,7 +5,7 @@
 #include <cstdint>
 
 #include "frd/memory.h"
-#include "frd/whole_file.h"
+#include "frd/record_file.h"
 #include "platform/file.h"
 
 namespace zatlib {
@@ -15,7 +15,7 @@ class BlockReader {
   // Opens the file for reading (others may read), takes memory for two blocks of `block_records`
   // records of `record_size` bytes and reads the first block. An empty file opens. Reports nothing;
   // nothing is held after a failure.
-  LoadResult Open(const char* path, uint32_t record_size, int64_t block_records);
+  FileResult Open(const char* path, uint32_t record_size, int64_t block_records);
 
   // Size of the file in bytes, and its whole records, when it was opened.
   uint64_t size() const { return size_; }

@@ -8,7 +8,7 @@
 #include "frd/key_tree.h"
 #include "frd/keyed_table.h"
 #include "frd/memory.h"
-#include "frd/whole_file.h"
+#include "frd/record_file.h"
 #include "network/workstore/feature_code.h"
 #include "network/workstore/index_sort.h"
 
@@ -24,9 +24,9 @@ class StoreTable {
   // More than kMaxRecords records count as no memory.
   StoreTableResult Load(const char* path) {
     constexpr uint64_t kMostBytes = (static_cast<uint64_t>(kMaxRecords) + 1) * sizeof(Record) - 1;
-    const LoadResult loaded = LoadWholeFile(path, &image_, kMostBytes);
-    if (loaded == LoadResult::kNoMemory) return StoreTableResult::kNoMemory;
-    if (loaded != LoadResult::kLoaded) return StoreTableResult::kNotRead;
+    const FileResult loaded = LoadFile(path, &image_, {.most_bytes = kMostBytes});
+    if (loaded == FileResult::kNoMemory) return StoreTableResult::kNoMemory;
+    if (loaded != FileResult::kDone) return StoreTableResult::kNotRead;
     count_ = image_.count<Record>();
     return index_.Allocate(static_cast<uint64_t>(count_) + 2) ? StoreTableResult::kLoaded
                                                               : StoreTableResult::kNoMemory;

@@ -4,13 +4,14 @@
 #include <cstring>
 
 #include "frd/block_reader.h"
-#include "frd/control.h"
 #include "frd/files.h"
 #include "frd/key_tree.h"
 #include "frd/log.h"
 #include "frd/long_pass.h"
 #include "frd/memory.h"
 #include "frd/parallel.h"
+#include "frd/record_file.h"
+#include "frd/step.h"
 #include "network/network_data.h"
 #include "network/network_files.h"
 
@@ -19,35 +20,6 @@ namespace {
 
 constexpr int64_t kBlockRecords = 0x4000;  // records of a file that are read at a time
 constexpr int64_t kRecordsOfPart = 2048;   // and that a thread takes at a time
-
-// Reads the first `count` records of a file of the output folder; false when it cannot be opened
-// or is shorter.
-template <typename Record>
-bool LoadFile(const char* path, PageArray<Record>* records, int64_t count) {
-  platform::File file =
-      platform::File::Open(path, platform::Access::kRead, platform::Share::kRead,
-                           platform::Disposition::kOpenExisting, platform::Hint::kSequential);
-  return file.IsOpen() &&
-         ReadExactly(file, records->data(), static_cast<uint64_t>(count) * sizeof(Record));
-}
-
-// The same for a file that gave the count itself. One that could not be opened when its records
-// were counted, but can now, must not pass for an empty one.
-template <typename Record>
-bool LoadCounted(const char* path, PageArray<Record>* records, int64_t count) {
-  return static_cast<int64_t>(FileSize(path) / sizeof(Record)) == count &&
-         LoadFile(path, records, count);
-}
-
-template <typename Record>
-bool SaveRecords(const char* path, const PageArray<Record>& records, int64_t count) {
-  return SaveFile(path, records.data(), static_cast<uint64_t>(count) * sizeof(Record)) ==
-         SaveResult::kSaved;
-}
-
-int64_t CountRecords(const char* path, size_t size) {
-  return static_cast<int64_t>(FileSize(path) / size);
-}
 
 // A link's flags as the nodes take them; kDummyFlags for a dummy link, which no node counts.
 using NodeFlags = uint16_t;
@@ -84,213 +56,286 @@ void StartParts(Workers& workers, int64_t count, Body body) {
   });
 }
 
-int FinishNodeAttribute(WindowHandle owner, const char* control_file, int64_t* node_count,
-                        int64_t* link_count) {
-  constexpr char kFileTitle[] = "File Error in BRN_FinishNodeAttribute";
-  const PathText node_link_path = OutputPath(control_file, kNodeLinkFile);
-  const PathText node_name_path = OutputPath(control_file, kNodeNameFile);
-  const PathText attribute_path = OutputPath(control_file, kNodeAttributeFile);
-  const PathText link_name_path = OutputPath(control_file, kLinkNameFile);
-  const PathText connection_path = OutputPath(control_file, kConnectionAttributeFile);
-  const int64_t n = CountRecords(node_link_path.c_str(), sizeof(NodeLinks));
-  const int64_t l = CountRecords(link_name_path.c_str(), sizeof(LinkNameRecord));
-  *node_count = n;
-  *link_count = l;
-  const auto fail_memory = [owner, n, l] {
-    ReportError(owner, "Memory Error in BRN_FinishNodeAttribute",
-                "Can't allocate the memory for 5 indexes (node=%ld,link=%ld) !", ShownAs<long>(n),
-                ShownAs<long>(l));
-    return 0;
-  };
-  // What is written is held; of the links their flags are enough, and the nodes' links pass by.
-  PageArray<NodeNameRecord> node_names;
-  PageArray<uint8_t> attributes;
-  PageArray<NodeFlags> flags;
-  PageArray<SlotBytes> connections;
-  if (n > kMaxRecords || l > kMaxRecords || !node_names.Allocate(static_cast<uint64_t>(n)) ||
-      !attributes.Allocate(static_cast<uint64_t>(n) + 2) ||
-      !flags.Allocate(static_cast<uint64_t>(l) + 2) ||
-      !connections.Allocate(static_cast<uint64_t>(n))) {
-    return fail_memory();
-  }
-  const auto fail_links = [&] {
-    ReportError(owner, kFileTitle, "Can't read the NodeLinkIndex file (%s) !",
-                node_link_path.c_str());
-    return 0;
-  };
-  const auto fail_names = [&] {
-    ReportError(owner, kFileTitle, "Can't read the LinkName file (%s) !", link_name_path.c_str());
-    return 0;
-  };
-  BlockReader node_links;
-  LoadResult opened = node_links.Open(node_link_path.c_str(), sizeof(NodeLinks), kBlockRecords);
-  if (opened == LoadResult::kNoMemory) return fail_memory();
-  if (opened != LoadResult::kLoaded || node_links.count() != n) return fail_links();
-  if (!LoadFile(node_name_path.c_str(), &node_names, n)) {
-    ReportError(owner, kFileTitle, "Can't read the NodeName file (%s) !", node_name_path.c_str());
-    return 0;
-  }
-  if (!LoadFile(attribute_path.c_str(), &attributes, n)) {
-    ReportError(owner, kFileTitle, "Can't read the NodeAttribute file (%s) !",
-                attribute_path.c_str());
-    return 0;
-  }
-  BlockReader link_names;
-  opened = link_names.Open(link_name_path.c_str(), sizeof(LinkNameRecord), kBlockRecords);
-  if (opened == LoadResult::kNoMemory) return fail_memory();
-  if (opened != LoadResult::kLoaded || link_names.count() != l) return fail_names();
+// The files of the node attribute step, with their texts.
+struct AttributeFile {
+  const char* file;
+  MessageText<const char*> not_read;
+  MessageText<const char*> not_written = "";
+};
+constexpr AttributeFile kNodeLinks = {.file = kNodeLinkFile,
+                                      .not_read = "Can't read the NodeLinkIndex file (%s) !"};
+constexpr AttributeFile kLinkNames = {.file = kLinkNameFile,
+                                      .not_read = "Can't read the LinkName file (%s) !"};
+constexpr AttributeFile kNodeNames = {.file = kNodeNameFile,
+                                      .not_read = "Can't read the NodeName file (%s) !",
+                                      .not_written = "Can't write the NodeName file (%s) !"};
+constexpr AttributeFile kNodeAttributes = {
+    .file = kNodeAttributeFile,
+    .not_read = "Can't read the NodeAttribute file (%s) !",
+    .not_written = "Can't write the NodeAttribute file (%s) !"};
+constexpr AttributeFile kCalcAttributes = {
+    .file = kConnectionAttributeFile,
+    .not_read = "",
+    .not_written = "Can't write the CalcAttribute file (%s) !"};
 
-  Workers workers;
-  while (link_names.records_in_block() > 0) {
-    const int64_t first = link_names.first();
-    const int64_t count = link_names.records_in_block();
-    const auto* const names = link_names.records<LinkNameRecord>();
-    NodeFlags* const out = flags.data() + first;
-    StartParts(workers, count, [=](int64_t i) { out[i] = FlagsForNodes(names[i]); });
-    link_names.Advance();
-    workers.Finish();
-    if (!link_names.failed() && CancelledWithin(first, first + count)) return 0;
+// The node attributes in the making. What is written is held; of the links their flags are enough,
+// and the nodes' links pass by.
+class AttributeBuilder {
+ public:
+  explicit AttributeBuilder(const Step& step)
+      : step_(step),
+        node_count_(CountRecords(step.Path(kNodeLinkFile).c_str(), sizeof(NodeLinks))),
+        link_count_(CountRecords(step.Path(kLinkNameFile).c_str(), sizeof(LinkNameRecord))) {}
+
+  int64_t node_count() const { return node_count_; }
+  int64_t link_count() const { return link_count_; }
+
+  Outcome Run() {
+    BlockReader node_links;
+    BlockReader link_names;
+    Outcome outcome = Reserve();
+    if (IsDone(outcome)) outcome = Open(kNodeLinks, sizeof(NodeLinks), node_count_, &node_links);
+    if (IsDone(outcome)) outcome = Load(kNodeNames, node_names_.data());
+    if (IsDone(outcome)) outcome = Load(kNodeAttributes, attributes_.data());
+    if (IsDone(outcome)) {
+      outcome = Open(kLinkNames, sizeof(LinkNameRecord), link_count_, &link_names);
+    }
+    if (IsDone(outcome)) outcome = TakeFlags(link_names);
+    link_names.Close();
+    if (IsDone(outcome)) outcome = SetAttributes(node_links);
+    if (IsDone(outcome)) outcome = Save(kNodeNames, node_names_.data());
+    if (IsDone(outcome)) outcome = Save(kNodeAttributes, attributes_.data());
+    if (IsDone(outcome)) outcome = Save(kCalcAttributes, connections_.data());
+    return outcome;
   }
-  if (link_names.failed()) return fail_names();
-  link_names.Close();
-  while (node_links.records_in_block() > 0) {
-    const int64_t first = node_links.first();
-    const int64_t count = node_links.records_in_block();
-    const auto* const links = node_links.records<NodeLinks>();
-    StartParts(workers, count, [=, &node_names, &attributes, &flags, &connections](int64_t i) {
-      const auto node = static_cast<uint64_t>(first + i);
-      const uint8_t attribute = NodeAttribute(links[i], flags.data(), l, &connections[node]);
-      attributes[node] = attribute;
-      node_names[node].Attribute = attribute;
-    });
-    node_links.Advance();
-    workers.Finish();
-    if (node_links.failed()) return fail_links();
-    if (CancelledWithin(first, first + count)) return 0;
+
+ private:
+  Outcome Reserve() {
+    const auto nodes = static_cast<uint64_t>(node_count_);
+    const auto links = static_cast<uint64_t>(link_count_);
+    const bool reserved = node_count_ <= kMaxRecords && link_count_ <= kMaxRecords &&
+                          node_names_.Allocate(nodes) && attributes_.Allocate(nodes + 2) &&
+                          flags_.Allocate(links + 2) && connections_.Allocate(nodes);
+    return reserved ? Outcome::kDone : FailMemory();
   }
-  if (!SaveRecords(node_name_path.c_str(), node_names, n)) {
-    ReportError(owner, kFileTitle, "Can't write the NodeName file (%s) !", node_name_path.c_str());
-    return 0;
+
+  Outcome FailMemory() const {
+    return step_.Fail(kMemoryError, "Can't allocate the memory for 5 indexes (node=%ld,link=%ld) !",
+                      ShownAs<long>(node_count_), ShownAs<long>(link_count_));
   }
-  if (!SaveRecords(attribute_path.c_str(), attributes, n)) {
-    ReportError(owner, kFileTitle, "Can't write the NodeAttribute file (%s) !",
-                attribute_path.c_str());
-    return 0;
+
+  Outcome FailRead(const AttributeFile& file) const {
+    return step_.Fail(kFileError, file.not_read, step_.Path(file.file).c_str());
   }
-  if (!SaveRecords(connection_path.c_str(), connections, n)) {
-    ReportError(owner, kFileTitle, "Can't write the CalcAttribute file (%s) !",
-                connection_path.c_str());
-    return 0;
+
+  // Opens a file that must hold as many records as were counted.
+  Outcome Open(const AttributeFile& file, uint32_t record_size, int64_t count,
+               BlockReader* reader) const {
+    const FileResult opened =
+        reader->Open(step_.Path(file.file).c_str(), record_size, kBlockRecords);
+    if (opened == FileResult::kNoMemory) return FailMemory();
+    const bool whole = opened == FileResult::kDone && reader->count() == count;
+    return whole ? Outcome::kDone : FailRead(file);
   }
-  return 1;
-}
+
+  // A record a node, of a file that may hold more.
+  template <typename Record>
+  Outcome Load(const AttributeFile& file, Record* records) const {
+    const FileResult loaded = LoadRecords(step_.Path(file.file).c_str(), records, node_count_);
+    return loaded == FileResult::kDone ? Outcome::kDone : FailRead(file);
+  }
+
+  template <typename Record>
+  Outcome Save(const AttributeFile& file, const Record* records) const {
+    const PathText path = step_.Path(file.file);
+    if (SaveRecords(path.c_str(), records, node_count_) == FileResult::kDone) {
+      return Outcome::kDone;
+    }
+    return step_.Fail(kFileError, file.not_written, path.c_str());
+  }
+
+  Outcome TakeFlags(BlockReader& link_names) {
+    while (link_names.records_in_block() > 0) {
+      const int64_t first = link_names.first();
+      const int64_t count = link_names.records_in_block();
+      const auto* const names = link_names.records<LinkNameRecord>();
+      NodeFlags* const out = flags_.data() + first;
+      StartParts(workers_, count, [=](int64_t i) { out[i] = FlagsForNodes(names[i]); });
+      link_names.Advance();
+      workers_.Finish();
+      if (link_names.failed()) return FailRead(kLinkNames);
+      if (CancelledWithin(first, first + count)) return Outcome::kCancelled;
+    }
+    return Outcome::kDone;
+  }
+
+  Outcome SetAttributes(BlockReader& node_links) {
+    while (node_links.records_in_block() > 0) {
+      const int64_t first = node_links.first();
+      const int64_t count = node_links.records_in_block();
+      const auto* const links = node_links.records<NodeLinks>();
+      StartParts(workers_, count, [this, first, links](int64_t i) {
+        const auto node = static_cast<uint64_t>(first + i);
+        const uint8_t attribute =
+            NodeAttribute(links[i], flags_.data(), link_count_, &connections_[node]);
+        attributes_[node] = attribute;
+        node_names_[node].Attribute = attribute;
+      });
+      node_links.Advance();
+      workers_.Finish();
+      if (node_links.failed()) return FailRead(kNodeLinks);
+      if (CancelledWithin(first, first + count)) return Outcome::kCancelled;
+    }
+    return Outcome::kDone;
+  }
+
+  const Step& step_;
+  int64_t node_count_;
+  int64_t link_count_;
+  PageArray<NodeNameRecord> node_names_;
+  PageArray<uint8_t> attributes_;
+  PageArray<NodeFlags> flags_;
+  PageArray<SlotBytes> connections_;
+  Workers workers_;
+};
 
 // The files and texts of one name step.
 struct NameTexts {
+  const char* step;
   const char* status;
   const char* store;
   const char* index;
   const char* names;
-  const char* memory_title;
-  const char* file_title;
-  const char* store_memory;  // with %ld
-  const char* store_error;   // with %s, as the other errors
-  const char* index_memory;
-  const char* index_error;
-  const char* names_memory;
-  const char* names_error;
-  const char* save_error;
-  const char* summary;  // with %ld (records), %d (store), %ld (hits), %d (result)
-};
-
-struct NameCounts {
-  int64_t records = 0;
-  int64_t stored = 0;
-  int64_t hits = 0;
+  MessageText<long> store_memory;
+  MessageText<const char*> store_error;
+  MessageText<long> index_memory;
+  MessageText<const char*> index_error;
+  MessageText<long> names_memory;
+  MessageText<const char*> names_error;
+  MessageText<const char*> save_error;
+  MessageText<long, int, long, int> summary;  // records, stored names, hits, result
 };
 
 // Puts the stored names of one kind into the name records, with `put(store record, name record)`.
 template <typename Name, typename Put>
-int FinishNames(WindowHandle owner, const char* control_file, const NameTexts& texts,
-                NameCounts* counts, Put put) {
-  const PathText store_path = OutputPath(control_file, texts.store);
-  const PathText index_path = OutputPath(control_file, texts.index);
-  const PathText names_path = OutputPath(control_file, texts.names);
-  BlockReader store;
-  PageArray<CodeIndexRecord> index;
-  PageArray<Name> names;
-  counts->stored = CountRecords(store_path.c_str(), sizeof(NameStoreRecord));
-  const auto fail_store = [&] {
-    ReportError(owner, texts.file_title, texts.store_error, store_path.c_str());
-    return 0;
-  };
-  const LoadResult opened =
-      counts->stored > kMaxRecords
-          ? LoadResult::kNoMemory
-          : store.Open(store_path.c_str(), sizeof(NameStoreRecord), kBlockRecords);
-  if (opened == LoadResult::kNoMemory) {
-    ReportError(owner, texts.memory_title, texts.store_memory, ShownAs<long>(counts->stored));
-    return 0;
-  }
-  if (opened != LoadResult::kLoaded || store.count() != counts->stored) return fail_store();
-  counts->records = CountRecords(index_path.c_str(), sizeof(CodeIndexRecord));
-  const int64_t n = counts->records;
-  if (n > kMaxRecords || !index.Allocate(static_cast<uint64_t>(n))) {
-    ReportError(owner, texts.memory_title, texts.index_memory, ShownAs<long>(n));
-    return 0;
-  }
-  if (!LoadCounted(index_path.c_str(), &index, n)) {
-    ReportError(owner, texts.file_title, texts.index_error, index_path.c_str());
-    return 0;
-  }
-  if (!names.Allocate(static_cast<uint64_t>(n))) {
-    ReportError(owner, texts.memory_title, texts.names_memory, static_cast<long>(n));
-    return 0;
-  }
-  if (!LoadFile(names_path.c_str(), &names, n)) {
-    ReportError(owner, texts.file_title, texts.names_error, names_path.c_str());
-    return 0;
-  }
-  KeyTree tree;
-  tree.Build(index.data(), n);
-  Workers workers;
-  while (store.records_in_block() > 0) {
-    const int64_t first = store.first();
-    const int64_t count = store.records_in_block();
-    const auto* const records = store.records<NameStoreRecord>();
-    // One after another, since a later name overwrites an earlier one.
-    workers.Start(1, [&, count, records](int64_t) {
-      for (int64_t i = 0; i < count; ++i) {
-        const int64_t found = tree.Find(records[i].Code.AsDouble());
-        const int32_t number = found < 0 ? -1 : index[static_cast<uint64_t>(found)].Number;
-        if (number < 0 || number >= n) continue;
-        put(records[i], &names[static_cast<uint64_t>(number)]);
-        ++counts->hits;
-      }
-    });
-    store.Advance();
-    workers.Finish();
-    if (store.failed()) {
-      counts->hits = 0;
-      return fail_store();
+class NameStep {
+ public:
+  NameStep(const Step& step, const NameTexts& texts, Put put)
+      : step_(step), texts_(texts), put_(put) {}
+
+  // Records of the index, names in the store, and those that found their record.
+  int64_t count() const { return count_; }
+  int64_t stored() const { return stored_; }
+  int64_t hits() const { return hits_; }
+
+  Outcome Run() {
+    Outcome outcome = OpenStore();
+    if (IsDone(outcome)) outcome = LoadIndex();
+    if (IsDone(outcome)) outcome = LoadNames();
+    if (IsDone(outcome)) outcome = PutNames();
+    if (!IsDone(outcome)) return outcome;
+    const PathText path = step_.Path(texts_.names);
+    if (SaveRecords(path.c_str(), names_.data(), count_) == FileResult::kDone) {
+      return Outcome::kDone;
     }
-    if (CancelledWithin(first, first + count)) return 0;
+    return step_.Fail(kFileError, texts_.save_error, path.c_str());
   }
-  if (!SaveRecords(names_path.c_str(), names, n)) {
-    ReportError(owner, texts.file_title, texts.save_error, names_path.c_str());
-    return 0;
+
+ private:
+  Outcome FailStore() const {
+    return step_.Fail(kFileError, texts_.store_error, step_.Path(texts_.store).c_str());
   }
-  return 1;
-}
+
+  Outcome OpenStore() {
+    const PathText path = step_.Path(texts_.store);
+    stored_ = CountRecords(path.c_str(), sizeof(NameStoreRecord));
+    const FileResult opened =
+        stored_ > kMaxRecords ? FileResult::kNoMemory
+                              : store_.Open(path.c_str(), sizeof(NameStoreRecord), kBlockRecords);
+    if (opened == FileResult::kNoMemory) {
+      return step_.Fail(kMemoryError, texts_.store_memory, ShownAs<long>(stored_));
+    }
+    const bool whole = opened == FileResult::kDone && store_.count() == stored_;
+    return whole ? Outcome::kDone : FailStore();
+  }
+
+  // An index that could not be opened when its records were counted, but can now, must not pass for
+  // an empty one.
+  Outcome LoadIndex() {
+    const PathText path = step_.Path(texts_.index);
+    count_ = CountRecords(path.c_str(), sizeof(CodeIndexRecord));
+    if (count_ > kMaxRecords || !index_.Allocate(static_cast<uint64_t>(count_))) {
+      return step_.Fail(kMemoryError, texts_.index_memory, ShownAs<long>(count_));
+    }
+    if (CountRecords(path.c_str(), sizeof(CodeIndexRecord)) != count_ ||
+        LoadRecords(path.c_str(), index_.data(), count_) != FileResult::kDone) {
+      return step_.Fail(kFileError, texts_.index_error, path.c_str());
+    }
+    return Outcome::kDone;
+  }
+
+  Outcome LoadNames() {
+    if (!names_.Allocate(static_cast<uint64_t>(count_))) {
+      return step_.Fail(kMemoryError, texts_.names_memory, static_cast<long>(count_));
+    }
+    const PathText path = step_.Path(texts_.names);
+    if (LoadRecords(path.c_str(), names_.data(), count_) != FileResult::kDone) {
+      return step_.Fail(kFileError, texts_.names_error, path.c_str());
+    }
+    return Outcome::kDone;
+  }
+
+  // One after another, since a later name overwrites an earlier one.
+  void PutBlock(const KeyTree& tree, const NameStoreRecord* records, int64_t count) {
+    for (int64_t i = 0; i < count; ++i) {
+      const int64_t found = tree.Find(records[i].Code.AsDouble());
+      const int32_t number = found < 0 ? -1 : index_[static_cast<uint64_t>(found)].Number;
+      if (number < 0 || number >= count_) continue;
+      put_(records[i], &names_[static_cast<uint64_t>(number)]);
+      ++hits_;
+    }
+  }
+
+  Outcome PutNames() {
+    KeyTree tree;
+    tree.Build(index_.data(), count_);
+    Workers workers;
+    while (store_.records_in_block() > 0) {
+      const int64_t first = store_.first();
+      const int64_t count = store_.records_in_block();
+      const auto* const records = store_.records<NameStoreRecord>();
+      workers.Start(1, [&, count, records](int64_t) { PutBlock(tree, records, count); });
+      store_.Advance();
+      workers.Finish();
+      if (store_.failed()) {
+        hits_ = 0;
+        return FailStore();
+      }
+      if (CancelledWithin(first, first + count)) return Outcome::kCancelled;
+    }
+    return Outcome::kDone;
+  }
+
+  const Step& step_;
+  const NameTexts& texts_;
+  Put put_;
+  BlockReader store_;
+  PageArray<CodeIndexRecord> index_;
+  PageArray<Name> names_;
+  int64_t count_ = 0;
+  int64_t stored_ = 0;
+  int64_t hits_ = 0;
+};
 
 template <typename Name, typename Put>
 int RunNameStep(WindowHandle owner, const char* control_file, const NameTexts& texts, Put put) {
-  if (BRN_BeginStep(texts.status) == 0) return 0;
-  NameCounts counts;
-  const int result = FinishNames<Name>(owner, control_file, texts, &counts, put);
-  if (WantsSummary(control_file)) {
-    LogBuild(texts.summary, ShownAs<long>(counts.records), ShownAs<int>(counts.stored),
-             ShownAs<long>(counts.hits), result);
+  const Step step(owner, control_file, texts.step);
+  if (!IsDone(step.Begin(texts.status))) return 0;
+  NameStep<Name, Put> names(step, texts, put);
+  const int result = AsResult(names.Run());
+  if (step.WantsSummary()) {
+    LogText(texts.summary, ShownAs<long>(names.count()), ShownAs<int>(names.stored()),
+            ShownAs<long>(names.hits()), result);
   }
   return result;
 }
@@ -298,33 +343,33 @@ int RunNameStep(WindowHandle owner, const char* control_file, const NameTexts& t
 }  // namespace
 
 int BRN_FinishNodeAttribute(WindowHandle owner, const char* control_file) {
-  if (BRN_BeginStep("Finishing Node Attribute...") == 0) return 0;
-  int64_t node_count = 0;
-  int64_t link_count = 0;
-  const int result = FinishNodeAttribute(owner, control_file, &node_count, &link_count);
-  if (WantsSummary(control_file)) {
+  const Step step(owner, control_file, "BRN_FinishNodeAttribute");
+  if (!IsDone(step.Begin("Finishing Node Attribute..."))) return 0;
+  AttributeBuilder attributes(step);
+  const int result = AsResult(attributes.Run());
+  if (step.WantsSummary()) {
     LogBuild("lnNumNode=%ld, lnNumLink=%ld, BRN_FinishNodeAttriute returns=%d",
-             ShownAs<long>(node_count), ShownAs<long>(link_count), result);
+             ShownAs<long>(attributes.node_count()), ShownAs<long>(attributes.link_count()),
+             result);
   }
   return result;
 }
 
 int BRN_FinishNodeName(WindowHandle owner, const char* control_file) {
-  static const NameTexts kTexts = {
-      "Finishing Node Name...",
-      kNodeNameStoreFile,
-      kNodeIndexFile,
-      kNodeNameFile,
-      "Memory Error in BRN_FinishNodeName",
-      "File Error in BRN_FinishNodeName",
-      "Can't allocate the memory for NodeNameStore : num store = %ld",
-      "Can't open / read the NodeNameStore(%s)!",
-      "Can't allocate the memory for NodeIndex : num node = %ld",
-      "Can't open / read the NodeIndex(%s)!",
-      "Can't allocate the memory for NodeName : num node = %ld",
-      "Can't open / read the NodeName (%s) !",
-      "Can't save the NodeName (%s) !",
-      "lnNumNode=%ld, Storage=%d, HitNodeName=%ld, BRN_FinishNodeName returns=%d"};
+  static constexpr NameTexts kTexts = {
+      .step = "BRN_FinishNodeName",
+      .status = "Finishing Node Name...",
+      .store = kNodeNameStoreFile,
+      .index = kNodeIndexFile,
+      .names = kNodeNameFile,
+      .store_memory = "Can't allocate the memory for NodeNameStore : num store = %ld",
+      .store_error = "Can't open / read the NodeNameStore(%s)!",
+      .index_memory = "Can't allocate the memory for NodeIndex : num node = %ld",
+      .index_error = "Can't open / read the NodeIndex(%s)!",
+      .names_memory = "Can't allocate the memory for NodeName : num node = %ld",
+      .names_error = "Can't open / read the NodeName (%s) !",
+      .save_error = "Can't save the NodeName (%s) !",
+      .summary = "lnNumNode=%ld, Storage=%d, HitNodeName=%ld, BRN_FinishNodeName returns=%d"};
   return RunNameStep<NodeNameRecord>(owner, control_file, kTexts,
                                      [](const NameStoreRecord& stored, NodeNameRecord* name) {
                                        std::memcpy(name->Name, stored.Name, sizeof name->Name);
@@ -333,21 +378,20 @@ int BRN_FinishNodeName(WindowHandle owner, const char* control_file) {
 }
 
 int BRN_FinishLinkName(WindowHandle owner, const char* control_file) {
-  static const NameTexts kTexts = {
-      "Finishing Link Name...",
-      kLinkNameStoreFile,
-      kLinkIndexFile,
-      kLinkNameFile,
-      "Memory Error in BRN_FinishLinkName",
-      "File Error in BRN_FinishLinkName",
-      "Can't allocate the memory for LinkNameStore : num store = %ld",
-      "Can't open / read the LinkNameStore(%s)!",
-      "Can't allocate the memory for LinkIndex : num link = %ld",
-      "Can't open / read the LinkIndex(%s)!",
-      "Can't allocate the memory for LinkName : num link = %ld",
-      "Can't open / read the LinkName (%s) !",
-      "Can't save the LinkName (%s) !",
-      "lnNumLink=%ld, Storage=%d, HitLinkName=%ld, BRN_FinishLinkName returns=%d"};
+  static constexpr NameTexts kTexts = {
+      .step = "BRN_FinishLinkName",
+      .status = "Finishing Link Name...",
+      .store = kLinkNameStoreFile,
+      .index = kLinkIndexFile,
+      .names = kLinkNameFile,
+      .store_memory = "Can't allocate the memory for LinkNameStore : num store = %ld",
+      .store_error = "Can't open / read the LinkNameStore(%s)!",
+      .index_memory = "Can't allocate the memory for LinkIndex : num link = %ld",
+      .index_error = "Can't open / read the LinkIndex(%s)!",
+      .names_memory = "Can't allocate the memory for LinkName : num link = %ld",
+      .names_error = "Can't open / read the LinkName (%s) !",
+      .save_error = "Can't save the LinkName (%s) !",
+      .summary = "lnNumLink=%ld, Storage=%d, HitLinkName=%ld, BRN_FinishLinkName returns=%d"};
   return RunNameStep<LinkNameRecord>(owner, control_file, kTexts,
                                      [](const NameStoreRecord& stored, LinkNameRecord* name) {
                                        std::memcpy(name->Name, stored.Name, sizeof name->Name);

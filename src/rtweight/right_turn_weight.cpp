@@ -67,19 +67,14 @@ int Fail(WindowHandle owner, const char* format, ...) {
 // Opens a node file, which must not be empty, and reads its first block.
 int OpenInput(WindowHandle owner, const char* path, uint64_t least_size, uint32_t record_size,
               BlockReader* file) {
-  const LoadResult result = FileSize(path) < least_size
-                                ? LoadResult::kNoMemory
+  const FileResult result = FileSize(path) < least_size
+                                ? FileResult::kNoMemory
                                 : file->Open(path, record_size, kBlockNodes);
-  switch (result) {
-    case LoadResult::kLoaded:
-      return 1;
-    case LoadResult::kNoMemory:
-      return Fail(owner, "Can't find the file / allcate the memory : %s", path);
-    case LoadResult::kNotOpened:
-      return Fail(owner, "Can't open the file : %s", path);
-    case LoadResult::kNotRead:
-      break;
+  if (result == FileResult::kDone) return 1;
+  if (result == FileResult::kNoMemory) {
+    return Fail(owner, "Can't find the file / allcate the memory : %s", path);
   }
+  if (result == FileResult::kNotOpened) return Fail(owner, "Can't open the file : %s", path);
   return Fail(owner, "Can't read the file : %s", path);
 }
 

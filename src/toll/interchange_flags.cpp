@@ -5,7 +5,7 @@
 #include "frd/control.h"
 #include "frd/files.h"
 #include "frd/keyed_table.h"
-#include "frd/whole_file.h"
+#include "frd/record_file.h"
 #include "network/network_files.h"
 #include "platform/profile.h"
 
@@ -37,9 +37,9 @@ constexpr char kNotCreated[] = "Can't open the %s for output : %s";
 constexpr char kNotWritten[] = "Can't write the %s : %s";
 
 constexpr const char* kLoadErrors[] = {nullptr, kNoMemory, kNotOpened, kNotRead};
-static_assert(static_cast<int>(LoadResult::kNoMemory) == 1);
-static_assert(static_cast<int>(LoadResult::kNotOpened) == 2);
-static_assert(static_cast<int>(LoadResult::kNotRead) == 3);
+static_assert(static_cast<int>(FileResult::kNoMemory) == 1);
+static_assert(static_cast<int>(FileResult::kNotOpened) == 2);
+static_assert(static_cast<int>(FileResult::kNotRead) == 3);
 constexpr const char* kSaveErrors[] = {nullptr, kNotCreated, kNotWritten};
 static_assert(static_cast<int>(SaveResult::kNotOpened) == 1);
 static_assert(static_cast<int>(SaveResult::kNotWritten) == 2);
@@ -61,7 +61,8 @@ struct Stage {
     if (size == 0 || (exact_size >= 0 && size != static_cast<uint64_t>(exact_size))) {
       return Fail(kNotFound, object);
     }
-    const char* error = kLoadErrors[static_cast<int>(LoadWholeFile(path.c_str(), size, file))];
+    const char* error = kLoadErrors[static_cast<int>(
+        LoadFile(path.c_str(), file, {.exact_bytes = static_cast<int64_t>(size)}))];
     return error == nullptr || Fail(error, object);
   }
 

@@ -6,19 +6,12 @@ namespace {
 constexpr char kFileTitle[] = "File Error";
 constexpr char kMemoryTitle[] = "Memory Error";
 
-int Report(WindowHandle owner, LoadResult result, const PathText& path) {
-  switch (result) {
-    case LoadResult::kLoaded:
-      return 1;
-    case LoadResult::kNoMemory:
-      return ReportNoMemory(owner, path);
-    case LoadResult::kNotOpened:
-      ReportError(owner, kFileTitle, "Can't open %s !", path.c_str());
-      return 0;
-    case LoadResult::kNotRead:
-      break;
-  }
-  return ReportNotRead(owner, path);
+int Report(WindowHandle owner, FileResult result, const PathText& path) {
+  if (result == FileResult::kDone) return 1;
+  if (result == FileResult::kNoMemory) return ReportNoMemory(owner, path);
+  if (result != FileResult::kNotOpened) return ReportNotRead(owner, path);
+  ReportError(owner, kFileTitle, "Can't open %s !", path.c_str());
+  return 0;
 }
 
 }  // namespace
@@ -35,13 +28,13 @@ int ReportNoMemory(WindowHandle owner, const PathText& path) {
 
 int LoadTable(WindowHandle owner, const char* folder, const char* name, TableFile* table) {
   table->path = PathIn(folder, name);
-  return Report(owner, LoadWholeFile(table->path.c_str(), &table->content), table->path);
+  return Report(owner, LoadFile(table->path.c_str(), &table->content), table->path);
 }
 
 int OpenTable(WindowHandle owner, const char* folder, const char* name, uint32_t record_size,
               int64_t block_records, TableReader* table) {
   table->path = PathIn(folder, name);
-  const LoadResult result = table->blocks.Open(table->path.c_str(), record_size, block_records);
+  const FileResult result = table->blocks.Open(table->path.c_str(), record_size, block_records);
   return Report(owner, result, table->path);
 }
 

@@ -7,7 +7,7 @@
 #include "frd/block_reader.h"
 #include "frd/control.h"
 #include "frd/files.h"
-#include "frd/whole_file.h"
+#include "frd/record_file.h"
 
 namespace zatlib {
 

@@ -19,7 +19,7 @@ class BlockReaderTest : public LibraryTest {
     for (int i = 0; i < 7; ++i) bytes.I32(i);
     WriteBytes(path_, bytes.Text("xyz", 3));
   }
-  LoadResult Open(int64_t block_records) {
+  FileResult Open(int64_t block_records) {
     return reader_.Open(path_.c_str(), sizeof(int32_t), block_records);
   }
   std::string path_ = folder_ / "table.dat";
@@ -27,7 +27,7 @@ class BlockReaderTest : public LibraryTest {
 };
 
 TEST_F(BlockReaderTest, HandsOutTheFileInBlocks) {
-  ASSERT_EQ(Open(3), LoadResult::kLoaded);
+  ASSERT_EQ(Open(3), FileResult::kDone);
   EXPECT_EQ(reader_.size(), 31u);
   EXPECT_EQ(reader_.count(), 7);
   const struct {
@@ -49,7 +49,7 @@ TEST_F(BlockReaderTest, HandsOutTheFileInBlocks) {
 }
 
 TEST_F(BlockReaderTest, ABlockStaysWhileTheNextOneIsRead) {
-  ASSERT_EQ(Open(3), LoadResult::kLoaded);
+  ASSERT_EQ(Open(3), FileResult::kDone);
   const int32_t* const before = reader_.records<int32_t>();
   ASSERT_TRUE(reader_.Advance());
   EXPECT_EQ(before[2], 2);
@@ -58,7 +58,7 @@ TEST_F(BlockReaderTest, ABlockStaysWhileTheNextOneIsRead) {
 
 TEST_F(BlockReaderTest, OneBlockMayHoldEverything) {
   for (const int64_t records : {7, 8, 1000000}) {
-    ASSERT_EQ(Open(records), LoadResult::kLoaded);
+    ASSERT_EQ(Open(records), FileResult::kDone);
     EXPECT_EQ(reader_.records_in_block(), 7);
     EXPECT_TRUE(reader_.Advance());
     EXPECT_EQ(reader_.records_in_block(), 0);
@@ -67,7 +67,7 @@ TEST_F(BlockReaderTest, OneBlockMayHoldEverything) {
 
 TEST_F(BlockReaderTest, AnEmptyFileHasNoBlock) {
   WriteBytes(path_, "");
-  ASSERT_EQ(Open(3), LoadResult::kLoaded);
+  ASSERT_EQ(Open(3), FileResult::kDone);
   EXPECT_EQ(reader_.count(), 0);
   EXPECT_EQ(reader_.records_in_block(), 0);
   EXPECT_TRUE(reader_.Advance());
@@ -75,18 +75,18 @@ TEST_F(BlockReaderTest, AnEmptyFileHasNoBlock) {
 
 TEST_F(BlockReaderTest, TellsWhatFailedAndHoldsNothingThen) {
   ArmFault(Operation::kOpen, 1, false);
-  EXPECT_EQ(Open(3), LoadResult::kNotOpened);
+  EXPECT_EQ(Open(3), FileResult::kNotOpened);
   ArmFault(Operation::kAllocate, 1, false);
-  EXPECT_EQ(Open(3), LoadResult::kNoMemory);
+  EXPECT_EQ(Open(3), FileResult::kNoMemory);
   ArmFault(Operation::kRead, 1, false);
-  EXPECT_EQ(Open(3), LoadResult::kNotRead);
+  EXPECT_EQ(Open(3), FileResult::kNotRead);
   platform::ClearFaults();
   EXPECT_EQ(reader_.size(), 0u);
   EXPECT_EQ(reader_.records_in_block(), 0);
 }
 
 TEST_F(BlockReaderTest, AFailedReadEndsTheBlocks) {
-  ASSERT_EQ(Open(3), LoadResult::kLoaded);
+  ASSERT_EQ(Open(3), FileResult::kDone);
   ArmFault(Operation::kRead, 1, false);
   EXPECT_FALSE(reader_.Advance());
   platform::ClearFaults();

@@ -12,7 +12,7 @@
 #include "frd/control.h"
 #include "frd/files.h"
 #include "frd/memory.h"
-#include "frd/whole_file.h"
+#include "frd/record_file.h"
 #include "network/network_files.h"
 #include "platform/file.h"
 #include "shape/shape_files.h"
@@ -169,7 +169,7 @@ template <typename Record>
 class RecordTable {
  public:
   bool Load(const MapFolder& map, const char* name) {
-    return zatlib::LoadWholeFile(PathOf(map, name).c_str(), &file_) == zatlib::LoadResult::kLoaded;
+    return zatlib::LoadFile(PathOf(map, name).c_str(), &file_) == zatlib::FileResult::kDone;
   }
   int64_t size() const { return file_.count<Record>(); }
   const Record& operator[](int64_t i) const { return file_.records<Record>()[i]; }

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "frd/whole_file.h"
+#include "frd/record_file.h"
 #include "shell/text.h"
 
 namespace zatmap {
@@ -56,7 +56,7 @@ std::vector<IniLine> IniLines(std::string_view text, IniStyle style) {
 
 std::vector<IniLine> ReadIni(const std::string& path) {
   zatlib::WholeFile file;
-  if (zatlib::LoadWholeFile(path.c_str(), &file, kMaxSize) != zatlib::LoadResult::kLoaded) {
+  if (zatlib::LoadFile(path.c_str(), &file, kMaxSize) != zatlib::FileResult::kDone) {
     return {};
   }
   return IniLines({file.bytes.data(), file.size}, IniStyle::kWritten);

@@ -1,0 +1,54 @@
+#include "frd/record_file.h"
+
+#include "frd/files.h"
+#include "platform/file.h"
+
+namespace zatlib {
+namespace {
+
+platform::File OpenToRead(const char* path) {
+  return platform::File::Open(path, platform::Access::kRead, platform::Share::kRead,
+                              platform::Disposition::kOpenExisting, platform::Hint::kSequential);
+}
+
+}  // namespace
+
+FileResult LoadFile(const char* path, WholeFile* file, const LoadRules& rules) {
+  file->Free();
+  platform::File source = OpenToRead(path);
+  if (!source.IsOpen()) return FileResult::kNotOpened;
+  const int64_t size = source.Size();
+  if (size < 0) return FileResult::kNotRead;
+  if (static_cast<uint64_t>(size) > rules.most_bytes) return FileResult::kNoMemory;
+  PageArray<char> bytes;
+  if (!bytes.Allocate(static_cast<uint64_t>(size) + kFileMargin)) return FileResult::kNoMemory;
+  if (!ReadExactly(source, bytes.data(), static_cast<uint64_t>(size))) return FileResult::kNotRead;
+  if (rules.exact_bytes >= 0 && size != rules.exact_bytes) return FileResult::kNotRead;
+  file->bytes = std::move(bytes);
+  file->size = static_cast<uint64_t>(size);
+  return FileResult::kDone;
+}
+
+FileResult LoadStart(const char* path, void* data, uint64_t size) {
+  platform::File file = OpenToRead(path);
+  if (!file.IsOpen()) return FileResult::kNotOpened;
+  return ReadExactly(file, data, size) ? FileResult::kDone : FileResult::kNotRead;
+}
+
+int64_t CountRecords(const char* path, size_t record_size) {
+  return static_cast<int64_t>(FileSize(path) / record_size);
+}
+
+FileResult SaveBytes(const char* path, const void* data, uint64_t size) {
+  switch (SaveFile(path, data, size)) {
+    case SaveResult::kSaved:
+      return FileResult::kDone;
+    case SaveResult::kNotOpened:
+      return FileResult::kNotCreated;
+    case SaveResult::kNotWritten:
+      break;
+  }
+  return FileResult::kNotWritten;
+}
+
+}  // namespace zatlib
