@@ -56,7 +56,8 @@ std::vector<IniLine> IniLines(std::string_view text, IniStyle style) {
 
 std::vector<IniLine> ReadIni(const std::string& path) {
   zatlib::WholeFile file;
-  if (zatlib::LoadFile(path.c_str(), &file, kMaxSize) != zatlib::FileResult::kDone) {
+  if (zatlib::LoadFile(path.c_str(), &file, {.most_bytes = kMaxSize}) !=
+      zatlib::FileResult::kDone) {
     return {};
   }
   return IniLines({file.bytes.data(), file.size}, IniStyle::kWritten);
