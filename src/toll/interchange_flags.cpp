@@ -5,6 +5,7 @@
 #include "frd/control.h"
 #include "frd/files.h"
 #include "frd/keyed_table.h"
+#include "frd/message_text.h"
 #include "frd/record_file.h"
 #include "network/network_files.h"
 #include "platform/profile.h"
@@ -28,49 +29,53 @@ constexpr Object kLinkName = {kLinkNameFile, "LinkName"};
 constexpr Object kNodeLinkIndex = {kNodeLinkFile, "NodeLinkIndex"};
 constexpr Object kCalcAttribute = {kConnectionAttributeFile, "CalcAttribute"};
 
-// Texts with the object's name and its path, by what went wrong.
-constexpr char kNotFound[] = "Can't find the %s : %s";
-constexpr char kNoMemory[] = "Can't allocate the memory for the %s : %s";
-constexpr char kNotOpened[] = "Can't open the %s : %s";
-constexpr char kNotRead[] = "Can't read the %s : %s";
-constexpr char kNotCreated[] = "Can't open the %s for output : %s";
-constexpr char kNotWritten[] = "Can't write the %s : %s";
+// Texts with the object's name and its path.
+using ObjectText = MessageText<const char*, const char*>;
+constexpr ObjectText kNotFound = "Can't find the %s : %s";
 
-constexpr const char* kLoadErrors[] = {nullptr, kNoMemory, kNotOpened, kNotRead};
-static_assert(static_cast<int>(FileResult::kNoMemory) == 1);
-static_assert(static_cast<int>(FileResult::kNotOpened) == 2);
-static_assert(static_cast<int>(FileResult::kNotRead) == 3);
-constexpr const char* kSaveErrors[] = {nullptr, kNotCreated, kNotWritten};
-static_assert(static_cast<int>(SaveResult::kNotOpened) == 1);
-static_assert(static_cast<int>(SaveResult::kNotWritten) == 2);
+ObjectText TextOf(FileResult result) {
+  switch (result) {
+    case FileResult::kNoMemory:
+      return "Can't allocate the memory for the %s : %s";
+    case FileResult::kNotOpened:
+      return "Can't open the %s : %s";
+    case FileResult::kNotRead:
+      return "Can't read the %s : %s";
+    case FileResult::kNotCreated:
+      return "Can't open the %s for output : %s";
+    case FileResult::kNotWritten:
+      return "Can't write the %s : %s";
+    case FileResult::kDone:
+      break;
+  }
+  return "";
+}
 
-// The stage's folder and the message of its failure.
-struct Stage {
+// The stage's folder and the message of its failure, which goes into the status file: this stage
+// shows nothing.
+struct FareStage {
   const char* folder;
   char message[kMessageSize] = {};
 
-  bool Fail(const char* format, const Object& object) {
-    FRD_Format(message, sizeof message, format, object.name, PathIn(folder, object.file).c_str());
+  bool Fail(const ObjectText& text, const Object& object) {
+    FRD_Format(message, sizeof message, text.c_str(), object.name,
+               PathIn(folder, object.file).c_str());
     return false;
   }
 
   // Loads a file that must hold something, and `exact_size` bytes unless that is -1.
   bool Load(const Object& object, int64_t exact_size, WholeFile* file) {
     const PathText path = PathIn(folder, object.file);
-    const uint64_t size = FileSize(path.c_str());
-    if (size == 0 || (exact_size >= 0 && size != static_cast<uint64_t>(exact_size))) {
-      return Fail(kNotFound, object);
-    }
-    const char* error = kLoadErrors[static_cast<int>(
-        LoadFile(path.c_str(), file, {.exact_bytes = static_cast<int64_t>(size)}))];
-    return error == nullptr || Fail(error, object);
+    const auto size = static_cast<int64_t>(FileSize(path.c_str()));
+    if (size == 0 || (exact_size >= 0 && size != exact_size)) return Fail(kNotFound, object);
+    const FileResult loaded = LoadFile(path.c_str(), file, {.exact_bytes = size});
+    return loaded == FileResult::kDone || Fail(TextOf(loaded), object);
   }
 
   bool Save(const Object& object, const WholeFile& file) {
     const PathText path = PathIn(folder, object.file);
-    const char* error =
-        kSaveErrors[static_cast<int>(SaveFile(path.c_str(), file.bytes.data(), file.size))];
-    return error == nullptr || Fail(error, object);
+    const FileResult saved = SaveBytes(path.c_str(), file.bytes.data(), file.size);
+    return saved == FileResult::kDone || Fail(TextOf(saved), object);
   }
 };
 
@@ -102,7 +107,7 @@ void CopyFlags(const WholeFile& node_links, const LinkNameRecord* links, int64_t
   }
 }
 
-bool SetFlags(Stage* stage) {
+bool SetFlags(FareStage* stage) {
   WholeFile fare_links;
   WholeFile link_index;
   WholeFile link_names;
@@ -143,7 +148,7 @@ int TR_CheckFareData(const char* folder) {
 int TR_SetInterchangeFlags(const char* folder) {
   // The network is complete by now: half a linkname.dat would spoil it.
   const WholeTransfers whole;
-  Stage stage{folder};
+  FareStage stage{folder};
   const bool done = SetFlags(&stage);
   const PathText status = PathIn(folder, kFareStatusFile);
   platform::SaveProfileString(kSection, "ICFLAG", done ? "OK" : "ERROR", status.c_str());
