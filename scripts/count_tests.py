@@ -2,7 +2,8 @@
 """Prints "PASSED FAILED" for the last test run of a build tree.
 
 ctest's report (ctest.xml) has one entry a program; where a test program left the list of its own
-cases (tests/<entry>.json), these are counted instead of the entry.
+cases (tests/<entry>.json), these are counted instead of the entry. A run in which no test ran counts
+as one that failed; the reason, as far as ctest's messages (ctest.err) tell it, is shown in one line.
 """
 
 import json
@@ -28,14 +29,44 @@ def cases_of(path):
     return passed, failed
 
 
+def entries_of(tree):
+    """The entries of ctest's report. Raises ValueError with the reason when there is none."""
+    try:
+        report = ElementTree.parse(os.path.join(tree, "ctest.xml")).getroot()
+    except FileNotFoundError:
+        raise ValueError("ctest left no report") from None
+    except (OSError, ElementTree.ParseError) as error:
+        raise ValueError("ctest's report cannot be read: %s" % error) from None
+    entries = list(report.iter("testcase"))
+    if not entries:
+        raise ValueError("ctest's report names no test")
+    return entries
+
+
+def last_message(tree):
+    """The last line that ctest, or what should have started it, wrote to standard error."""
+    try:
+        with open(os.path.join(tree, "ctest.err"), encoding="utf-8", errors="replace") as file:
+            lines = [line.strip() for line in file if line.strip()]
+    except OSError:
+        return ""
+    return "; " + lines[-1] if lines else ""
+
+
 def main():
     if len(sys.argv) != 2:
         print("usage: count_tests.py BUILD_TREE", file=sys.stderr)
         return 2
     tree = sys.argv[1]
-    passed = failed = entries = 0
-    for entry in ElementTree.parse(os.path.join(tree, "ctest.xml")).getroot().iter("testcase"):
-        entries += 1
+    try:
+        entries = entries_of(tree)
+    except ValueError as error:
+        print("%s: no test ran: %s%s" % (os.path.basename(tree), error, last_message(tree)),
+              file=sys.stderr)
+        print("0 1")
+        return 0
+    passed = failed = 0
+    for entry in entries:
         good = entry.get("status") == "run"
         cases = cases_of(os.path.join(tree, "tests", entry.get("name") + ".json"))
         if cases is None:
@@ -45,8 +76,6 @@ def main():
             cases = (cases[0], 1)
         passed += cases[0]
         failed += cases[1]
-    if entries == 0:
-        failed = 1
     print(passed, failed)
     return 0
 
