@@ -85,6 +85,10 @@ bool CreateFolder(const char* path);
 // True when the file (or folder) exists; `*read_only` receives whether it may not be written.
 bool GetAttributes(const char* path, bool* read_only);
 
+// Size in bytes of a file that need not be opened for that, also while others exclude everybody; -1
+// when there is no file of that name.
+int64_t SizeAtPath(const char* path);
+
 // Calls `visit` with the name (without folder) of every entry of `folder`, folders excluded, whose
 // name ends with `suffix` in any case ("" matches all). An empty folder name searches the root of
 // the current drive.

@@ -40,8 +40,11 @@ int OpenTable(WindowHandle owner, const char* folder, const char* name, uint32_t
 
 int OpenStore(WindowHandle owner, const char* folder, const char* name, uint32_t record_size,
               int64_t block_records, TableReader* store) {
+  const PathText path = PathIn(folder, name);
   bool read_only = false;
-  if (!platform::GetAttributes(PathIn(folder, name).c_str(), &read_only)) return 1;
+  if (!platform::GetAttributes(path.c_str(), &read_only)) return 1;
+  const int64_t size = platform::SizeAtPath(path.c_str());
+  if (size >= 0 && size < record_size) return 1;
   return OpenTable(owner, folder, name, record_size, block_records, store);
 }
 

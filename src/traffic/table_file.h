@@ -48,7 +48,8 @@ int LoadTable(WindowHandle owner, const char* folder, const char* name, TableFil
 int OpenTable(WindowHandle owner, const char* folder, const char* name, uint32_t record_size,
               int64_t block_records, TableReader* table);
 
-// The same for a work store: one that is missing has no records, which is no error.
+// The same for a work store: one that is missing or shorter than a record has no records, which is
+// no error, also where it could not be opened.
 int OpenStore(WindowHandle owner, const char* folder, const char* name, uint32_t record_size,
               int64_t block_records, TableReader* store);
 

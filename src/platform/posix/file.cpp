@@ -185,6 +185,12 @@ bool GetAttributes(const char* path, bool* read_only) {
   return true;
 }
 
+int64_t SizeAtPath(const char* path) {
+  struct stat status {};
+  if (::stat(NativePath(path).c_str(), &status) != 0 || S_ISDIR(status.st_mode)) return -1;
+  return status.st_size;
+}
+
 void FindFiles(const char* folder, const char* suffix,
                const std::function<void(const char*)>& visit) {
   std::string native = NativePath(folder);

@@ -130,6 +130,13 @@ bool GetAttributes(const char* path, bool* read_only) {
   return true;
 }
 
+int64_t SizeAtPath(const char* path) {
+  WIN32_FILE_ATTRIBUTE_DATA data;
+  if (::GetFileAttributesExA(path, GetFileExInfoStandard, &data) == 0) return -1;
+  if ((data.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0) return -1;
+  return static_cast<int64_t>(data.nFileSizeHigh) * 0x100000000 + data.nFileSizeLow;
+}
+
 void FindFiles(const char* folder, const char* suffix,
                const std::function<void(const char*)>& visit) {
   const std::string pattern = std::string(folder) + "\\*" + suffix;

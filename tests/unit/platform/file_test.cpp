@@ -194,6 +194,18 @@ TEST_F(FileTest, AttributesOfFilesAndFolders) {
   EXPECT_FALSE(GetAttributes((folder_ / "missing").c_str(), &read_only));
 }
 
+TEST_F(FileTest, TheSizeOfAFileIsKnownWithoutOpeningIt) {
+  EXPECT_EQ(SizeAtPath(path_.c_str()), -1);
+  EXPECT_EQ(SizeAtPath(folder_.path().c_str()), -1);
+  WriteBytes(path_, "");
+  EXPECT_EQ(SizeAtPath(path_.c_str()), 0);
+  WriteBytes(path_, "abc");
+  const File holder =
+      File::Open(path_.c_str(), Access::kReadWrite, Share::kNone, Disposition::kOpenExisting);
+  ASSERT_TRUE(holder.IsOpen());
+  EXPECT_EQ(SizeAtPath(path_.c_str()), 3);
+}
+
 TEST_F(FileTest, FindsFilesByTheirEnding) {
   WriteBytes(folder_ / "20160101.log", "");
   WriteBytes(folder_ / "README.LOG", "");

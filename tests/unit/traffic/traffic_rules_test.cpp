@@ -84,6 +84,29 @@ TEST_F(TrafficRulesTest, AStoreShorterThanARecordHoldsNone) {
   EXPECT_EQ(log(), EndLines(0, 0));
 }
 
+// Whoever keeps such a store from being opened keeps nothing from the map.
+TEST_F(TrafficRulesTest, AStoreWithoutARecordNeedNotBeOpened) {
+  for (const char* const name : {"trafrule.~wk", "onewayst.~wk"}) {
+    for (const size_t size : {0, 1, 31, 32}) {
+      WriteRules("");
+      WriteOneWays("");
+      WriteBytes(folder_ / name, std::string(size, '\0'));
+      const platform::File holder =
+          platform::File::Open((folder_ / name).c_str(), platform::Access::kReadWrite,
+                               platform::Share::kNone, platform::Disposition::kOpenExisting);
+      ASSERT_TRUE(holder.IsOpen());
+      ClearLog();
+      EXPECT_EQ(Run(), size < 32 ? 1 : 0) << name << size;
+      if (size < 32) {
+        EXPECT_EQ(log(), EndLines(0, 0));
+      } else {
+        EXPECT_NE(std::ranges::find(log(), ErrorLine("Can't open ", name, "File Error")),
+                  log().end());
+      }
+    }
+  }
+}
+
 TEST_F(TrafficRulesTest, APartialRecordAtTheEndIsIgnored) {
   WriteRules(RuleRecord(500, 1000, 3000) + RuleRecord(500, 2000, 3000).substr(0, 31));
   EXPECT_EQ(Run(), 1);
