@@ -38,7 +38,7 @@ constexpr Stage<WindowHandle, const char*> kStages[] = {
 
 int BRN_MSR_PathOne(WindowHandle owner, const char* control_file) {
   LogBuild("Path One Start (MSR format) ");
-  // The road definition starts writing at once here, and its errors have no owner window.
+  // The road definition starts writing at once here.
   const int result = BRN_CreateRoadDef(nullptr, control_file, Prologue::kWithout);
   return RunStages(kStages, result, owner, control_file);
 }

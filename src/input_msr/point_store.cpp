@@ -39,7 +39,7 @@ int CopyPointFile(WindowHandle owner, const char* control_file, int number, cons
   const CopyResult result = AppendFile<NodeStoreRecord>(
       owner, kTexts, number, mid_path.c_str(), store_path, mid, &count,
       [&](RecordWriter& store, CopyProgress* progress) {
-        if (BRN_SetMifInformation(owner, mif, control_file) == 0) return CopyResult::kStopped;
+        if (BRN_SetMifInformation(mif, control_file) == 0) return CopyResult::kStopped;
         in_header = false;
         MifPoints points(mif, MifPointTest::kFirstWord);
         return CopyAmendedRecords<NodeStoreRecord>(

@@ -32,7 +32,7 @@ int CopyNodeFile(WindowHandle owner, const char* control_file, int number, bool 
                       path.c_str());
       return 0;
     }
-    if (BRN_SetMifInformation(owner, mif, control_file) == 0) return 0;
+    if (BRN_SetMifInformation(mif, control_file) == 0) return 0;
     FRD_MakeMidPath(path.c_str(), data_path.text);
   }
   LineReader data;

@@ -6,7 +6,6 @@
 #include "frd/control.h"
 #include "frd/cp932.h"
 #include "frd/log.h"
-#include "frd/long_pass.h"
 #include "frd/mif_text.h"
 #include "network/workstore/work_stores.h"
 #include "platform/clock.h"
@@ -20,7 +19,9 @@ constexpr uint32_t kClassLineSize = 1024;  // bytes of a class file's line
 constexpr uint32_t kHeaderLineSize = 512;  // bytes of a MIF header line
 constexpr uint32_t kTollValueSize = 1024;  // bytes of a toll class value
 constexpr uint32_t kFlagValueSize = 512;   // bytes of a road flag value
-constexpr int64_t kEntriesPerLook = 256;   // more than a list of classes usually has
+// Entries of a list between two looks at the window. They only keep it alive: a file that is begun
+// is written whole, and a cancel is heard behind it.
+constexpr int64_t kEntriesPerLook = 256;
 
 // A built-in list of classes: code as it stands in the link data, comma, label.
 struct ClassList {
@@ -113,13 +114,12 @@ bool WriteHeader(const char* path) {
 }
 
 // The classes of a file, one a line, and their count behind them. Returns 1, 0 when it cannot be
-// opened or read or the user has cancelled.
-int WriteClassFile(WindowHandle owner, const ClassList& list, const char* control_file,
-                   DefinitionFile& definition) {
+// opened or read.
+int WriteClassFile(const ClassList& list, const char* control_file, DefinitionFile& definition) {
   const PathText source = ControlFile(control_file, list.section, 1);
   LineReader file;
   if (!file.Open(source.c_str())) {
-    ReportTaskModal(owner, kTitle, list.open_error, source.c_str());
+    ReportTaskModal(nullptr, kTitle, list.open_error, source.c_str());
     return 0;
   }
   int64_t count = 0;
@@ -128,20 +128,19 @@ int WriteClassFile(WindowHandle owner, const ClassList& list, const char* contro
     std::string value(line.substr(0, line.find('\0')));
     std::replace(value.begin(), value.end(), '"', ' ');
     definition.WriteEntry(list.section, ++count, value.c_str());
-    if (CancelledAt(count, kEntriesPerLook)) return 0;
+    if (count % kEntriesPerLook == 0) BRN_SetStatus(nullptr);
   }
   if (file.failed()) {
-    ReportTaskModal(owner, kTitle, "Can't read the file (%s) !", source.c_str());
+    ReportTaskModal(nullptr, kTitle, "Can't read the file (%s) !", source.c_str());
     return 0;
   }
   definition.WriteNumber(list.section, "NUMDEF", count);
   return 1;
 }
 
-int WriteClasses(WindowHandle owner, const ClassList& list, const char* control_file,
-                 DefinitionFile& definition) {
+int WriteClasses(const ClassList& list, const char* control_file, DefinitionFile& definition) {
   if (ControlInt(control_file, list.section, "FILENUM", 0) == 1) {
-    return WriteClassFile(owner, list, control_file, definition);
+    return WriteClassFile(list, control_file, definition);
   }
   definition.WriteNumber(list.section, "NUMDEF", list.count);
   for (int i = 0; i < list.count; ++i) {
@@ -150,14 +149,13 @@ int WriteClasses(WindowHandle owner, const ClassList& list, const char* control_
   return 1;
 }
 
-// Returns 0 when the user has cancelled.
-int WriteTollRoads(const char* control_file, DefinitionFile& definition) {
+void WriteTollRoads(const char* control_file, DefinitionFile& definition) {
   const int count = ControlInt(control_file, "TOLLROAD", "NUMDEF", 0);
   if (count < 1) {
     definition.WriteNumber("TOLLROAD", "NUMDEF", 2);
     definition.WriteEntry("TOLLROAD", 1, "01");
     definition.WriteEntry("TOLLROAD", 2, "02");
-    return 1;
+    return;
   }
   definition.WriteNumber("TOLLROAD", "NUMDEF", count);
   for (int64_t i = 1; i <= count; ++i) {
@@ -166,9 +164,8 @@ int WriteTollRoads(const char* control_file, DefinitionFile& definition) {
     char value[kTollValueSize];
     platform::ReadProfileString("TOLLROAD", key, "", value, sizeof value, control_file);
     definition.Write("TOLLROAD", key, value);
-    if (CancelledAt(i, kEntriesPerLook)) return 0;
+    if (i % kEntriesPerLook == 0) BRN_SetStatus(nullptr);
   }
-  return 1;
 }
 
 void WriteRoadFlags(const char* control_file, DefinitionFile& definition) {
@@ -186,35 +183,35 @@ void WriteRoadFlags(const char* control_file, DefinitionFile& definition) {
 
 }  // namespace
 
-int BRN_CreateRoadDef(WindowHandle owner, const char* control_file, Prologue prologue) {
+int BRN_CreateRoadDef(WindowHandle, const char* control_file, Prologue prologue) {
   if (prologue == Prologue::kWith && BRN_BeginStep("Setting Road Definition...") == 0) return 0;
   const PathText path = OutputPath(control_file, kRoadDefinitionFile);
   DefinitionFile definition{path.c_str()};
   const bool created = WriteHeader(path.c_str());
   if (!created) {
     // The profile writes below create the file themselves; it then lacks the comment lines only.
-    ReportTaskModal(owner, kTitle, "Can't open the Road Definition File (%s) !", path.c_str());
+    ReportTaskModal(nullptr, kTitle, "Can't open the Road Definition File (%s) !", path.c_str());
   }
-  if (WriteClasses(owner, kRoadClassList, control_file, definition) == 0) return 0;
-  if (WriteClasses(owner, kWidthClassList, control_file, definition) == 0) return 0;
-  if (WriteTollRoads(control_file, definition) == 0) return 0;
+  if (WriteClasses(kRoadClassList, control_file, definition) == 0) return 0;
+  if (WriteClasses(kWidthClassList, control_file, definition) == 0) return 0;
+  WriteTollRoads(control_file, definition);
   WriteRoadFlags(control_file, definition);
   const int code_length = ControlInt(control_file, "SYSTEM", "CODELENGTH", kDecimalCode);
   definition.WriteNumber("SYSTEM", "CODELENGTH", code_length);
   LogBuild("CODELENGTH=%d", code_length);
   if (created && !definition.whole) {
     // Every later step asks this file for the code length and would take a missing one for 14.
-    ReportTaskModal(owner, kTitle, "Can't write the Road Definition File (%s) !", path.c_str());
+    ReportTaskModal(nullptr, kTitle, "Can't write the Road Definition File (%s) !", path.c_str());
     return 0;
   }
   return 1;
 }
 
-int BRN_SetMifInformation(WindowHandle owner, LineReader& mif, const char* control_file) {
+int BRN_SetMifInformation(LineReader& mif, const char* control_file) {
   const PathText path = OutputPath(control_file, kRoadDefinitionFile);
   if (ReadMifHeader(mif, kHeaderLineSize, path.c_str()) != 0) return 1;
   // The text's place for the file has always been left empty here.
-  ReportTaskModal(owner, "File Error in BRN_SetMifInformation",
+  ReportTaskModal(nullptr, "File Error in BRN_SetMifInformation",
                   "Can't read the MIF file header : %s", "");
   return 0;
 }

@@ -671,6 +671,20 @@ class Boxes(Starting):
         self.check_windows(host)
 
 
+    # The road definition and the header of a MIF file know no window.
+    def test_a_missing_class_file(self):
+        self.change_control(rb"\[NODE\]",
+                            b"[ATTRIBUTE]\r\nFILENUM=1\r\nFILE01=missing.txt\r\n[NODE]")
+        host = self.host()
+        owner, flags, title, text, _, _ = self.answer_box(host)
+        self.assertEqual((owner, flags, title, text),
+                         ("null", "00002010", b"File Error in BRN_CreateRoadDef",
+                          b"Can't open the Attribute File (missing.txt) !"))
+        host.finish()
+        self.assertEqual(host.all("returned"), ["0 dialog=0"])
+        self.check_windows(host)
+
+
 class Example(WindowTest):
     """examples/host, worked like a user works it."""
 

@@ -353,6 +353,30 @@ TEST_F(RoadDefinitionTest, WithoutThePrologueNothingIsShownOrTested) {
   EXPECT_EQ(Section("SYSTEM"), "[SYSTEM]\r\nCODELENGTH=14\r\n");
 }
 
+// Later steps take the code length from the file, and a host what stands before it.
+TEST_F(RoadDefinitionTest, ACancelDuringTheListsLeavesAWholeFile) {
+  std::string classes;
+  std::string control = "[TOLLROAD]\r\nNUMDEF=600\r\n";
+  std::string attributes = "[ATTRIBUTE]\r\n";
+  std::string widths = "[WIDTH]\r\n";
+  std::string tolls = "[TOLLROAD]\r\nNUMDEF=600\r\n";
+  for (int i = 1; i <= 600; ++i) {
+    const std::string n = std::to_string(i);
+    const std::string entry = (i < 10 ? "DEF0" : "DEF") + n + "=";
+    classes += n + ",class\r\n";
+    attributes += entry + n + ",class\r\n";
+    widths += entry + n + ",class\r\n";
+    control += entry + "7" + n + "\r\n";
+    tolls += entry + "7" + n + "\r\n";
+  }
+  const std::string file = "FILENUM=1\r\nFILE01=" + Source("classes.txt", classes) + "\r\n";
+  CancelAt("Setting Road Definition...");
+  EXPECT_EQ(Run("[ATTRIBUTE]\r\n" + file + "[WIDTH]\r\n" + file + control), 1);
+  EXPECT_EQ(log(), (Lines{"Setting Road Definition...", "CODELENGTH=14"}));
+  EXPECT_EQ(Sections(), attributes + "NUMDEF=600\r\n" + widths + "NUMDEF=600\r\n" + tolls +
+                            kDefaultFlags + "[SYSTEM]\r\nCODELENGTH=14\r\n");
+}
+
 TEST_F(RoadDefinitionTest, WithoutThePrologueAListOfClassesIsWrittenWhole) {
   WriteBytes(folder_ / "classes.txt", "01,a\r\n02,b\r\n");
   g_silent = 0;
@@ -425,7 +449,7 @@ class MifInformationTest : public test::ZatTest {
   int Run(const std::string& mif) {
     mif_ = LineReader();  // a file that is open cannot be written on every system
     EXPECT_TRUE(mif_.Open(Source("nodes.mif", mif).c_str()));
-    return BRN_SetMifInformation(nullptr, mif_, WriteControl("").c_str());
+    return BRN_SetMifInformation(mif_, WriteControl("").c_str());
   }
 
   LineReader mif_;
