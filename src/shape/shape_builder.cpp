@@ -181,7 +181,8 @@ ReadResult ReadMifLine(LineReader& lines, MifLine* line) {
 
 ShapePoint PointOf(const MifLine& line) {
   if (line.is_point) return line.point;
-  const std::string_view text = line.text();
+  std::string_view text = line.text();
+  text = text.substr(0, text.find('\0'));
   const size_t blank = text.find(' ');
   std::string_view x = text;
   std::string_view y;

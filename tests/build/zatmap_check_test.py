@@ -1018,6 +1018,28 @@ class MifFiles(CheckTest):
                            b"7.422000 43.731000\r\n7.422000 43.731001\r\n",
                            ("link.mif:2: 0: error", "mif-points", "2 points, 1 more follow"))
 
+    def test_blanks(self):
+        for text in (b"7.422000  43.731000", b" 7.422000 43.731000"):
+            self.expect_change(zat_mif, "link.mif", b"7.422000 43.731000\r\n", text + b"\r\n",
+                               ("link.mif:2: 0: error", "mif-blank", '"%s"' % text.decode()))
+        # What stands behind the second number counts for nothing.
+        self.expect_change(zat_mif, "link.mif", b"7.422000 43.731000\r\n",
+                           b"7.422000 43.731000  0\r\n")
+        self.expect_change(zat_mif, "link.mif",
+                           b"Pline 2\r\n7.421000 43.730000\r\n7.422000 43.731000",
+                           b"Line 7.421000 43.730000  7.422000 43.731000",
+                           ("link.mif:2: 0: error", "mif-blank",
+                            '"Line 7.421000 43.730000  7.422000 43.731000"'))
+
+    def test_zero_byte(self):
+        self.expect_change(zat_mif, "link.mif", b"7.422000 43.731000\r\n",
+                           b"7.422000 43.731000\0 1\r\n",
+                           ("link.mif:2: 0: error", "nul-byte", "behind 18 bytes of the line"))
+        self.expect_change(zat_mif, "link.mif",
+                           b"Pline 2\r\n7.421000 43.730000\r\n7.422000 43.731000",
+                           b"Line 7.421000 43.730000 7.422000 43.731000\0 2",
+                           ("link.mif:2: 0: error", "nul-byte", "behind 42 bytes of the line"))
+
     def test_count(self):
         files = zat_mif()
         files["node.mif"] += lines("Point 7.42 43.73")

@@ -331,6 +331,41 @@ TEST_F(ShapeBuilderTest, APlinePointMayHaveOneZeroButNotTwo) {
   EXPECT_EQ(entries(), Bytes().F64(1).I32(0).I32(2).str());
 }
 
+// Each blank ends a field: of a doubled one Y is empty, of one in front X is, and what follows Y
+// counts for nothing.
+TEST_F(ShapeBuilderTest, EachBlankOfAPlinePointEndsAField) {
+  EXPECT_EQ(BuildZatMif("Pline 4\r\n1  2\r\n 3 4\r\n5 6 7\r\n8 9 \r\n", "1\r\n"), 1);
+  EXPECT_EQ(points(), Bytes()
+                          .I32(1000000)
+                          .I32(0)
+                          .I32(0)
+                          .I32(3000000)
+                          .I32(5000000)
+                          .I32(6000000)
+                          .I32(8000000)
+                          .I32(9000000)
+                          .str());
+  EXPECT_TRUE(log().empty());
+}
+
+TEST_F(ShapeBuilderTest, AZeroByteEndsAPlinePoint) {
+  using std::string_literals::operator""s;
+  EXPECT_EQ(BuildZatMif("Pline 4\r\n1\0 2\r\n3 4\0 5\r\n6 \0 7\r\n8\0x 9\r\n"s, "1\r\n"), 1);
+  EXPECT_EQ(points(), Bytes()
+                          .I32(1000000)
+                          .I32(0)
+                          .I32(3000000)
+                          .I32(4000000)
+                          .I32(6000000)
+                          .I32(0)
+                          .I32(8000000)
+                          .I32(0)
+                          .str());
+  EXPECT_TRUE(log().empty());
+  EXPECT_EQ(BuildZatMif("Pline 1\r\n\0 2 3\r\n"s, "1\r\n"), 0);
+  ExpectError("The Record of MIF file is invalid, at rec=1 in ITEM section", kZatMif);
+}
+
 TEST_F(ShapeBuilderTest, ALineWithAZeroCoordinateFailsTheFile) {
   for (const char* object : {"Line 0 51.5 1 2\r\n", "Line 1 0.0 1 2\r\n", "Line 1 2 0 2\r\n",
                              "Line 1 2 1 0\r\n", "Line 1 2 3\r\n", "Line\r\n"}) {

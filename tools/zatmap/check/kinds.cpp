@@ -215,6 +215,11 @@ constexpr KindInfo kKinds[] = {
     {Kind::kMifPoints, "mif-points", kError,
      "the object has not as many points as it says, or one that cannot be read",
      "correct the object"},
+    {Kind::kMifBlank, "mif-blank", kError,
+     "a blank too many in a line of coordinates makes one of them 0",
+     "separate numbers by one blank: each blank ends a field, and a Line with an empty one fails "
+     "the "
+     "build"},
     {Kind::kMifCount, "mif-count", kError, "the numbers of objects and of records are not the same",
      "write MIF and MID again from one source"},
     {Kind::kMifCoordSys, "mif-coordsys", kError, "the coordinates are not longitude and latitude",

@@ -114,6 +114,7 @@ enum class Kind : uint8_t {
   kMifPointZero,
   kMifZeroAxis,
   kMifPoints,
+  kMifBlank,
   kMifCount,
   kMifCoordSys,
   kMifNoCoordSys,

@@ -36,6 +36,14 @@ std::string_view NextWord(std::string_view* text) {
   return word;
 }
 
+// The next field of a point line, as the build takes it: each blank ends one.
+std::string_view NextField(std::string_view* text) {
+  const size_t end = std::min(text->find(' '), text->size());
+  const std::string_view field = text->substr(0, end);
+  text->remove_prefix(std::min(end + 1, text->size()));
+  return field;
+}
+
 bool ContainsAny(std::string_view text, std::initializer_list<std::string_view> words) {
   return std::any_of(words.begin(), words.end(), [&](std::string_view word) {
     return text.find(word) != std::string_view::npos;
@@ -194,6 +202,15 @@ bool MifFile::NextPoint(int32_t* x, int32_t* y, bool* good) {
   return true;
 }
 
+// The build takes a line to end at a zero byte.
+void MifFile::CutAtZeroByte(Place here, std::string_view* line) {
+  const size_t end = line->find('\0');
+  if (end == std::string_view::npos) return;
+  source_.findings().Add(Kind::kNulByte, here, "behind %d bytes of the line",
+                         static_cast<int>(end));
+  line->remove_suffix(line->size() - end);
+}
+
 bool MifFile::ReadPline(std::string_view line, ShapeChecker& shapes) {
   Findings& findings = source_.findings();
   const Place head = Here();
@@ -215,14 +232,17 @@ bool MifFile::ReadPline(std::string_view line, ShapeChecker& shapes) {
       return true;
     }
     const Place here = Here();
-    const size_t blank = point.find(' ');
-    const std::string_view x_text = point.substr(0, blank);
-    std::string_view y_text =
-        blank == std::string_view::npos ? std::string_view{} : point.substr(blank + 1);
-    y_text = y_text.substr(0, y_text.find(' '));
+    CutAtZeroByte(here, &point);
+    std::string_view rest = point;
+    std::string_view x_text = NextField(&rest);
+    std::string_view y_text = NextField(&rest);
     if (x_text.empty() || y_text.empty()) {
-      findings.Add(Kind::kMifPoints, here, "\"%.*s\"", Size(point), point.data());
-      continue;
+      rest = point;
+      x_text = NextWord(&rest);
+      y_text = NextWord(&rest);
+      const Kind kind = x_text.empty() || y_text.empty() ? Kind::kMifPoints : Kind::kMifBlank;
+      findings.Add(kind, here, "\"%.*s\"", Size(point), point.data());
+      if (kind == Kind::kMifPoints) continue;
     }
     const int32_t x = CheckedCoordinate(findings, here.At(1), x_text, false);
     const int32_t y = CheckedCoordinate(findings, here.At(2), y_text, true);
@@ -269,11 +289,17 @@ bool MifFile::NextLine(ShapeChecker& shapes, zatlib::FeatureCode code, bool* goo
   if (word == "Line" && line.starts_with("Line")) {
     *good = true;
     shapes.Begin(code, here);
+    CutAtZeroByte(here, &line);
     std::string_view rest = line;
     NextWord(&rest);
+    bool blank = false;  // too many
+    const auto next = [&rest, &blank] {
+      blank = blank || rest.starts_with(' ');
+      return NextWord(&rest);
+    };
     for (int i = 0; i < 2; ++i) {
-      const std::string_view x_text = NextWord(&rest);
-      const std::string_view y_text = NextWord(&rest);
+      const std::string_view x_text = next();
+      const std::string_view y_text = next();
       if (x_text.empty() || y_text.empty()) {
         findings.Add(Kind::kMifPoints, here, "%.*s", Size(line), line.data());
         return true;
@@ -286,6 +312,7 @@ bool MifFile::NextLine(ShapeChecker& shapes, zatlib::FeatureCode code, bool* goo
       }
       shapes.Point(here, x, y);
     }
+    if (blank) findings.Add(Kind::kMifBlank, here, "\"%.*s\"", Size(line), line.data());
     shapes.End();
     return true;
   }

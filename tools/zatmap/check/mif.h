@@ -43,6 +43,7 @@ class MifFile {
   bool NextObject(std::string_view* line, std::string_view* word);
   bool NextRaw(std::string_view* line);
   void CheckHeaderLine(std::string_view line, MifHeader* header);
+  void CutAtZeroByte(Place here, std::string_view* line);
   bool ReadPline(std::string_view line, ShapeChecker& shapes);
 
   Source source_;
