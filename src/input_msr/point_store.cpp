@@ -85,8 +85,8 @@ int BRN_MSR_SetNodeNameStore(WindowHandle owner, const char* control_file) {
                                             "Can't open the NodeNameStorage %s !",
                                             "Can't write the NodeNameStore (%s) at file=%02d !",
                                             "File Error in BRN_MSR_SetNodeNameStore"};
-  static const NameSource kSource = {"DROTEN", true,      BRN_MSR_ReadNodeName,
-                                     6,        kMidError, "File Error"};
+  static const NameSource kSource = {"DROTEN",           true,      BRN_MSR_ReadNodeName,
+                                     msr::Droten::kName, kMidError, "File Error"};
   if (BRN_SetStatus("Setting Node Name Storage...") == 0) return 0;
   RecordWriter store;
   if (!OpenNameStore(owner, control_file, kNameTexts, &store)) return 0;

@@ -49,9 +49,12 @@ int BRN_MSR_SetLinkNameStore(WindowHandle owner, const char* control_file) {
                                             "Can't open the Link Name Storage (%s)",
                                             "Can't save the link name storage (%s) at FILE%02d",
                                             "File Error in BRN_MSR_SetLinkNameStore"};
-  static const NameSource kSource = {
-      "KUKANZ",        false, BRN_MSR_ReadKukanzRecord, 4, "Can't open the Kukanz FILE%02d=%s",
-      kNameTexts.title};
+  static const NameSource kSource = {"KUKANZ",
+                                     false,
+                                     BRN_MSR_ReadKukanzRecord,
+                                     msr::Kukanz::kName,
+                                     "Can't open the Kukanz FILE%02d=%s",
+                                     kNameTexts.title};
   if (BRN_SetStatus("Setting Link Name Storage...") == 0) return 0;
   RecordWriter store;
   if (!OpenNameStore(owner, control_file, kNameTexts, &store)) return 0;

@@ -15,12 +15,15 @@ int BRN_ZAT_SetNodeNameStore(WindowHandle owner, const char* control_file) {
   static const NameSource kFromNodes = {"NODE",
                                         true,
                                         BRN_ZAT_ReadNodeNameFromNode,
-                                        13,
+                                        zat::Node::kName,
                                         "Can't open the node MID (FILE%02d) [%s] !",
                                         kTexts.title};
-  static const NameSource kFromNames = {
-      "NODENAME",  false, BRN_ZAT_ReadNodeName, 3, "Can't open the node MID (FILE%02d) [%s] !",
-      kTexts.title};
+  static const NameSource kFromNames = {"NODENAME",
+                                        false,
+                                        BRN_ZAT_ReadNodeName,
+                                        zat::NodeName::kName,
+                                        "Can't open the node MID (FILE%02d) [%s] !",
+                                        kTexts.title};
   if (BRN_BeginStep("Setting Node Name Storage...") == 0) return 0;
   RecordWriter store;
   if (!OpenNameStore(owner, control_file, kTexts, &store)) return 0;
@@ -40,15 +43,18 @@ int BRN_ZAT_SetLinkNameStore(WindowHandle owner, const char* control_file) {
   static const NameStoreTexts kTexts = {kLinkNameStoreFile, "Can't open the Link Name Storage (%s)",
                                         "Can't save the link name storage (%s) at FILE%02d",
                                         "File Error in BRN_ZAT_SetLinkNameStore"};
-  static const NameSource kFromNames = {
-      "LINKNAME",  false, BRN_ZAT_ReadLinkName, 4, "Can't open the LINKNAME FILE%02d=%s",
-      kTexts.title};
+  static const NameSource kFromNames = {"LINKNAME",
+                                        false,
+                                        BRN_ZAT_ReadLinkName,
+                                        zat::LinkName::kName,
+                                        "Can't open the LINKNAME FILE%02d=%s",
+                                        kTexts.title};
   if (BRN_BeginStep("Setting Link Name Storage...") == 0) return 0;
   const bool mif_mode = ControlInt(control_file, "LINK", "MIF", 0) != 0;
   const NameSource from_links = {"LINK",
                                  mif_mode,
                                  BRN_ZAT_ReadLinkNameFromLink,
-                                 14,
+                                 zat::Link::kName,
                                  "Can't open the link data (FILE%02d) [%s] !",
                                  kTexts.title};
   RecordWriter store;

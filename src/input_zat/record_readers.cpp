@@ -3,73 +3,16 @@
 namespace zatlib {
 namespace {
 
-using enum FieldKind;
-
-constexpr SourceLayout kNodeLayout = {{1, kCode, offsetof(NodeStoreRecord, NodeCode)},
-                                      {2, kWord, offsetof(NodeStoreRecord, NodeAttrWord)},
-                                      {3, kCode, offsetof(NodeStoreRecord, PartnerCode)},
-                                      {5, kCode, offsetof(NodeStoreRecord, ConnLinkCode)},
-                                      {6, kCode, offsetof(NodeStoreRecord, ConnLinkCode) + 8},
-                                      {7, kCode, offsetof(NodeStoreRecord, ConnLinkCode) + 16},
-                                      {8, kCode, offsetof(NodeStoreRecord, ConnLinkCode) + 24},
-                                      {9, kCode, offsetof(NodeStoreRecord, ConnLinkCode) + 32},
-                                      {10, kCode, offsetof(NodeStoreRecord, ConnLinkCode) + 40},
-                                      {11, kCode, offsetof(NodeStoreRecord, ConnLinkCode) + 48},
-                                      {12, kCode, offsetof(NodeStoreRecord, ConnLinkCode) + 56},
-                                      // Both into X, the later one wins; Y has no column.
-                                      {14, kCoordinate, offsetof(NodeStoreRecord, X)},
-                                      {15, kCoordinate, offsetof(NodeStoreRecord, X)}};
-
-constexpr SourceLayout kNodeNameInNodeLayout = {{1, kCode, offsetof(NameStoreRecord, Code)},
-                                                {2, kWord, offsetof(NameStoreRecord, NodeValue)},
-                                                {13, kName, offsetof(NameStoreRecord, Name)}};
-
-constexpr SourceLayout kNodeNameLayout = {{1, kCode, offsetof(NameStoreRecord, Code)},
-                                          {2, kWord, offsetof(NameStoreRecord, NodeValue)},
-                                          {3, kName, offsetof(NameStoreRecord, Name)}};
-
-constexpr SourceLayout kNodeXYLayout = {{1, kCode, offsetof(NodeXYRecord, Code)},
-                                        {2, kCoordinate, offsetof(NodeXYRecord, X)},
-                                        {3, kCoordinate, offsetof(NodeXYRecord, Y)}};
-
-constexpr SourceLayout kLinkLayout = {{1, kCode, offsetof(LinkStoreRecord, LinkCode)},
-                                      {2, kWord, offsetof(LinkStoreRecord, RoadKind)},
-                                      {3, kLong, offsetof(LinkStoreRecord, CityCode)},
-                                      {4, kWord, offsetof(LinkStoreRecord, Value3)},
-                                      {5, kWord, offsetof(LinkStoreRecord, Value4)},
-                                      {6, kWord, offsetof(LinkStoreRecord, Value5)},
-                                      {7, kWord, offsetof(LinkStoreRecord, Value6)},
-                                      {8, kCode, offsetof(LinkStoreRecord, NodeA)},
-                                      {9, kCode, offsetof(LinkStoreRecord, NodeB)},
-                                      {10, kSpeedA, offsetof(LinkStoreRecord, SpeedA)},
-                                      {11, kSpeedB, offsetof(LinkStoreRecord, SpeedB)},
-                                      {12, kWord, offsetof(LinkStoreRecord, RoadFlag)}};
-
-constexpr SourceLayout kLinkNameInLinkLayout = {{1, kCode, offsetof(NameStoreRecord, Code)},
-                                                {13, kByte, offsetof(NameStoreRecord, LinkNumber)},
-                                                {14, kName, offsetof(NameStoreRecord, Name)}};
-
-constexpr SourceLayout kLinkNameLayout = {{1, kCode, offsetof(NameStoreRecord, Code)},
-                                          {3, kByte, offsetof(NameStoreRecord, LinkNumber)},
-                                          {4, kName, offsetof(NameStoreRecord, Name)}};
-
-constexpr SourceLayout kLinkSpeedLayout = {{1, kCode, offsetof(LinkSpeedRecord, LinkCode)},
-                                           {2, kCode, offsetof(LinkSpeedRecord, NodeA)},
-                                           {3, kCode, offsetof(LinkSpeedRecord, NodeB)},
-                                           {4, kSpeedA, offsetof(LinkSpeedRecord, SpeedA)},
-                                           {5, kSpeedB, offsetof(LinkSpeedRecord, SpeedB)},
-                                           {6, kWord, offsetof(LinkSpeedRecord, Value)}};
-
-constexpr SourceLayout kNodeTrfLayout = {{1, kCode, offsetof(RuleStoreRecord, NodeCode)},
-                                         {2, kCode, offsetof(RuleStoreRecord, InLink)},
-                                         {3, kCode, offsetof(RuleStoreRecord, OutLink)},
-                                         {4, kWord, offsetof(RuleStoreRecord, Kind)}};
-
-constexpr SourceLayout kLinkTrfLayout = {{1, kCode, offsetof(OneWayStoreRecord, LinkCode)},
-                                         {2, kCode, offsetof(OneWayStoreRecord, FirstNode)},
-                                         {3, kCode, offsetof(OneWayStoreRecord, SecondNode)},
-                                         {4, kWord, offsetof(OneWayStoreRecord, FirstFlag)},
-                                         {5, kWord, offsetof(OneWayStoreRecord, SecondFlag)}};
+constexpr SourceLayout kNodeLayout = {zat::kNodes, &SourceColumn::record};
+constexpr SourceLayout kNodeNameInNodeLayout = {zat::kNodes, &SourceColumn::name_record};
+constexpr SourceLayout kNodeNameLayout = {zat::kNodeNames, &SourceColumn::record};
+constexpr SourceLayout kNodeXYLayout = {zat::kNodePlaces, &SourceColumn::record};
+constexpr SourceLayout kLinkLayout = {zat::kLinks, &SourceColumn::record};
+constexpr SourceLayout kLinkNameInLinkLayout = {zat::kLinks, &SourceColumn::name_record};
+constexpr SourceLayout kLinkNameLayout = {zat::kLinkNames, &SourceColumn::record};
+constexpr SourceLayout kLinkSpeedLayout = {zat::kLinkSpeeds, &SourceColumn::record};
+constexpr SourceLayout kNodeTrfLayout = {zat::kTurns, &SourceColumn::record};
+constexpr SourceLayout kLinkTrfLayout = {zat::kOneWays, &SourceColumn::record};
 
 }  // namespace
 

@@ -10,9 +10,9 @@
 namespace zatlib {
 namespace {
 
-constexpr double kFirstDummyDecimal = 99000000000000.0;
-constexpr int64_t kFirstDummyInteger = 990000000000000000;
 constexpr int64_t kAreaInteger = 10000000000000000;  // 10^16
+constexpr double kFirstDummyDecimal = kDummyArea * kNumbersOfArea;
+constexpr int64_t kFirstDummyInteger = kDummyArea * kAreaInteger;
 
 // A double cut to a 64-bit integer; what does not fit clamps.
 int64_t Truncate(double value) {

@@ -37,6 +37,11 @@ struct FeatureCode {
 };
 static_assert(sizeof(FeatureCode) == 8);
 
+// Numbers of an area that its codes of length 14 keep apart, and the area whose codes are those of
+// the dummy links.
+inline constexpr double kNumbersOfArea = 1e12;
+inline constexpr int kDummyArea = 99;
+
 // True for 14 and 18.
 bool IsValidCodeLength(int code_length);
 

@@ -11,12 +11,6 @@ namespace {
 
 using fields::Put;
 
-uint16_t Speed(std::string_view field, uint16_t default_speed) {
-  const int32_t speed = FRD_ParseInt(field);
-  if (speed < 0) return 0;
-  return speed == 0 ? default_speed : static_cast<uint16_t>(speed);
-}
-
 void FillField(std::string_view field, FieldKind kind, const SourceRules& rules, char* to,
                LineAreas* areas) {
   switch (kind) {
@@ -50,10 +44,10 @@ void FillField(std::string_view field, FieldKind kind, const SourceRules& rules,
       Put(to, FRD_ParseFixed6(field));
       break;
     case FieldKind::kSpeedA:
-      Put(to, Speed(field, rules.defaults.a));
+      Put(to, SpeedOf(field, rules.defaults.a));
       break;
     case FieldKind::kSpeedB:
-      Put(to, Speed(field, rules.defaults.b));
+      Put(to, SpeedOf(field, rules.defaults.b));
       break;
     case FieldKind::kName: {
       const std::string_view name = FRD_CutText(field, kNameSize);
@@ -120,6 +114,12 @@ void ComposeCodes(const SourceLayout& layout, int code_length, const LineAreas& 
 DefaultSpeeds ReadDefaultSpeeds(const char* control_file) {
   return {static_cast<uint16_t>(ControlInt(control_file, "DEFAULTSPEED", "SPEEDA", 0)),
           static_cast<uint16_t>(ControlInt(control_file, "DEFAULTSPEED", "SPEEDB", 0))};
+}
+
+uint16_t SpeedOf(std::string_view field, uint16_t default_speed) {
+  const int32_t speed = FRD_ParseInt(field);
+  if (speed < 0) return 0;
+  return speed == 0 ? default_speed : static_cast<uint16_t>(speed);
 }
 
 bool IsNarrow(std::string_view line, int columns) {

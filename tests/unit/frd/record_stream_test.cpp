@@ -267,7 +267,9 @@ TEST_P(RecordStreamTest, WithoutMemoryThereIsAFailureAndNoRecord) {
 TEST_P(RecordStreamTest, AFieldThatIsTooLongEndsTheProcessWhenItsTurnComes) {
   const std::string content =
       NumberedLines(90000) + "1,2," + std::string(64, 'f') + ",5\r\n" + NumberedLines(90000);
-  static constexpr SourceLayout kLayout = {{2, FieldKind::kLong, 0}};
+  static constexpr SourceColumn kColumns[] = {
+      {2, "number", FieldKind::kLong, Presence::kNeeded, kSigned32, 0}};
+  static constexpr SourceLayout kLayout = {{"", kColumns}, &SourceColumn::record};
   const auto read_all = [&] {
     SetLongFieldNotice([](const char* path, int64_t line, int column) {
       std::fprintf(stderr, "%s line %d column %d\n", path, static_cast<int>(line), column);

@@ -68,14 +68,18 @@ struct AllKinds {
   char name[20];
   uint32_t more_padding;
 };
-constexpr SourceLayout kAllKinds = {{1, FieldKind::kCode, offsetof(AllKinds, code)},
-                                    {2, FieldKind::kCoordinate, offsetof(AllKinds, coordinate)},
-                                    {3, FieldKind::kLong, offsetof(AllKinds, number)},
-                                    {4, FieldKind::kWord, offsetof(AllKinds, word)},
-                                    {6, FieldKind::kSpeedA, offsetof(AllKinds, speed_a)},
-                                    {7, FieldKind::kSpeedB, offsetof(AllKinds, speed_b)},
-                                    {8, FieldKind::kByte, offsetof(AllKinds, byte)},
-                                    {9, FieldKind::kName, offsetof(AllKinds, name)}};
+constexpr SourceColumn kAllColumns[] = {
+    {1, "code", FieldKind::kCode, Presence::kOptional, kAnyText, offsetof(AllKinds, code)},
+    {2, "coordinate", FieldKind::kCoordinate, Presence::kOptional, kLongitudes,
+     offsetof(AllKinds, coordinate)},
+    {3, "number", FieldKind::kLong, Presence::kOptional, kSigned32, offsetof(AllKinds, number)},
+    {4, "word", FieldKind::kWord, Presence::kOptional, kUnsigned16, offsetof(AllKinds, word)},
+    {6, "speed A", FieldKind::kSpeedA, Presence::kOptional, kSpeeds, offsetof(AllKinds, speed_a)},
+    {7, "speed B", FieldKind::kSpeedB, Presence::kOptional, kSpeeds, offsetof(AllKinds, speed_b)},
+    {8, "byte", FieldKind::kByte, Presence::kOptional, kUnsigned8, offsetof(AllKinds, byte)},
+    {9, "name", FieldKind::kName, Presence::kOptional, kAnyText, offsetof(AllKinds, name)},
+};
+constexpr SourceLayout kAllKinds = {{"", kAllColumns}, &SourceColumn::record};
 
 // What the full rules make of a line.
 AllKinds ByTheFullRules(std::string_view line, const SourceRules& rules) {
