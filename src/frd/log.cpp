@@ -150,7 +150,6 @@ int FRD_MakPrevDay(platform::DateTime* date) {
   } else {
     --date->day;
   }
-  date->day_of_week = static_cast<uint16_t>((date->day_of_week + 6) % 7);
   if (platform::IsValidDate(*date)) return 1;
   FRD_WriteLog(kPerUser, kServiceTag, "Internal Logic Error in FRD_MakPrevDay", 1);
   return 0;
@@ -174,8 +173,8 @@ int FRD_EraseOldLogs(int folder_kind, const char* tag) {
     const platform::NamedLock lock(kLockName, kLockWait);
     char today[kPathSize] = {};
     result = TodaysPath(folder_kind, tag, today);
-    // Without an application-data folder the search runs over the current drive's root, as the
-    // pattern's folder part is empty then; names there sort above any date as a rule.
+    // Without an application-data folder the folder is empty. That is the root of the current drive
+    // where there are drives; names there sort above any date as a rule.
     char folder[kPathSize] = {};
     FRD_SplitPath(today, folder, nullptr);
     platform::DateTime date = platform::LocalTime();

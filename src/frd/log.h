@@ -31,7 +31,8 @@ void FRD_GetHostLogPath(char* path_out);
 // program's log. Returns the result of the path lookup (1 with a null tag).
 int FRD_EraseOldLogs(int folder_kind, const char* tag);
 
-// Steps a date back by one day. Non-zero on success, 0 when the date does not exist.
+// Steps year, month and day back by one day; the day of the week and the time stay. Non-zero on
+// success, 0 when the date does not exist.
 int FRD_MakPrevDay(platform::DateTime* date);
 
 // Time-stamped line in the all-users service log; a day's file above 65,536 bytes makes an erase

@@ -91,7 +91,7 @@ int64_t SizeAtPath(const char* path);
 
 // Calls `visit` with the name (without folder) of every entry of `folder`, folders excluded, whose
 // name ends with `suffix` in any case ("" matches all). An empty folder name searches the root of
-// the current drive.
+// the current drive on Windows, and nothing where there are no drives.
 void FindFiles(const char* folder, const char* suffix,
                const std::function<void(const char*)>& visit);
 

@@ -193,8 +193,7 @@ int64_t SizeAtPath(const char* path) {
 
 void FindFiles(const char* folder, const char* suffix,
                const std::function<void(const char*)>& visit) {
-  std::string native = NativePath(folder);
-  if (native.empty()) native = "/";
+  const std::string native = NativePath(folder);
   DIR* directory = ::opendir(native.c_str());
   if (directory == nullptr) return;
   // Collected first: what `visit` deletes must not disturb the walk.

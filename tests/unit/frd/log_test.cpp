@@ -125,6 +125,14 @@ TEST_F(LogTest, WithoutAnApplicationDataFolderNothingIsLogged) {
   char path[kPathSize] = {};
   EXPECT_EQ(FRD_GetUserLogPath(kTag, path), 0);
   EXPECT_EQ(FRD_WriteLog(kPerUser, kTag, "text", 1), 0);
+  // There is no drive whose root would be searched: nobody's files go. Only root can make one
+  // there.
+  const char* const old_log = "/19000101.log";
+  File::Open(old_log, Access::kWrite, Share::kNone, Disposition::kOpenAlways);
+  const bool made = Exists(old_log);
+  EXPECT_EQ(FRD_EraseOldLogs(kPerUser, kTag), 0);
+  EXPECT_EQ(Exists(old_log), made);
+  if (made) platform::RemoveFile(old_log);
   if (data != nullptr) ::setenv("XDG_DATA_HOME", old_data.c_str(), 1);
   if (home != nullptr) ::setenv("HOME", old_home.c_str(), 1);
 }
@@ -401,6 +409,7 @@ void ExpectPreviousDay(const Step& step) {
   date.year = static_cast<uint16_t>(step.year);
   date.month = static_cast<uint16_t>(step.month);
   date.day = static_cast<uint16_t>(step.day);
+  date.day_of_week = 5;
   date.hour = 11;
   date.minute = 22;
   date.second = 33;
@@ -409,6 +418,8 @@ void ExpectPreviousDay(const Step& step) {
   EXPECT_EQ(date.year, step.before_year);
   EXPECT_EQ(date.month, step.before_month);
   EXPECT_EQ(date.day, step.before_day);
+  // The day of the week and the time of day stay.
+  EXPECT_EQ(date.day_of_week, 5);
   EXPECT_EQ(date.hour, 11);
   EXPECT_EQ(date.minute, 22);
   EXPECT_EQ(date.second, 33);

@@ -242,6 +242,14 @@ TEST_F(FileTest, AMissingFolderHoldsNothing) {
   EXPECT_EQ(found, 0);
 }
 
+#if !defined(_WIN32)
+TEST_F(FileTest, NoFolderHoldsNothing) {
+  int found = 0;
+  FindFiles("", "", [&](const char*) { ++found; });
+  EXPECT_EQ(found, 0);
+}
+#endif
+
 TEST_F(FileTest, BackslashesSeparate) {
   ASSERT_TRUE(CreateFolder((folder_ / "sub").c_str()));
   const std::string path = folder_.path() + "\\sub\\a.dat";
