@@ -181,7 +181,6 @@ int FRD_GetCsvField(int index, int length, const char* line, char* out) {
   if (index < 0) return -1;
   // Byte by byte: behind a terminator before `length` nothing may be looked at.
   size_t line_length = 0;
-  length = std::min(length, 0x7FFF);
   while (static_cast<int64_t>(line_length) < length && line[line_length] != 0 &&
          line[line_length] != '\r' && line[line_length] != '\n') {
     ++line_length;

@@ -52,10 +52,10 @@ void FRD_SplitPath(const char* path, char* folder_out, char* name_out);
 // holds 260 bytes.
 void FRD_MakeMidPath(const char* mif_path, char* mid_out);
 
-// Finds field `index` (from 0) of a line of `length` bytes, separated by ',', TAB or ';'; a line
-// ends after 32,767 bytes, so that the positions fit into the result. Double quotes do not protect
-// separators; one leading and then one trailing quote are dropped. Returns (position of the field's
-// first byte x 65,536) + position behind its last byte, quotes included, or -1 when the line has
+// Finds field `index` (from 0) of a line, separated by ',', TAB or ';'; the line ends at a zero
+// byte, CR or LF, or after `length` bytes. Double quotes do not protect separators; one leading and
+// then one trailing quote are dropped. Returns (position of the field's first byte x 65,536) +
+// position behind its last byte, quotes included, as far as 32 bits go, or -1 when the line has
 // fewer fields. `out` (1,024 bytes, or null) receives the text, cut at a whole character, or an
 // empty text.
 int FRD_GetCsvField(int index, int length, const char* line, char* out);
