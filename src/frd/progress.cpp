@@ -3,6 +3,7 @@
 #include <atomic>
 
 #include "frd/cp932.h"
+#include "frd/memory.h"
 #include "platform/float_mode.h"
 #include "platform/profile.h"
 
@@ -51,6 +52,7 @@ int FRD_RunDialog(WindowHandle owner, FrdCallback callback, int64_t argument,
                                         : "Canceling ...");
   };
   run.on_close = [] { g_dialog_open = false; };
+  run.free_pages = FRD_FreeMem;
   return platform::RunProgressWindow(run);
 }
 

@@ -1,13 +1,13 @@
 // The seam through which a test makes the platform fail: every open, read, write, seek, flush and
-// page allocation of the library asks here first. In normal use nothing is armed and a question
-// costs one load of a flag.
+// page allocation or release of the library asks here first. In normal use nothing is armed and a
+// question costs one load of a flag.
 #pragma once
 
 #include <cstdint>
 
 namespace zatlib::platform {
 
-enum class Operation { kOpen, kRead, kWrite, kSeek, kFlush, kAllocate, kCount };
+enum class Operation { kOpen, kRead, kWrite, kSeek, kFlush, kAllocate, kFree, kCount };
 
 // What an armed write does with the bytes of the failing call.
 enum class WriteFault { kNothingWritten, kHalfWritten };

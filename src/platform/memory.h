@@ -10,7 +10,8 @@ namespace zatlib::platform {
 // armed fault) refuses, and for a size of 0.
 void* AllocPages(uint64_t size);
 
-// Gives a block of AllocPages back; false for null or an unknown block.
+// Gives a block of AllocPages back; false for null, an unknown block, or when the system (or an
+// armed fault) refuses.
 bool FreePages(void* block);
 
 // Size of the block's region in bytes, rounded up to whole pages; 0 for null or unknown.

@@ -36,16 +36,17 @@ constexpr Box CancelBox(int u, int width) {
 // The sunken area around the status line.
 constexpr Box FrameBox(int u, int width) { return {u, u, width - 2 * u, Units(3.5, u) - u}; }
 
-// The place of `window` in the middle of `reference`, moved into the work area of the desktop. A
-// window larger than the work area begins at its left and upper edge.
+// The place of `window` in the middle of `reference`, moved into the work area of the desktop:
+// right and down first, then left and up. A window larger than the work area ends at its right and
+// lower edge.
 constexpr Box CentredBox(const Box& window, const Box& reference, const Box& work_area) {
   Box box = window;
   box.left = reference.left + reference.width / 2 - window.width / 2;
   box.top = reference.top + reference.height / 2 - window.height / 2;
-  if (box.right() > work_area.right()) box.left = work_area.right() - box.width;
-  if (box.bottom() > work_area.bottom()) box.top = work_area.bottom() - box.height;
   if (box.left < work_area.left) box.left = work_area.left;
   if (box.top < work_area.top) box.top = work_area.top;
+  if (box.right() > work_area.right()) box.left = work_area.right() - box.width;
+  if (box.bottom() > work_area.bottom()) box.top = work_area.bottom() - box.height;
   return box;
 }
 

@@ -45,6 +45,7 @@ struct ProgressRun {
   std::function<int(WindowHandle window)> worker;  // runs on a thread of its own, behind `window`
   std::function<void()> on_open;                   // the window is ready, no worker runs yet
   std::function<void()> on_cancel;                 // each time the user asks to stop
+  std::function<int(void* block)> free_pages;      // gives pages back that the window has taken
   std::function<void()> on_close;                  // the window is gone and the worker has ended
 };
 

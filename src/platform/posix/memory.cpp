@@ -51,6 +51,7 @@ void* AllocPages(uint64_t size) {
 }
 
 bool FreePages(void* block) {
+  if (ShouldFail(Operation::kFree)) return false;
   Blocks& blocks = Table();
   const std::lock_guard<std::mutex> guard(blocks.mutex);
   const auto found = blocks.sizes.find(block);

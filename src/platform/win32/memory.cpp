@@ -35,6 +35,7 @@ void* AllocPages(uint64_t size) {
 }
 
 bool FreePages(void* block) {
+  if (ShouldFail(Operation::kFree)) return false;
   const uint64_t size = PagesSize(block);
   if (size == 0 || ::VirtualFree(block, 0, MEM_RELEASE) == 0) return false;
   g_total -= size;

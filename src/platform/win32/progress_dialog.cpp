@@ -287,7 +287,7 @@ int RunProgressWindow(const ProgressRun& run) {
   const INT_PTR result = ::DialogBoxIndirectParamA(
       static_cast<HINSTANCE>(ModuleHandle()), static_cast<DLGTEMPLATE*>(dialog_template), owner,
       FRD_Proc, reinterpret_cast<LPARAM>(run.title));
-  FreePages(dialog_template);
+  run.free_pages(dialog_template);
   g_dialog = nullptr;
   if (!g_finished) {
     if (g_worker != nullptr) WaitForOrphanedWorker();

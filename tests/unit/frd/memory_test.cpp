@@ -45,6 +45,22 @@ TEST_F(MemoryTest, FreeOfAnUnknownBlockIsLogged) {
   platform::RemoveFile(path);
 }
 
+TEST_F(MemoryTest, ABlockThatTheSystemKeepsIsLogged) {
+  const platform::DateTime date{1983, 1, 0, 3, 3, 4, 5, 6};
+  platform::FixLocalTime(&date);
+  char path[kPathSize] = {};
+  ASSERT_EQ(FRD_GetUserLogPath(kServiceTag, path), 1);
+  void* block = platform::AllocPages(1);
+  platform::ArmFault(Operation::kFree, 1, false);
+  EXPECT_EQ(FRD_FreeMem(block), 0);
+  platform::ClearFaults();
+  EXPECT_EQ(FRD_GetMemSize(block), 4096u);
+  EXPECT_EQ(test::ReadBytes(path),
+            "19830103 03:04:05.006 VirtualFree function fails in FRD_FreeMem !\r\n");
+  platform::RemoveFile(path);
+  EXPECT_NE(FRD_FreeMem(block), 0);
+}
+
 TEST_F(MemoryTest, ABlockIsAsLargeAsItsPages) {
   void* block = platform::AllocPages(1);
   EXPECT_EQ(FRD_GetMemSize(block), 4096u);

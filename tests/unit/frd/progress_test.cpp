@@ -7,9 +7,16 @@
 #include <string>
 
 #include "frd/control.h"
+#include "frd/files.h"
+#include "frd/log.h"
+#include "frd/memory.h"
+#include "platform/clock.h"
+#include "platform/fault.h"
 #include "test_support.h"
 
-#if !defined(_WIN32)
+#if defined(_WIN32)
+#include <windows.h>
+#else
 #include <csignal>
 #endif
 
@@ -75,7 +82,75 @@ TEST_F(ProgressTest, CheckpointsAreSilentInSilentMode) {
   EXPECT_EQ(Checkpoint(0.5f), 1);
 }
 
-#if !defined(_WIN32)
+#if defined(_WIN32)
+// The progress window lives while a large file is written and read: the worker's messages are
+// handled on the way, and none of them by a silent run.
+
+constexpr uint64_t kLongFile = 130u << 20;
+
+struct Transfer {
+  std::string path;
+  bool done = false;
+  bool pending_after_write = true;
+  bool pending_after_read = true;
+};
+Transfer g_transfer;
+
+bool IsMessagePending() {
+  MSG message;
+  return ::PeekMessageA(&message, nullptr, WM_APP, WM_APP, PM_NOREMOVE) != 0;
+}
+
+int TransferLongFile(WindowHandle, int64_t, const char*) {
+  PageArray<char> bytes;
+  if (!bytes.Allocate(kLongFile)) return 0;
+  ::PostThreadMessageA(::GetCurrentThreadId(), WM_APP, 0, 0);
+  g_transfer.done =
+      SaveFile(g_transfer.path.c_str(), bytes.data(), kLongFile) == SaveResult::kSaved;
+  g_transfer.pending_after_write = IsMessagePending();
+  ::PostThreadMessageA(::GetCurrentThreadId(), WM_APP, 0, 0);
+  platform::File file =
+      platform::File::Open(g_transfer.path.c_str(), platform::Access::kRead, platform::Share::kRead,
+                           platform::Disposition::kOpenExisting);
+  g_transfer.done = ReadExactly(file, bytes.data(), kLongFile) && g_transfer.done;
+  g_transfer.pending_after_read = IsMessagePending();
+  return 7;
+}
+
+TEST_F(ProgressTest, TheWindowIsServedDuringLongTransfers) {
+  g_transfer = {folder_ / "long.dat"};
+  EXPECT_EQ(FRD_RunDialog(nullptr, TransferLongFile, 0, ""), 7);
+  EXPECT_TRUE(g_transfer.done);
+  EXPECT_FALSE(g_transfer.pending_after_write);
+  EXPECT_FALSE(g_transfer.pending_after_read);
+}
+
+TEST_F(ProgressTest, ASilentRunServesNoWindow) {
+  g_transfer = {folder_ / "long.dat"};
+  g_silent = 1;
+  EXPECT_EQ(FRD_RunDialog(nullptr, TransferLongFile, 0, ""), 7);
+  EXPECT_TRUE(g_transfer.done);
+  EXPECT_TRUE(g_transfer.pending_after_write);
+  EXPECT_TRUE(g_transfer.pending_after_read);
+}
+
+int Succeed(WindowHandle, int64_t, const char*) { return 7; }
+
+TEST_F(ProgressTest, AWindowTemplateThatTheSystemKeepsIsLogged) {
+  const platform::DateTime date{1983, 1, 0, 4, 3, 4, 5, 6};
+  platform::FixLocalTime(&date);
+  char path[kPathSize] = {};
+  ASSERT_EQ(FRD_GetUserLogPath(kServiceTag, path), 1);
+  platform::RemoveFile(path);
+  platform::ArmFault(platform::Operation::kFree, 1, false);
+  EXPECT_EQ(FRD_RunDialog(nullptr, Succeed, 0, ""), 7);
+  platform::ClearFaults();
+  EXPECT_EQ(test::ReadBytes(path),
+            "19830104 03:04:05.006 VirtualFree function fails in FRD_FreeMem !\r\n");
+  platform::RemoveFile(path);
+  platform::FixLocalTime(nullptr);
+}
+#else
 // Without a window system the status line and the message boxes go to standard error, so that a
 // run can be followed there.
 

@@ -35,8 +35,9 @@ TEST_F(FaultTest, CountsWithoutFailing) {
   EXPECT_TRUE(file.Read(data, 4, &count));
   EXPECT_TRUE(file.Flush());
   EXPECT_TRUE(FreePages(AllocPages(1)));
-  for (const Operation operation : {Operation::kOpen, Operation::kWrite, Operation::kSeek,
-                                    Operation::kRead, Operation::kFlush, Operation::kAllocate}) {
+  for (const Operation operation :
+       {Operation::kOpen, Operation::kWrite, Operation::kSeek, Operation::kRead, Operation::kFlush,
+        Operation::kAllocate, Operation::kFree}) {
     EXPECT_EQ(OperationCount(operation), 1) << static_cast<int>(operation);
   }
 }
@@ -84,7 +85,7 @@ TEST_F(FaultTest, AHalfWriteLeavesHalf) {
   EXPECT_EQ(test::ReadBytes(folder_ / "a.dat"), "ab");
 }
 
-TEST_F(FaultTest, ReadSeekFlushAndAllocationFail) {
+TEST_F(FaultTest, ReadSeekFlushAllocationAndReleaseFail) {
   File file = Create();
   uint32_t count = 99;
   char data[4];
@@ -97,6 +98,10 @@ TEST_F(FaultTest, ReadSeekFlushAndAllocationFail) {
   EXPECT_FALSE(file.Flush());
   ArmFault(Operation::kAllocate, 1, false);
   EXPECT_EQ(AllocPages(4096), nullptr);
+  void* block = AllocPages(4096);
+  ArmFault(Operation::kFree, 1, false);
+  EXPECT_FALSE(FreePages(block));
+  EXPECT_TRUE(FreePages(block));
 }
 
 }  // namespace

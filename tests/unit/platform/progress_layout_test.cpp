@@ -46,8 +46,9 @@ TEST(ProgressLayout, TheDialogStaysInsideTheWorkArea) {
   const Box work{10, 20, 1000, 700};
   EXPECT_EQ(CentredBox({0, 0, 300, 150}, {-200, -200, 100, 100}, work), (Box{10, 20, 300, 150}));
   EXPECT_EQ(CentredBox({0, 0, 300, 150}, {950, 690, 400, 400}, work), (Box{710, 570, 300, 150}));
-  // Larger than the work area: its caption stays within reach.
-  EXPECT_EQ(CentredBox({0, 0, 1200, 900}, {0, 0, 100, 100}, work), (Box{10, 20, 1200, 900}));
+  // Larger than the work area: left and top are bounded first, so the right and lower edge count.
+  EXPECT_EQ(CentredBox({0, 0, 1200, 900}, {0, 0, 100, 100}, work), (Box{-190, -180, 1200, 900}));
+  EXPECT_EQ(CentredBox({0, 0, 1000, 700}, {0, 0, 100, 100}, work), (Box{10, 20, 1000, 700}));
 }
 
 }  // namespace
