@@ -3,13 +3,11 @@
 #include <cstring>
 
 #include "frd/log.h"
+#include "platform/file.h"
 #include "platform/profile.h"
 
 namespace zatlib {
 namespace {
-
-bool g_gave_up = false;  // a transfer, since the user has cancelled
-int g_whole_transfers = 0;
 
 constexpr size_t kReportLimit = 1021;  // bytes of an error report's log line
 
@@ -20,7 +18,11 @@ void BRN_GetCalcMapDir(const char* control_file, char* folder_out) {
   platform::ReadProfileString("FOLDER", "CALCMAPDIR", "", folder, sizeof folder, control_file);
   if (std::strlen(folder) < 2) {
     folder[0] = 0;
-    if (control_file != nullptr) FRD_SplitPath(control_file, folder, nullptr);
+    if (control_file != nullptr) {
+      FRD_SplitPath(control_file, folder, nullptr);
+      // What stands in front of the root folder's separator is empty, as without any folder.
+      if (folder[0] == 0 && platform::IsSeparator(control_file[0])) folder[0] = control_file[0];
+    }
   }
   FRD_CopyText(folder_out, kPathSize, folder);
 }
@@ -58,9 +60,6 @@ bool WantsSummary(const char* control_file) {
 }
 
 int BRN_ShowError(WindowHandle owner, const char* message, const char* title, unsigned flags) {
-  // One failure may be reported at several levels.
-  g_gave_up = g_gave_up && g_silent == 0 && FRD_IsCancelled();
-  if (g_gave_up) return 1;
   char line[kReportLimit + 1];
   FRD_Format(line, sizeof line, "[%s][%s]", message, title);
   FRD_LogTagged(kBuildTag, line, 1);
@@ -71,15 +70,6 @@ int BRN_ShowError(WindowHandle owner, const char* message, const char* title, un
     flags |= platform::kTaskModal;
   }
   return platform::ShowMessageBox(owner, message, title, flags);
-}
-
-WholeTransfers::WholeTransfers() { ++g_whole_transfers; }
-WholeTransfers::~WholeTransfers() { --g_whole_transfers; }
-
-bool TransferGoesOn() {
-  if (BRN_SetStatus(nullptr) != 0 || g_whole_transfers > 0) return true;
-  g_gave_up = true;
-  return false;
 }
 
 int ReportError(WindowHandle owner, const char* title, const char* format, ...) {

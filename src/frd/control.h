@@ -17,7 +17,8 @@ struct PathText {
 };
 
 // Fills `folder_out` (260 bytes) with [FOLDER] CALCMAPDIR as it stands, or with the control file's
-// own folder when the value has fewer than 2 characters.
+// own folder when the value has fewer than 2 characters. Empty for a control file named without a
+// folder.
 void BRN_GetCalcMapDir(const char* control_file, char* folder_out);
 
 // Path of a file in the output folder. An empty output folder means the current folder.
@@ -37,20 +38,6 @@ bool WantsSummary(const char* control_file);
 // Logs "[message][title]" and, unless silent, shows a message box: task-modal without a living
 // owner. Returns the box's answer, 1 in silent mode.
 int BRN_ShowError(WindowHandle owner, const char* message, const char* title, unsigned flags);
-
-// Looks at the user during a long read or write; never stops one in silent mode. False when the
-// user has cancelled: the caller gives the transfer up as failed, and the error reports that the
-// cancelled run still makes, which would tell of that failure, are neither logged nor shown.
-bool TransferGoesOn();
-
-// While one lives, no transfer is given up: for a step that a cancel does not end.
-class WholeTransfers {
- public:
-  WholeTransfers();
-  ~WholeTransfers();
-  WholeTransfers(const WholeTransfers&) = delete;
-  WholeTransfers& operator=(const WholeTransfers&) = delete;
-};
 
 // Formats the message (at most 1,023 bytes) and reports it with the error icon.
 int ReportError(WindowHandle owner, const char* title, const char* format, ...) ZATLIB_PRINTF(3, 4);

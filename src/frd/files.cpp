@@ -18,10 +18,13 @@ constexpr uint64_t kRetryWait = 10000;       // milliseconds before a refused ch
 constexpr uint32_t kReadBlock = 1 << 20;     // bytes of one system read of a source file
 constexpr uint32_t kChunkSize = 1 << 18;     // bytes of a chunk of lines
 constexpr uint32_t kWriteBlock = 1 << 20;    // bytes of one system write of a record file
-constexpr uint32_t kIoLimit = 1 << 30;       // bytes of one system call at most
-constexpr int64_t kTransferLook = 64 << 20;  // bytes of a transfer between two looks at the user
+constexpr int64_t kTransferLook = 64 << 20;  // bytes of a transfer between two looks at the window
 constexpr uint64_t kSharedRead = 16 << 20;   // bytes from which threads share a read
 constexpr uint32_t kCountBlock = 4096;       // bytes of one read of FRD_CountLines
+
+// Serves the window during a long transfer. What is begun is read or written whole: a cancel is
+// heard by whoever asks next.
+void KeepWindowAlive() { BRN_SetStatus(nullptr); }
 
 // Reads a large part of a file on all processors: the system copies it on the thread that asks.
 bool ReadShared(platform::File& file, void* data, uint64_t size) {
@@ -32,7 +35,7 @@ bool ReadShared(platform::File& file, void* data, uint64_t size) {
   Workers workers;
   const auto whole = static_cast<int64_t>(size);
   for (int64_t done = 0; good && done < whole; done += kTransferLook) {
-    if (done > 0 && !TransferGoesOn()) return false;
+    if (done > 0) KeepWindowAlive();
     const int64_t slice = std::min(whole - done, kTransferLook);
     workers.RunRanges(slice, kPart, [&](int64_t from, int64_t to) {
       if (!file.ReadAt(begin + done + from, static_cast<char*>(data) + done + from,
@@ -51,27 +54,29 @@ char* RemoveBreaks(char* begin, char* end) {
 
 }  // namespace
 
-int FRD_WriteFile(platform::File& file, const void* data, uint32_t size) {
+int FRD_WriteFile(platform::File& file, const void* data, uint64_t size) {
   const auto* bytes = static_cast<const char*>(data);
-  uint32_t offset = 0;
+  uint64_t offset = 0;
+  const auto log = [size, &offset](const char* what, uint32_t chunk) {
+    char line[256];
+    FRD_Format(line, sizeof line, "%s OriginalSize=%llu, WrittenSize=%llu, WrittingSize=%u", what,
+               static_cast<unsigned long long>(size), static_cast<unsigned long long>(offset),
+               chunk);
+    FRD_LogFrd(line);
+  };
   while (offset < size) {
-    const uint32_t chunk = std::min(size - offset, kWriteChunk);
+    const auto chunk = static_cast<uint32_t>(std::min<uint64_t>(size - offset, kWriteChunk));
     uint32_t written = 0;
     if (file.Write(bytes + offset, chunk, &written) && written == chunk) {
       offset += chunk;
-      if (offset < size && offset % kTransferLook == 0 && !TransferGoesOn()) return 0;
+      if (offset < size && offset % kTransferLook == 0) KeepWindowAlive();
       continue;
     }
-    char line[256];
     if (written > 0) {
-      FRD_Format(line, sizeof line, "ERROR! OriginalSize=%u, WrittenSize=%u, WrittingSize=%u", size,
-                 offset, chunk);
-      FRD_LogFrd(line);
+      log("ERROR!", chunk);
       return 0;
     }
-    FRD_Format(line, sizeof line, "RETRY... OriginalSize=%u, WrittenSize=%u, WrittingSize=%u", size,
-               offset, chunk);
-    FRD_LogFrd(line);
+    log("RETRY...", chunk);
     for (const uint64_t start = platform::TickCount();
          platform::TickCount() - start < kRetryWait;) {
     }
@@ -85,26 +90,13 @@ int FRD_WriteFile(platform::File& file, const void* data, uint32_t size) {
   return 1;
 }
 
-int WriteWhole(platform::File& file, const void* data, uint64_t size) {
-  const auto* bytes = static_cast<const char*>(data);
-  for (bool first = true; size > 0; first = false) {
-    if (!first && !TransferGoesOn()) return 0;
-    // A multiple of the chunk, so that the sequence of system writes is that of one call.
-    const uint32_t part = static_cast<uint32_t>(std::min<uint64_t>(size, kIoLimit));
-    if (FRD_WriteFile(file, bytes, part) == 0) return 0;
-    bytes += part;
-    size -= part;
-  }
-  return 1;
-}
-
 SaveResult SaveFile(const char* path, const void* data, uint64_t size) {
   // Files of a map are saved again with new content of the same size. Emptying one first would wait
   // until the disk has taken the content before.
   platform::File file = platform::File::Open(path, platform::Access::kWrite, platform::Share::kNone,
                                              platform::Disposition::kOpenAlways);
   if (!file.IsOpen()) return SaveResult::kNotOpened;
-  const int whole = WriteWhole(file, data, size);
+  const int whole = FRD_WriteFile(file, data, size);
   const bool cut = file.CutHere();
   file.Flush();
   return whole != 0 && cut ? SaveResult::kSaved : SaveResult::kNotWritten;
@@ -128,7 +120,7 @@ bool ReadExactly(platform::File& file, void* data, uint64_t size) {
   if (size >= kSharedRead && ThreadCount() > 1) return ReadShared(file, data, size);
   auto* bytes = static_cast<char*>(data);
   for (bool first = true; size > 0; first = false) {
-    if (!first && !TransferGoesOn()) return false;
+    if (!first) KeepWindowAlive();
     const uint32_t part = static_cast<uint32_t>(std::min<uint64_t>(size, kTransferLook));
     uint32_t read = 0;
     if (!file.Read(bytes, part, &read) || read != part) return false;

@@ -20,12 +20,10 @@ inline constexpr uint32_t kLineSize = 2048;        // bytes of a source line, it
 inline constexpr int64_t kMaxRecords = 0x7FFFFFFF - 2;
 
 // Writes `size` bytes in chunks of 8 MiB. A chunk refused outright is tried once more after ten
-// seconds; when that succeeds the chunk is written again, so the file then holds it twice. Returns
-// 1 when all was written, else 0; failures go to the service log.
-int FRD_WriteFile(platform::File& file, const void* data, uint32_t size);
-
-// The same for data of any size.
-int WriteWhole(platform::File& file, const void* data, uint64_t size);
+// seconds; when that succeeds the chunk is written again, so the file then holds it twice. The
+// progress window is served meanwhile; a cancel ends no write. Returns 1 when all was written, else
+// 0; failures go to the service log.
+int FRD_WriteFile(platform::File& file, const void* data, uint64_t size);
 
 // Creates the file, or writes over it in place (no sharing), with FRD_WriteFile; cuts it to what
 // was written, flushes and closes.
@@ -38,7 +36,8 @@ uint64_t FileSize(const char* path);
 // True when the file can be opened for reading, others reading.
 bool CanOpen(const char* path);
 
-// Reads exactly `size` bytes; false when the file ends first or cannot be read.
+// Reads exactly `size` bytes; false when the file ends first or cannot be read. The progress window
+// is served meanwhile; a cancel ends no read.
 bool ReadExactly(platform::File& file, void* data, uint64_t size);
 
 // A source text file, read line by line out of large blocks; or whole lines of such a file that

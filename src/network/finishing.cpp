@@ -147,6 +147,8 @@ class AttributeBuilder {
 
   template <typename Record>
   Outcome Save(const AttributeFile& file, const Record* records) const {
+    // Several large files in a row.
+    if (CancelledWithin(0, node_count_)) return Outcome::kCancelled;
     const PathText path = step_.Path(file.file);
     if (SaveRecords(path.c_str(), records, node_count_) == FileResult::kDone) {
       return Outcome::kDone;
@@ -234,6 +236,7 @@ class NameStep {
     if (IsDone(outcome)) outcome = LoadNames();
     if (IsDone(outcome)) outcome = PutNames();
     if (!IsDone(outcome)) return outcome;
+    if (CancelledWithin(0, count_)) return Outcome::kCancelled;
     const PathText path = step_.Path(texts_.names);
     if (SaveRecords(path.c_str(), names_.data(), count_) == FileResult::kDone) {
       return Outcome::kDone;

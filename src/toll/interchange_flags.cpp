@@ -146,8 +146,6 @@ int TR_CheckFareData(const char* folder) {
 }
 
 int TR_SetInterchangeFlags(const char* folder) {
-  // The network is complete by now: half a linkname.dat would spoil it.
-  const WholeTransfers whole;
   FareStage stage{folder};
   const bool done = SetFlags(&stage);
   const PathText status = PathIn(folder, kFareStatusFile);

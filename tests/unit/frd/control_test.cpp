@@ -56,6 +56,18 @@ TEST_F(ControlTest, AControlFileWithoutAFolderGivesTheCurrentFolder) {
   EXPECT_EQ(OutputPath("no such control file.ini", "node.idx").c_str(), "." + Sep() + "node.idx");
 }
 
+TEST_F(ControlTest, AControlFileInTheRootFolderGivesTheRootFolder) {
+#if defined(_WIN32)
+  EXPECT_STREQ(OutputPath("\\no such control file.ini", "node.idx").c_str(), "\\node.idx");
+  EXPECT_STREQ(OutputPath("C:\\no such control file.ini", "node.idx").c_str(), "C:\\node.idx");
+#else
+  EXPECT_STREQ(OutputPath("/no such control file.ini", "node.idx").c_str(), "/node.idx");
+  EXPECT_STREQ(OutputPath("\\no such control file.ini", "node.idx").c_str(), "\\node.idx");
+#endif
+  const std::string folder = CalcMapDir(Sep() + "no such control file.ini");
+  EXPECT_EQ(PathIn(folder.c_str(), "node.idx").c_str(), Sep() + "node.idx");
+}
+
 TEST_F(ControlTest, TheOutputFolderHasAtMost259Bytes) {
   const std::string control =
       WriteControl("[FOLDER]\r\nCALCMAPDIR=" + std::string(300, 'f') + "\r\n");
@@ -151,7 +163,24 @@ TEST_F(ControlTest, ReportsAreFormattedAndBounded) {
   EXPECT_EQ(log(), (Lines{"[Can't open a.txt (7) !][T]", "[" + std::string(1020, 'm')}));
 }
 
+TEST_F(ControlTest, EveryReportIsLoggedAlsoAfterACancel) {
+  FRD_SetCancelled(true);
+  BRN_ShowError(nullptr, "First", "Title", 16);
+  BRN_ShowError(nullptr, "Second", "Title", 16);
+  EXPECT_EQ(log(), (Lines{"[First][Title]", "[Second][Title]"}));
+}
+
 #if !defined(_WIN32)
+TEST_F(ControlTest, ErrorsAreShownAlsoAfterACancel) {
+  g_silent = 0;
+  FRD_SetCancelled(true);
+  ::testing::internal::CaptureStderr();
+  EXPECT_EQ(BRN_ShowError(nullptr, "First", "Title", 16), 1);
+  EXPECT_EQ(BRN_ShowError(nullptr, "Second", "Title", 16), 1);
+  EXPECT_EQ(::testing::internal::GetCapturedStderr(), "Title: First\nTitle: Second\n");
+  EXPECT_EQ(log(), (Lines{"[First][Title]", "[Second][Title]"}));
+}
+
 TEST_F(ControlTest, ErrorsAreShownUnlessSilent) {
   ::testing::internal::CaptureStderr();
   BRN_ShowError(nullptr, "Message", "Title", 16);

@@ -1,5 +1,6 @@
 #include "frd/files.h"
 
+#include <cstring>
 #include <string>
 #include <vector>
 
@@ -113,7 +114,7 @@ TEST_F(FilesTest, WritesInChunksOfEightMebibytes) {
   data.replace(8388608, 10, "0123456789");
   File file = Create("chunks.dat");
   platform::CountOperations();
-  EXPECT_EQ(FRD_WriteFile(file, data.data(), static_cast<uint32_t>(data.size())), 1);
+  EXPECT_EQ(FRD_WriteFile(file, data.data(), data.size()), 1);
   EXPECT_EQ(platform::OperationCount(Operation::kWrite), 2);
   file.Close();
   EXPECT_TRUE(ReadBytes(folder_ / "chunks.dat") == data);
@@ -123,7 +124,7 @@ TEST_F(FilesTest, AChunkOfExactlyEightMebibytesIsOneWrite) {
   const std::string data(8388608, 'a');
   File file = Create("one.dat");
   platform::CountOperations();
-  EXPECT_EQ(FRD_WriteFile(file, data.data(), static_cast<uint32_t>(data.size())), 1);
+  EXPECT_EQ(FRD_WriteFile(file, data.data(), data.size()), 1);
   EXPECT_EQ(platform::OperationCount(Operation::kWrite), 1);
 }
 
@@ -147,7 +148,7 @@ TEST_F(FilesTest, OnlyTheRetriedChunkIsDoubled) {
   data += "0123456789";
   File file = Create("second.dat");
   platform::ArmFault(Operation::kWrite, 2, false);
-  EXPECT_EQ(FRD_WriteFile(file, data.data(), static_cast<uint32_t>(data.size())), 1);
+  EXPECT_EQ(FRD_WriteFile(file, data.data(), data.size()), 1);
   platform::ClearFaults();
   file.Close();
   const std::string content = ReadBytes(folder_ / "second.dat");
@@ -208,7 +209,7 @@ TEST_F(FilesTest, APartialSecondChunkTellsWhatWasWrittenBefore) {
   const std::string data(8388608 + 10, 'a');
   File file = Create("half2.dat");
   platform::ArmFault(Operation::kWrite, 2, false, WriteFault::kHalfWritten);
-  EXPECT_EQ(FRD_WriteFile(file, data.data(), static_cast<uint32_t>(data.size())), 0);
+  EXPECT_EQ(FRD_WriteFile(file, data.data(), data.size()), 0);
   platform::ClearFaults();
   file.Close();
   EXPECT_EQ(ReadBytes(folder_ / "half2.dat").size(), 8388613u);
@@ -219,12 +220,41 @@ TEST_F(FilesTest, APartialSecondChunkTellsWhatWasWrittenBefore) {
   }
 }
 
-TEST_F(FilesTest, WriteWholeIsOneWriteForSmallData) {
-  File file = Create("whole.dat");
-  EXPECT_EQ(WriteWhole(file, "abc", 3), 1);
-  EXPECT_EQ(WriteWhole(file, "", 0), 1);
-  file.Close();
-  EXPECT_EQ(ReadBytes(folder_ / "whole.dat"), "abc");
+// Above the gibibyte that the program once gave to one call. The system's own sink takes the bytes.
+TEST_F(FilesTest, ARefusedWriteOfMoreThanAGibibyteTellsTheWholeSize) {
+  constexpr uint64_t kSize = 1090519050;  // 1 GiB, 16 MiB and 10 bytes
+  PageArray<char> data;
+  ASSERT_TRUE(data.Allocate(kSize));
+#if defined(_WIN32)
+  const char* const sink = "NUL";
+#else
+  const char* const sink = "/dev/null";
+#endif
+  File file = File::Open(sink, Access::kWrite, Share::kReadWrite, Disposition::kOpenExisting);
+  ASSERT_TRUE(file.IsOpen());
+  {
+    ServiceLog log(8);
+    // 128 chunks of 8 MiB are a gibibyte: the 130th has 129 in front.
+    platform::ArmFault(Operation::kWrite, 130, false, WriteFault::kHalfWritten);
+    EXPECT_EQ(FRD_WriteFile(file, data.data(), kSize), 0);
+    platform::ClearFaults();
+    if (log.usable()) {
+      EXPECT_EQ(log.text(),
+                "19820708 12:34:56.789 ERROR! OriginalSize=1090519050, WrittenSize=1082130432, "
+                "WrittingSize=8388608\r\n");
+    }
+  }
+  ServiceLog log(9);
+  platform::ArmFault(Operation::kWrite, 131, false);
+  EXPECT_EQ(FRD_WriteFile(file, data.data(), kSize), 1);
+  // 131 chunks, the last of 10 bytes, which is tried again and then written once more.
+  EXPECT_GE(platform::OperationCount(Operation::kWrite), 133);
+  platform::ClearFaults();
+  if (log.usable()) {
+    EXPECT_EQ(log.text(),
+              "19820709 12:34:56.789 RETRY... OriginalSize=1090519050, WrittenSize=1090519040, "
+              "WrittingSize=10\r\n");
+  }
 }
 
 // ---- Small file services -------------------------------------------------------------------
@@ -651,65 +681,44 @@ class LongTransferTest : public FilesTest, public ::testing::WithParamInterface<
     g_silent = 1;
   }
 
-  static constexpr uint64_t kSize = 130u << 20;  // looked at twice on the way
+  static constexpr uint64_t kSize = 130u << 20;  // the window is served twice on the way
 };
 
 INSTANTIATE_TEST_SUITE_P(Threads, LongTransferTest, ::testing::Values(1, 4));
 
-TEST_P(LongTransferTest, ACancelEndsAReadAndItsErrorIsNotReported) {
+TEST_P(LongTransferTest, AFileThatIsBegunIsWrittenAndReadWholeWhateverTheUserDoes) {
   PageArray<char> bytes;
   ASSERT_TRUE(bytes.Allocate(kSize));
-  const std::string path = folder_ / "long.dat";
-  ASSERT_EQ(SaveFile(path.c_str(), bytes.data(), kSize), SaveResult::kSaved);
-  const auto read = [&] {
-    File file = File::Open(path.c_str(), Access::kRead, Share::kRead, Disposition::kOpenExisting);
-    return ReadExactly(file, bytes.data(), kSize);
-  };
-  EXPECT_TRUE(read());
-  g_silent = 0;
-  EXPECT_TRUE(read());
-  FRD_SetCancelled(true);
-  EXPECT_FALSE(read());
-  ClearLog();
-  ReportError(nullptr, "File Error", "Can't read %s !", path.c_str());
-  ReportError(nullptr, "Fatal Error", "Can't open the table in %s", "a folder");
-  EXPECT_TRUE(log().empty());
-  g_silent = 1;
-  // Other errors are.
-  ReportError(nullptr, "File Error", "Can't open it !");
-  EXPECT_EQ(log(), (std::vector<std::string>{"[Can't open it !][File Error]"}));
-  // Nobody can cancel a silent run.
-  EXPECT_TRUE(read());
-}
-
-TEST_P(LongTransferTest, AStepThatACancelDoesNotEndTransfersAll) {
-  PageArray<char> bytes;
-  ASSERT_TRUE(bytes.Allocate(kSize));
+  for (uint64_t i = 0; i < kSize; i += 4096) bytes[i] = static_cast<char>(i / 4096 % 127);
   const std::string path = folder_ / "long.dat";
   g_silent = 0;
   FRD_SetCancelled(true);
-  const WholeTransfers whole;
   EXPECT_EQ(SaveFile(path.c_str(), bytes.data(), kSize), SaveResult::kSaved);
   EXPECT_EQ(FileSize(path.c_str()), kSize);
+  PageArray<char> read;
+  ASSERT_TRUE(read.Allocate(kSize));
   File file = File::Open(path.c_str(), Access::kRead, Share::kRead, Disposition::kOpenExisting);
-  EXPECT_TRUE(ReadExactly(file, bytes.data(), kSize));
-  g_silent = 1;
-  ClearLog();
-  ReportError(nullptr, "File Error", "Can't open it !");
-  EXPECT_EQ(log(), (std::vector<std::string>{"[Can't open it !][File Error]"}));
+  EXPECT_TRUE(ReadExactly(file, read.data(), kSize));
+  EXPECT_EQ(std::memcmp(bytes.data(), read.data(), kSize), 0);
+  // The cancel is heard before what comes next.
+  EXPECT_EQ(BRN_BeginStep("Saving the next file..."), 0);
+  EXPECT_EQ(log(), Strings{});
 }
 
-TEST_P(LongTransferTest, ACancelEndsAWriteAtWhatIsWritten) {
+TEST_P(LongTransferTest, AFailureAfterACancelIsReported) {
   PageArray<char> bytes;
   ASSERT_TRUE(bytes.Allocate(kSize));
-  const std::string path = folder_ / "long.dat";
+  const std::string path = folder_ / "short.dat";
+  WriteBytes(path, "short");
   g_silent = 0;
   FRD_SetCancelled(true);
-  EXPECT_EQ(SaveFile(path.c_str(), bytes.data(), kSize), SaveResult::kNotWritten);
-  EXPECT_EQ(FileSize(path.c_str()), uint64_t{64} << 20);
-  ClearLog();
-  ReportError(nullptr, "File Error", "Can't write %s !", path.c_str());
-  EXPECT_TRUE(log().empty());
+  File file = File::Open(path.c_str(), Access::kRead, Share::kRead, Disposition::kOpenExisting);
+  EXPECT_FALSE(ReadExactly(file, bytes.data(), kSize));
+  g_silent = 1;  // shows no box
+  ReportError(nullptr, "File Error", "Can't read %s !", "short.dat");
+  ReportError(nullptr, "File Error", "Can't read %s !", "short.dat");
+  EXPECT_EQ(log(), (Strings{"[Can't read short.dat !][File Error]",
+                            "[Can't read short.dat !][File Error]"}));
 }
 
 }  // namespace
