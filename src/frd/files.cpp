@@ -9,7 +9,6 @@
 #include "frd/log.h"
 #include "frd/parallel.h"
 #include "platform/clock.h"
-#include "platform/fault.h"
 
 namespace zatlib {
 namespace {
@@ -30,7 +29,7 @@ void KeepWindowAlive() { BRN_SetStatus(nullptr); }
 bool ReadShared(platform::File& file, void* data, uint64_t size) {
   constexpr int64_t kPart = 1 << 22;  // bytes
   const int64_t begin = file.Seek(0, platform::SeekFrom::kCurrent);
-  if (begin < 0 || platform::ShouldFail(platform::Operation::kRead)) return false;
+  if (begin < 0) return false;
   std::atomic<bool> good{true};
   Workers workers;
   const auto whole = static_cast<int64_t>(size);

@@ -1,13 +1,26 @@
-// The seam through which a test makes the platform fail: every open, read, write, seek, flush and
-// page allocation or release of the library asks here first. In normal use nothing is armed and a
-// question costs one load of a flag.
+// The seam through which a test makes the platform fail: every open, read, write, seek and flush of
+// a file, every read or write of an INI value and every allocation or release of pages asks here
+// first, inside the back ends. In normal use nothing is armed and a question costs one load of a
+// flag.
 #pragma once
 
 #include <cstdint>
 
 namespace zatlib::platform {
 
-enum class Operation { kOpen, kRead, kWrite, kSeek, kFlush, kAllocate, kFree, kCount };
+// kReadValue and kWriteValue: a value of an INI file, one for each call.
+enum class Operation {
+  kOpen,
+  kRead,
+  kWrite,
+  kSeek,
+  kFlush,
+  kAllocate,
+  kFree,
+  kReadValue,
+  kWriteValue,
+  kCount
+};
 
 // What an armed write does with the bytes of the failing call.
 enum class WriteFault { kNothingWritten, kHalfWritten };

@@ -1,4 +1,5 @@
 // INI files ("profiles"): case-insensitive names, blanks trimmed, the first match wins.
+// A read that the system (or an armed fault) refuses gives the default.
 #pragma once
 
 #include <cstdint>
@@ -16,7 +17,8 @@ uint32_t ReadProfileString(const char* section, const char* key, const char* def
                            char* out, uint32_t size, const char* file);
 
 // Sets a key, keeping the rest of the file as it is; new keys go to the end of their section, new
-// sections to the end of the file. Creates the file when it is missing. True on success.
+// sections to the end of the file. Creates the file when it is missing. True on success; a refused
+// write leaves the file as it is.
 bool SaveProfileString(const char* section, const char* key, const char* value, const char* file);
 
 // The country code that the system's settings hold ([intl] iCountry, default 1; Japan is 81).

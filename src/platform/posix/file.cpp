@@ -101,6 +101,7 @@ bool File::Read(void* data, uint32_t size, uint32_t* read) {
 }
 
 bool File::ReadAt(int64_t position, void* data, uint32_t size) const {
+  if (ShouldFail(Operation::kRead)) return false;
   auto* bytes = static_cast<char*>(data);
   while (size > 0) {
     const ssize_t got = ::pread(static_cast<int>(handle_), bytes, size, position);

@@ -13,6 +13,7 @@
 #include <string>
 #include <string_view>
 
+#include "platform/fault.h"
 #include "platform/posix/native_path.h"
 
 namespace zatlib::platform {
@@ -130,7 +131,10 @@ std::optional<std::string> FindValue(const char* section, const char* key, const
 uint32_t ReadProfileString(const char* section, const char* key, const char* default_value,
                            char* out, uint32_t size, const char* file) {
   if (size == 0) return 0;
-  std::string value = FindValue(section, key, file).value_or(default_value);
+  std::string value = default_value;
+  if (!ShouldFail(Operation::kReadValue)) {
+    value = FindValue(section, key, file).value_or(default_value);
+  }
   if (value.size() >= 2 && (value.front() == '"' || value.front() == '\'') &&
       value.back() == value.front()) {
     value = value.substr(1, value.size() - 2);
@@ -154,6 +158,7 @@ int ReadProfileInt(const char* section, const char* key, int default_value, cons
 }
 
 bool SaveProfileString(const char* section, const char* key, const char* value, const char* file) {
+  if (ShouldFail(Operation::kWriteValue)) return false;
   std::string text;
   struct stat status {};
   if (::stat(NativePath(file).c_str(), &status) == 0 && !ReadAll(file, &text)) return false;

@@ -54,6 +54,7 @@ bool File::Read(void* data, uint32_t size, uint32_t* read) {
 }
 
 bool File::ReadAt(int64_t position, void* data, uint32_t size) const {
+  if (ShouldFail(Operation::kRead)) return false;
   OVERLAPPED place{};
   place.Offset = static_cast<DWORD>(position);
   place.OffsetHigh = static_cast<DWORD>(position >> 32);

@@ -2,18 +2,26 @@
 
 #include <windows.h>
 
+#include "platform/fault.h"
+
 namespace zatlib::platform {
 
 int ReadProfileInt(const char* section, const char* key, int default_value, const char* file) {
+  if (ShouldFail(Operation::kReadValue)) return default_value;
   return static_cast<int>(::GetPrivateProfileIntA(section, key, default_value, file));
 }
 
 uint32_t ReadProfileString(const char* section, const char* key, const char* default_value,
                            char* out, uint32_t size, const char* file) {
+  if (ShouldFail(Operation::kReadValue) && size > 0) {
+    ::lstrcpynA(out, default_value, static_cast<int>(size));
+    return static_cast<uint32_t>(::lstrlenA(out));
+  }
   return ::GetPrivateProfileStringA(section, key, default_value, out, size, file);
 }
 
 bool SaveProfileString(const char* section, const char* key, const char* value, const char* file) {
+  if (ShouldFail(Operation::kWriteValue)) return false;
   return ::WritePrivateProfileStringA(section, key, value, file) != 0;
 }
 

@@ -705,6 +705,21 @@ TEST_P(LongTransferTest, AFileThatIsBegunIsWrittenAndReadWholeWhateverTheUserDoe
   EXPECT_EQ(log(), Strings{});
 }
 
+TEST_P(LongTransferTest, EveryPartOfALongReadMayFail) {
+  PageArray<char> bytes;
+  ASSERT_TRUE(bytes.Allocate(kSize));
+  const std::string path = folder_ / "long.dat";
+  ASSERT_EQ(SaveFile(path.c_str(), bytes.data(), kSize), SaveResult::kSaved);
+  // 64, 64 and 2 MiB; several threads share them in parts of 4 MiB.
+  const int64_t parts = GetParam() == 1 ? 3 : 33;
+  for (const int64_t nth : {int64_t{1}, int64_t{2}, parts, parts + 1}) {
+    File file = File::Open(path.c_str(), Access::kRead, Share::kRead, Disposition::kOpenExisting);
+    platform::ArmFault(Operation::kRead, nth, false);
+    EXPECT_EQ(ReadExactly(file, bytes.data(), kSize), nth > parts) << nth;
+    platform::ClearFaults();
+  }
+}
+
 TEST_P(LongTransferTest, AFailureAfterACancelIsReported) {
   PageArray<char> bytes;
   ASSERT_TRUE(bytes.Allocate(kSize));

@@ -61,6 +61,17 @@ constexpr char kDefaultFlags[] =
     "RTWEIGHT_RIGHT=45\r\n"
     "RTWEIGHT_LEFT=135\r\n";
 
+// The lines of a text, each with its end.
+std::vector<std::string> LinesOf(const std::string& text) {
+  std::vector<std::string> lines;
+  for (size_t begin = 0; begin < text.size();) {
+    const size_t end = text.find("\r\n", begin) + 2;
+    lines.push_back(text.substr(begin, end - begin));
+    begin = end;
+  }
+  return lines;
+}
+
 class RoadDefinitionTest : public test::ZatTest {
  protected:
   RoadDefinitionTest() { platform::FixLocalTime(&kNow); }
@@ -71,8 +82,9 @@ class RoadDefinitionTest : public test::ZatTest {
 
   // What the step wrote; the comment lines are replaced by "" because the second one depends on
   // the system's locale.
-  std::string Sections() const {
-    const std::string all = Output("linkdef.dat");
+  std::string Sections() const { return SectionsOf("linkdef.dat"); }
+  std::string SectionsOf(const std::string& name) const {
+    const std::string all = Output(name);
     const std::string head = "; Road Definition File for ZATLIB40\r\n; Created ";
     EXPECT_EQ(all.substr(0, head.size()), head);
     const size_t end = all.find("\r\n", head.size());
@@ -440,6 +452,108 @@ TEST_F(RoadDefinitionTest, EveryReadMayFail) {
       [this] { EXPECT_EQ(Section("ATTRIBUTE"), "[ATTRIBUTE]\r\nDEF01=1,a\r\nNUMDEF=1\r\n"); });
   EXPECT_EQ(reports,
             (std::set<std::string>{Report("Can't read the file (" + path + ") !", kTitle)}));
+}
+
+TEST_F(RoadDefinitionTest, EveryWriteOfAValueMayFail) {
+  const std::string path = folder_ / "linkdef.dat";
+  std::vector<std::string> sections[] = {LinesOf(DefaultAttributes()), LinesOf(DefaultWidths()),
+                                         LinesOf(kDefaultTolls), LinesOf(kDefaultFlags),
+                                         LinesOf("[SYSTEM]\r\nCODELENGTH=14\r\n")};
+  int64_t nth = 0;
+  for (std::vector<std::string>& section : sections) {
+    for (size_t line = 1; line < section.size(); ++line) {
+      platform::RemoveFile(path.c_str());
+      ClearLog();
+      platform::ArmFault(platform::Operation::kWriteValue, ++nth, false);
+      EXPECT_EQ(Run(""), 0) << nth;
+      platform::ClearFaults();
+      // The other values are there; a section without values has no name line.
+      const std::vector<std::string> before = section;
+      section[line].clear();
+      if (section.size() == 2) section[0].clear();
+      std::string rest;
+      for (const auto& lines : sections) rest += test::Concat(lines);
+      section = before;
+      EXPECT_EQ(Sections(), rest) << nth;
+      EXPECT_EQ(log(),
+                (Lines{"Setting Road Definition...", "CODELENGTH=14",
+                       Report("Can't write the Road Definition File (" + path + ") !", kTitle)}))
+          << nth;
+    }
+  }
+  EXPECT_EQ(nth, 31);
+  platform::ArmFault(platform::Operation::kWriteValue, 32, false);
+  EXPECT_EQ(Run(""), 1);
+  EXPECT_EQ(platform::OperationCount(platform::Operation::kWriteValue), 31);
+}
+
+// A value of the control file that is not to be had counts as one that is not there.
+TEST_F(RoadDefinitionTest, EveryReadOfAValueMayFail) {
+  const std::string classes = Source("a.txt", "1,a\r\n");
+  const std::string widths = Source("w.txt", "1,w\r\n");
+  const std::string out = folder_ / "out";
+  test::MakeFolder(out);
+  const std::string control =
+      "[FOLDER]\r\nCALCMAPDIR=" + out + "\r\n[ATTRIBUTE]\r\nFILENUM=1\r\nFILE01=" + classes +
+      "\r\n[WIDTH]\r\nFILENUM=1\r\nFILE01=" + widths +
+      "\r\n[TOLLROAD]\r\nNUMDEF=2\r\nDEF01=77\r\nDEF02=88\r\n"
+      "[ROADFLAG]\r\nHIGHWAY=21\r\nPAYROAD=22\r\nFERRY=23\r\nRAILROAD=24\r\nPARKING=25\r\n"
+      "AIR=35\r\nTOLLGATE=26\r\nPEDESTRIANWAY=27\r\nSHIP=37\r\nICWEIGHT=28\r\nRTWEIGHT=29\r\n"
+      "RTWEIGHT_RIGHT=60\r\nRTWEIGHT_LEFT=120\r\n[SYSTEM]\r\nCODELENGTH=18\r\n";
+  const std::string whole =
+      "[ATTRIBUTE]\r\nDEF01=1,a\r\nNUMDEF=1\r\n[WIDTH]\r\nDEF01=1,w\r\nNUMDEF=1\r\n"
+      "[TOLLROAD]\r\nNUMDEF=2\r\nDEF01=77\r\nDEF02=88\r\n"
+      "[ROADFLAG]\r\nHIGHWAY=21\r\nPAYROAD=22\r\nFERRY=23\r\nRAILROAD=24\r\nAIR=25\r\n"
+      "TOLLGATE=26\r\nSHIP=27\r\nICWEIGHT=28\r\nRTWEIGHT=29\r\nRTWEIGHT_RIGHT=60\r\n"
+      "RTWEIGHT_LEFT=120\r\n[SYSTEM]\r\nCODELENGTH=18\r\n";
+  struct Outcome {
+    std::string text;        // of the whole file
+    std::string instead;     // what stands there
+    std::string report;      // the step's, "" when it goes on
+    bool in_folder = false;  // of the control file
+  };
+  const Outcome outcomes[] = {
+      {"", "", "", true},
+      {"[ATTRIBUTE]\r\nDEF01=1,a\r\nNUMDEF=1\r\n", DefaultAttributes(), ""},
+      {whole, "", Report("Can't open the Attribute File () !", kTitle)},
+      {"[WIDTH]\r\nDEF01=1,w\r\nNUMDEF=1\r\n", DefaultWidths(), ""},
+      {whole.substr(whole.find("[WIDTH]")), "",
+       Report("Can't open the Width Definition File () !", kTitle)},
+      {"NUMDEF=2\r\nDEF01=77\r\nDEF02=88\r\n", "NUMDEF=2\r\nDEF01=01\r\nDEF02=02\r\n", ""},
+      {"DEF01=77\r\n", "DEF01=\r\n", ""},
+      {"DEF02=88\r\n", "DEF02=\r\n", ""},
+      {"HIGHWAY=21\r\n", "HIGHWAY=\r\n", ""},
+      {"PAYROAD=22\r\n", "PAYROAD=\r\n", ""},
+      {"FERRY=23\r\n", "FERRY=\r\n", ""},
+      {"RAILROAD=24\r\n", "RAILROAD=\r\n", ""},
+      {"AIR=25\r\n", "AIR=35\r\n", ""},
+      {"TOLLGATE=26\r\n", "TOLLGATE=\r\n", ""},
+      {"SHIP=27\r\n", "SHIP=37\r\n", ""},
+      {"ICWEIGHT=28\r\n", "ICWEIGHT=0\r\n", ""},
+      {"RTWEIGHT=29\r\n", "RTWEIGHT=0\r\n", ""},
+      {"RTWEIGHT_RIGHT=60\r\n", "RTWEIGHT_RIGHT=45\r\n", ""},
+      {"RTWEIGHT_LEFT=120\r\n", "RTWEIGHT_LEFT=135\r\n", ""},
+      {"CODELENGTH=18\r\n", "CODELENGTH=14\r\n", ""},
+  };
+  int64_t nth = 0;
+  for (const Outcome& outcome : outcomes) {
+    ClearLog();
+    platform::ArmFault(platform::Operation::kReadValue, ++nth, false);
+    EXPECT_EQ(Run(control), outcome.report.empty() ? 1 : 0) << nth;
+    platform::ClearFaults();
+    std::string expected = whole;
+    ASSERT_NE(expected.find(outcome.text), std::string::npos) << nth;
+    expected.replace(expected.find(outcome.text), outcome.text.size(), outcome.instead);
+    const std::string name = std::string("out") + platform::NativeSeparator() + "linkdef.dat";
+    EXPECT_EQ(SectionsOf(outcome.in_folder ? "linkdef.dat" : name), expected) << nth;
+    EXPECT_EQ(log().back(), !outcome.report.empty() ? outcome.report
+                            : nth == 20             ? "CODELENGTH=14"
+                                                    : "CODELENGTH=18")
+        << nth;
+  }
+  platform::ArmFault(platform::Operation::kReadValue, 21, false);
+  EXPECT_EQ(Run(control), 1);
+  EXPECT_EQ(platform::OperationCount(platform::Operation::kReadValue), 20);
 }
 
 // ---- The header of a MIF file --------------------------------------------------------------

@@ -85,6 +85,17 @@ TEST_F(FaultTest, AHalfWriteLeavesHalf) {
   EXPECT_EQ(test::ReadBytes(folder_ / "a.dat"), "ab");
 }
 
+TEST_F(FaultTest, AReadAtAPositionIsARead) {
+  File file = Create();
+  uint32_t count = 0;
+  char data[4];
+  ASSERT_TRUE(file.Write("abcd", 4, &count));
+  ArmFault(Operation::kRead, 2, false);
+  EXPECT_TRUE(file.ReadAt(0, data, 4));
+  EXPECT_FALSE(file.ReadAt(0, data, 4));
+  EXPECT_TRUE(file.ReadAt(0, data, 4));
+}
+
 TEST_F(FaultTest, ReadSeekFlushAllocationAndReleaseFail) {
   File file = Create();
   uint32_t count = 99;

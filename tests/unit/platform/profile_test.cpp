@@ -4,6 +4,7 @@
 
 #include <string>
 
+#include "platform/fault.h"
 #include "test_support.h"
 
 namespace zatlib::platform {
@@ -138,6 +139,29 @@ TEST_F(ProfileTest, AnEmptyValueIsSaved) {
 TEST_F(ProfileTest, SavingIntoAMissingFolderFails) {
   const std::string path = folder_ / "missing" + (folder_ / "").back() + "control.ini";
   EXPECT_FALSE(SaveProfileString("A", "B", "1", path.c_str()));
+}
+
+TEST_F(ProfileTest, ARefusedReadGivesTheDefault) {
+  Write("[A]\r\nB=1\r\n");
+  ArmFault(Operation::kReadValue, 2, true);
+  EXPECT_EQ(Text("A", "B"), "1");
+  EXPECT_EQ(Text("A", "B"), "none");
+  EXPECT_EQ(Text("A", "B", "default", 4), "def");
+  EXPECT_EQ(Int("A", "B", 5), 5);
+  EXPECT_EQ(OperationCount(Operation::kReadValue), 4);
+  ClearFaults();
+  EXPECT_EQ(Int("A", "B", 5), 1);
+}
+
+TEST_F(ProfileTest, ARefusedWriteLeavesTheFile) {
+  Write("[A]\r\nB=1\r\n");
+  ArmFault(Operation::kWriteValue, 1, false);
+  EXPECT_FALSE(Save("A", "B", "2"));
+  EXPECT_EQ(test::ReadBytes(path_), "[A]\r\nB=1\r\n");
+  EXPECT_TRUE(Save("A", "B", "2"));
+  EXPECT_EQ(OperationCount(Operation::kWriteValue), 2);
+  ClearFaults();
+  EXPECT_EQ(test::ReadBytes(path_), "[A]\r\nB=2\r\n");
 }
 
 TEST_F(ProfileTest, WhatWasSavedIsRead) {
