@@ -1,10 +1,12 @@
 #!/usr/bin/env python3
 """Includes point one way.
 
-    entry -> driver -> stages -> network/workstore, network/network_files.h, shape -> frd -> platform
+    tools -> entry -> driver -> stages, map -> records -> frd -> platform
 
-A stage never includes another stage, and only the two back ends of platform/ include headers of an
-operating system. Walks src/ and tools/ of the folder given and prints every arrow that is wrong;
+Records are the layouts of files and what belongs to them: network/workstore/, shape/, and single
+headers of stages. A stage never includes another stage; map/, which reads a map that was built,
+stands beside the stages and includes none of them. Only the two back ends of platform/ include
+headers of an operating system. Walks src/ and tools/ of the folder given and prints every arrow that is wrong;
 the exit status is 0 when there is none. With --self-test it shows wrong arrows to itself first.
 """
 
@@ -18,9 +20,10 @@ import tempfile
 LAYERS = [
     ("platform", ["src/platform/"]),
     ("frd", ["src/frd/"]),
-    ("records", ["src/network/workstore/", "src/network/network_files.h", "src/shape/"]),
+    ("records", ["src/network/workstore/", "src/network/network_files.h",
+                 "src/network/connection_cost.h", "src/toll/fare_files.h", "src/shape/"]),
     ("stages", ["src/network/", "src/input_zat/", "src/input_msr/", "src/traffic/",
-                "src/rtweight/", "src/toll/"]),
+                "src/rtweight/", "src/toll/", "src/map/"]),
     ("driver", ["src/interface/driver/"]),
     ("entry", ["src/interface/entry/", "include/"]),
     ("tools", ["tools/"]),
@@ -36,6 +39,8 @@ BACK_ENDS = ["src/platform/posix/", "src/platform/win32/"]
 C_LIBRARY = {name + ".h" for name in (
     "assert ctype errno float inttypes limits locale math setjmp signal stdarg stdbool stddef "
     "stdint stdio stdlib string time").split()}
+# Headers of the compiler: instructions of the processor, under every system.
+COMPILER = {"xmmintrin.h"}
 TOOL_LIBRARIES = ("CLI/", "nlohmann/")
 
 SOURCES = (".h", ".hpp", ".c", ".cpp", ".inc")
@@ -62,7 +67,7 @@ def back_end_of(path):
 
 
 def is_system_header(name, path):
-    if name in C_LIBRARY or (path.startswith("tools/") and name.startswith(TOOL_LIBRARIES)):
+    if name in C_LIBRARY or name in COMPILER or (path.startswith("tools/") and name.startswith(TOOL_LIBRARIES)):
         return False
     return "/" in name or "." in name
 
@@ -135,12 +140,17 @@ def self_test():
         ("src/network/build.cpp", '"network/workstore/feature_code.h"', False),
         ("src/shape/shape.cpp", '"network/workstore/feature_code.h"', False),
         ("src/input_msr/driver.cpp", '"input_zat/road_definition.h"', False),
+        ("src/map/graph.cpp", '"network/network_files.h"', False),
+        ("src/map/fields.cpp", '"toll/fare_files.h"', False),
+        ("tools/zatmap/look/info.cpp", '"map/graph.h"', False),
+        ("tools/zatmap/look/info.cpp", '"shell/output.h"', False),
         ("src/interface/driver/driver.cpp", '"toll/toll.h"', False),
         ("src/platform/posix/file.cpp", "<unistd.h>", False),
         ("src/platform/posix/file.cpp", '"platform/posix/native_path.h"', False),
         ("src/platform/win32/file.cpp", "<windows.h>", False),
         ("src/frd/log.h", "<string>", False),
         ("src/frd/log.h", "<stdint.h>", False),
+        ("src/platform/float_mode.cpp", "<xmmintrin.h>", False),
         ("tools/zatmap/main.cpp", "<CLI/CLI.hpp>", False),
         ("tools/zatmap/main.cpp", '"zatlib.h"', False),
         ("src/platform/file.h", '"frd/text.h"', True),
@@ -151,6 +161,10 @@ def self_test():
         ("src/interface/driver/driver.cpp", '"interface/entry/exports.h"', True),
         ("src/interface/driver/driver.cpp", '"zatlib.h"', True),
         ("src/traffic/rules.cpp", '"toll/toll.h"', True),
+        ("src/map/graph.cpp", '"toll/toll.h"', True),
+        ("src/map/graph.cpp", '"network/build.h"', True),
+        ("src/map/graph.cpp", '"shell/output.h"', True),
+        ("src/toll/toll.cpp", '"map/graph.h"', True),
         ("src/traffic/rules.cpp", '"../toll/toll.h"', True),
         ("src/input_msr/driver.cpp", '"input_zat/reader.h"', True),
         ("src/input_zat/reader.cpp", '"input_msr/driver.h"', True),
@@ -169,7 +183,9 @@ def self_test():
                "src/network/workstore/feature_code.h", "src/network/build.h", "src/shape/shape.h",
                "src/toll/toll.h", "src/input_zat/road_definition.h", "src/input_zat/reader.h",
                "src/input_msr/driver.h", "src/interface/driver/driver.h",
-               "src/interface/entry/exports.h", "include/zatlib.h"]
+               "src/interface/entry/exports.h", "include/zatlib.h",
+               "src/network/network_files.h", "src/toll/fare_files.h", "src/map/graph.h",
+               "tools/zatmap/shell/output.h"]
     failures = 0
     for path, include, expected in cases:
         with tempfile.TemporaryDirectory() as root:

@@ -10,13 +10,13 @@
 #include "frd/log.h"
 #include "frd/long_pass.h"
 #include "frd/parallel.h"
+#include "network/connection_cost.h"
 
 namespace zatlib {
 namespace {
 
 constexpr int32_t kCalcBlock = 0x2000;  // nodes whose calc records are made and written at once
 constexpr int kMaxConnectionErrors = 50;
-constexpr double kCostFactor = 360.0;  // hundredths of a second for one metre at 1 km/h
 
 // The texts in which the two ways of checking dummy links differ.
 struct DummyCheckTexts {
@@ -571,14 +571,6 @@ int32_t BRN_FindIndexRecord(FeatureCode code, int64_t count, const CodeIndexReco
   const int64_t found =
       FindNarrowed(count, code.AsDouble(), [index](int64_t i) { return index[i].Code.AsDouble(); });
   return found < 0 ? -1 : index[found].Number;
-}
-
-uint16_t ConnectionCost(uint16_t length, uint16_t speed, int speed_limit) {
-  if (length == 0) return 0;
-  if (speed == 0) return kClosedCost;
-  if (speed > speed_limit) return 0;
-  const double cost = length * kCostFactor / speed + 0.5;
-  return cost >= 65535.0 ? kClosedCost : static_cast<uint16_t>(cost);
 }
 
 int BRN_CheckDummyLinkNodes(WindowHandle owner, NodeArray& nodes, const CodeIndexRecord* node_index,

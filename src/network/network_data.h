@@ -12,13 +12,6 @@ namespace zatlib {
 // Record number stored with a code in an index sorted by code, or -1.
 int32_t BRN_FindIndexRecord(FeatureCode code, int64_t count, const CodeIndexRecord* index);
 
-// Cost in hundredths of a second of a link of `length` at `speed` km/h: 0 for length 0, 65535 for
-// speed 0, 0 for a speed above the limit, else length x 360 / speed rounded, at most 65535.
-uint16_t ConnectionCost(uint16_t length, uint16_t speed, int speed_limit);
-
-inline constexpr int kSpeedLimitA = 10000;  // leaving through node A
-inline constexpr int kSpeedLimitB = 9998;   // leaving through node B; different on purpose
-
 // Make both ends of every link of road kind 99 list it, in the first free slot, if there is one.
 // The memory step changes the array only, the step through files the store. Return 1; 0 on cancel
 // or when an end is missing (reported).

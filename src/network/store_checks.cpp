@@ -22,8 +22,6 @@
 namespace zatlib {
 namespace {
 
-constexpr uint32_t kDummyCityCode = 99000;
-constexpr uint16_t kDummyValue4 = 99;
 constexpr int64_t kLeastDummyList = 8192;  // entries of the dummy link list at first, at least
 
 const char* const kNodeDuplicate =

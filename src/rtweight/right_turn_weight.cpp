@@ -468,6 +468,12 @@ LinkEnds EndsOfShape(const ShapeEnds& shape) {
   return ends;
 }
 
+TurnLimits ReadTurnLimits(const char* folder) {
+  const PathText definition = PathIn(folder, kRoadDefinitionFile);
+  return {CosineLimit(definition.c_str(), "RTWEIGHT_RIGHT", kDefaultRight),
+          CosineLimit(definition.c_str(), "RTWEIGHT_LEFT", kDefaultLeft)};
+}
+
 int MM_SUB_IsWeightedTurn(int32_t arrival, const NodeTurns& node, int32_t departure,
                           const TurnLimits& limits) {
   const int32_t* const begin = node.neighbour;
@@ -480,9 +486,7 @@ int MM_SUB_IsWeightedTurn(int32_t arrival, const NodeTurns& node, int32_t depart
 
 int MM_RightTurnWeightMain(const TurnTables& tables, SlotBytes* weights, const char* folder,
                            Workers& workers) {
-  const PathText definition = PathIn(folder, kRoadDefinitionFile);
-  const TurnLimits limits = {CosineLimit(definition.c_str(), "RTWEIGHT_RIGHT", kDefaultRight),
-                             CosineLimit(definition.c_str(), "RTWEIGHT_LEFT", kDefaultLeft)};
+  const TurnLimits limits = ReadTurnLimits(folder);
   BlockReader& nodes = *tables.nodes;
   BlockReader& node_links = *tables.node_links;
   while (nodes.records_in_block() > 0) {

@@ -60,6 +60,10 @@ struct TurnLimits {
   double cos_left;
 };
 
+// The limits of the map in a folder, from its linkdef.dat: [ROADFLAG] RTWEIGHT_RIGHT, default 45
+// degrees, and RTWEIGHT_LEFT, default 135.
+TurnLimits ReadTurnLimits(const char* folder);
+
 // Writes rtweight.dat (8 bytes a node, byte = slot of the arrival, bit 0x80 >> slot of the
 // departure, set = weighted) into the output folder, from the network files and the link shapes
 // there. Returns 1, also when the folder holds no shape files, which leaves everything as it is; 0
@@ -76,8 +80,7 @@ int MM_SUB_CheckMemoryOperation(const char* control_file);
 int MM_SUB_LoadLinkCodes(int64_t link_count, FeatureCode* codes, const char* control_file);
 
 // Sets the weights of every node: `weights` holds one record per node of the node file, those of
-// nodes with fewer than 3 neighbours become 0. The angles come from linkdef.dat in `folder`
-// ([ROADFLAG] RTWEIGHT_RIGHT, default 45 degrees, and RTWEIGHT_LEFT, default 135). Returns 1, or 0
+// nodes with fewer than 3 neighbours become 0. The limits are those of `folder`. Returns 1, or 0
 // when the user has cancelled or a node file cannot be read on, which its reader tells.
 int MM_RightTurnWeightMain(const TurnTables& tables, SlotBytes* weights, const char* folder,
                            Workers& workers);

@@ -14,8 +14,6 @@ namespace zatlib {
 namespace {
 
 constexpr char kSection[] = "SYSTEM";
-constexpr const char* kFareFiles[] = {"TR_FARE2.DAT", "TR_FARE2.IDX", "TR_FARE3.DAT", kFareLinkFile,
-                                      "TR_NAME.DAT"};
 constexpr uint32_t kResultSize = 512;  // bytes of the Result value, its terminator included
 
 // A file of this stage and its name in messages.

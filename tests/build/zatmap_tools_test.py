@@ -516,6 +516,12 @@ class SmallMap(Case):
         self.assertNotRegex(page, r"<(script|link|img|iframe)[^>]*(src|href)=|url\((?!#)|@import")
         self.assertIn('["201",0,1,3,0,100,36,18,"Main Street",4,0,1,2,7,'
                       '[10000000,50000000,1000,100],0]', page)
+        # What stands where in such a row: the page looks it up by name.
+        self.assertIn('"link":["code","node_a","node_b","road_kind","flags","length","speed_a",'
+                      '"speed_b","name","name_number","name_value","value4","value6","city",'
+                      '"shape","record"]', page)
+        self.assertIn('"slot":["node","link","cost","length"]', page)
+        self.assertNotRegex(page.split("const D = window.ZATMAP")[1], r"D\.(nodes|links)\[\w+\]\[\d")
 
 
 class BrokenMaps(Case):

@@ -18,8 +18,12 @@ inline constexpr char kLinkNameStoreFile[] = "lnamestr.~wk";
 inline constexpr char kRuleStoreFile[] = "trafrule.~wk";
 inline constexpr char kOneWayStoreFile[] = "onewayst.~wk";
 
-inline constexpr int kSlots = 8;               // links that can meet at a node
-inline constexpr int16_t kDummyRoadKind = 99;  // road kind of the links between partner nodes
+inline constexpr int kSlots = 8;  // links that can meet at a node
+
+// What the links between partner nodes have; the road kind also tells them apart.
+inline constexpr int16_t kDummyRoadKind = 99;
+inline constexpr uint16_t kDummyValue4 = 99;
+inline constexpr uint32_t kDummyCityCode = 99000;
 
 // "nodestr.~wk"
 struct NodeStoreRecord {

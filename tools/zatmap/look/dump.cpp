@@ -6,12 +6,28 @@
 #include <string>
 
 #include "commands.h"
-#include "map/map_files.h"
+#include "frd/files.h"
+#include "map/code_index.h"
+#include "map/record_fields.h"
+#include "map/record_files.h"
+#include "shape/shape_files.h"
 #include "shell/ini_text.h"
+#include "shell/open_map.h"
 #include "shell/output.h"
 
 namespace zatmap {
 namespace {
+
+using zatlib::map::CodeDigits;
+using zatlib::map::CodeIndex;
+using zatlib::map::Field;
+using zatlib::map::FieldNumber;
+using zatlib::map::FieldType;
+using zatlib::map::FileLayout;
+using zatlib::map::FileLayouts;
+using zatlib::map::PathOf;
+using zatlib::map::Rows;
+using zatlib::map::TextFiles;
 
 enum class Form { kText, kCsv, kJson };
 
@@ -165,38 +181,44 @@ bool ParseRange(const std::string& text, Selection* selection) {
          selection->first <= selection->last;
 }
 
+// The points of a link's shape. False when the map does not know it.
+bool SelectShape(const MapFolder& map, zatlib::FeatureCode link, Selection* selection) {
+  CodeIndex index;
+  zatlib::map::RecordFile entries;
+  zatlib::ShapeIndexEntry entry{};
+  if (!index.Open(map, zatlib::kShapeIndexFile) ||
+      !entries.Open(PathOf(map, zatlib::kShapeIndexFile), sizeof entry) ||
+      !entries.Read(index.Position(link), &entry) || entry.Offset < 0) {
+    return false;
+  }
+  selection->first = entry.Offset / static_cast<int64_t>(sizeof(zatlib::ShapePoint));
+  selection->last = selection->first + entry.Count - 1;
+  return true;
+}
+
 // The records that belong to a code. False when the map does not know it.
 bool SelectCode(const MapFolder& map, const FileLayout& layout, zatlib::FeatureCode code,
                 Selection* selection) {
   int64_t record = -1;
+  CodeIndex index;
   switch (layout.rows) {
     case Rows::kStore:
       selection->has_code = true;
       selection->code = code;
       return true;
     case Rows::kNode:
-      record = FindCode(map, zatlib::kNodeIndexFile, code);
+      if (index.Open(map, zatlib::kNodeIndexFile)) record = index.Number(code);
       break;
     case Rows::kLink:
-      record = FindCode(map, zatlib::kLinkIndexFile, code);
+      if (index.Open(map, zatlib::kLinkIndexFile)) record = index.Number(code);
       break;
     case Rows::kNodeIndex:
     case Rows::kLinkIndex:
     case Rows::kShapeIndex:
-      record = FindIndexPosition(map, layout.name, code);
+      if (index.Open(map, layout.name)) record = index.Position(code);
       break;
-    case Rows::kShapePoint: {
-      RecordAccess index;
-      zatlib::ShapeIndexEntry entry{};
-      const int64_t position = FindIndexPosition(map, zatlib::kShapeIndexFile, code);
-      if (!index.Open(PathOf(map, zatlib::kShapeIndexFile), sizeof entry) ||
-          !index.Read(position, &entry) || entry.Offset < 0) {
-        return false;
-      }
-      selection->first = entry.Offset / static_cast<int64_t>(sizeof(zatlib::ShapePoint));
-      selection->last = selection->first + entry.Count - 1;
-      return true;
-    }
+    case Rows::kShapePoint:
+      return SelectShape(map, code, selection);
   }
   selection->first = selection->last = record;
   return record >= 0;
@@ -216,7 +238,7 @@ bool HoldsCode(const FileLayout& layout, const char* record, zatlib::FeatureCode
 int DumpRecords(const MapFolder& map, const FileLayout& layout, const Selection& selection,
                 Form form) {
   const std::string path = PathOf(map, layout.name);
-  ByteStream stream;
+  zatlib::map::ByteReader stream;
   if (!stream.Open(path, layout.record_size, selection.first * layout.record_size)) {
     return Failed(path + " cannot be read.");
   }
@@ -262,27 +284,27 @@ int DumpText(const std::string& path, Form form) {
 int DumpFields(const FileLayout& layout) {
   std::printf("offset,width,count,type,name\n");
   for (const Field& field : layout.fields) {
-    std::printf("%u,%u,%u,%s,%s\n", field.offset, field.width, field.count, TypeName(field.type),
-                field.name);
+    std::printf("%u,%u,%u,%s,%s\n", field.offset, field.width, field.count,
+                zatlib::map::TypeName(field.type), field.name);
   }
   return kExitDone;
 }
 
 int RunDump(const DumpOptions& options) {
-  const char* name = FindFileName(options.file);
+  const char* name = zatlib::map::FindFileName(options.file);
   if (name == nullptr) {
     std::string names;
     for (const FileLayout& layout : FileLayouts()) names += std::string(" ") + layout.name;
     for (const char* text : TextFiles()) names += std::string(" ") + text;
     return Usage(options.file + " is no file of a map. The files are:" + names);
   }
-  const FileLayout* layout = FindLayout(name);
+  const FileLayout* layout = zatlib::map::FindLayout(name);
   if (options.fields) {
     return layout == nullptr ? Usage(options.file + " is a text without fields.")
                              : DumpFields(*layout);
   }
   MapFolder map;
-  if (!OpenMapFolder(options.folder, &map)) return kExitFailed;
+  if (!OpenMap(options.folder, &map)) return kExitFailed;
   const Form form = options.json ? Form::kJson : options.csv ? Form::kCsv : Form::kText;
   const bool selects = !options.code.empty() || !options.range.empty() || options.record >= 0;
   if (layout == nullptr) {
@@ -294,18 +316,17 @@ int RunDump(const DumpOptions& options) {
   if (!options.range.empty() && !ParseRange(options.range, &selection)) {
     return Usage("--range takes two record numbers, like 0..99.");
   }
-  if (!Exists(map, name)) return Failed(PathOf(map, name) + " does not exist.");
+  if (!zatlib::map::HasFile(map, name)) return Failed(PathOf(map, name) + " does not exist.");
   if (!options.code.empty()) {
     zatlib::FeatureCode code;
-    if (!ParseCodeArgument(options.code, map.code_length, &code)) {
+    if (!zatlib::map::ParseCodeDigits(options.code, map.code_length, &code)) {
       return Usage("--code takes a number of up to 18 digits.");
     }
     if (!SelectCode(map, *layout, code, &selection)) {
       return Failed("the map has no record for code " + options.code + " in " + name + ".");
     }
   }
-  const auto count =
-      static_cast<int64_t>(zatlib::FileSize(PathOf(map, name).c_str()) / layout->record_size);
+  const int64_t count = zatlib::map::CountRecords(map, name, layout->record_size);
   if ((options.record >= 0 || !options.range.empty()) && selection.first >= count) {
     return Failed(std::string(name) + " has " + std::to_string(count) +
                   " records, numbered from 0.");

@@ -6,8 +6,8 @@
 #include <string>
 
 #include "commands.h"
-#include "map/map_tables.h"
 #include "shell/arguments.h"
+#include "shell/open_map.h"
 #include "shell/output.h"
 #include "shell/terminal_progress.h"
 
@@ -22,63 +22,64 @@ struct ExportOptions {
   bool geojson = false;
 };
 
-Json Link(const MapTables& tables, int64_t l) {
-  const zatlib::LinkNodes& link = tables.link(l);
-  const zatlib::LinkNameRecord& name = tables.link_name(l);
+Json Link(const BuiltMap& map, int64_t l) {
+  const zatlib::LinkNodes& link = map.link(l);
+  const zatlib::LinkNameRecord& name = map.link_name(l);
   const auto cost = [](int value) { return value < 0 ? Json() : Json(value); };
-  return {{"code", tables.link_code(l)},
+  return {{"code", map.link_code(l)},
           {"record", l},
-          {"node_a", tables.node_code(link.NodeA)},
-          {"node_b", tables.node_code(link.NodeB)},
+          {"node_a", map.node_code(link.NodeA)},
+          {"node_b", map.node_code(link.NodeB)},
           {"road_kind", name.RoadKind},
           {"flags", name.Flags},
-          {"city", tables.city(l)},
+          {"city", map.city(l)},
           {"length", link.Value3},
           {"speed_ab", link.SpeedA},
           {"speed_ba", link.SpeedB},
-          {"cost_ab", cost(tables.CostFromA(l))},
-          {"cost_ba", cost(tables.CostFromB(l))},
-          {"value4", tables.drawing(l).Value4},
+          {"cost_ab", cost(map.CostFromA(l))},
+          {"cost_ba", cost(map.CostFromB(l))},
+          {"value4", map.drawing(l).Value4},
           {"value6", name.Value6},
           {"name", NameText(name.Name)},
           {"name_number", name.NameNumber},
           {"name_value", name.NameValue}};
 }
 
-Json Node(const MapTables& tables, int64_t n) {
-  const zatlib::NodeNameRecord& name = tables.node_name(n);
-  return {{"code", tables.node_code(n)}, {"record", n},
+Json Node(const BuiltMap& map, int64_t n) {
+  const zatlib::NodeNameRecord& name = map.node_name(n);
+  return {{"code", map.node_code(n)},    {"record", n},
           {"name", NameText(name.Name)}, {"attribute_word", name.NodeAttrWord},
-          {"attribute", name.Attribute}, {"links", tables.graph().used(n)}};
+          {"attribute", name.Attribute}, {"links", map.graph().used(n)}};
 }
 
 void WriteFeature(Output& out, bool first, const Json& feature) {
   out.Add((first ? "\n" : ",\n") + JsonText(feature));
 }
 
-void WriteLinks(MapTables& tables, const Bounds& bounds, Output& out) {
+void WriteLinks(const BuiltMap& map, const Bounds& bounds, Output& out) {
   TerminalProgress progress("export: links");
+  std::vector<zatlib::ShapePoint> points;
   bool first = true;
-  for (int64_t l = 0; out.good() && l < tables.links(); ++l) {
-    progress.At(l, tables.links());
-    const std::vector<zatlib::ShapePoint> points = tables.Points(l);
+  for (int64_t l = 0; out.good() && l < map.links(); ++l) {
+    progress.At(l, map.links());
+    map.LinkPoints(l, &points);
     if (std::none_of(points.begin(), points.end(),
                      [&](const zatlib::ShapePoint& point) { return bounds.Holds(point); })) {
       continue;
     }
-    WriteFeature(out, first, Feature(Link(tables, l), LineGeometry(points)));
+    WriteFeature(out, first, Feature(Link(map, l), LineGeometry(points)));
     first = false;
   }
 }
 
-void WriteNodes(const MapTables& tables, const Bounds& bounds, Output& out) {
+void WriteNodes(const BuiltMap& map, const Bounds& bounds, Output& out) {
   TerminalProgress progress("export: nodes");
   bool first = true;
-  for (int64_t n = 0; out.good() && n < tables.graph().nodes(); ++n) {
-    progress.At(n, tables.graph().nodes());
-    const zatlib::ShapePoint point{tables.location(n).X, tables.location(n).Y};
+  for (int64_t n = 0; out.good() && n < map.nodes(); ++n) {
+    progress.At(n, map.nodes());
+    const zatlib::ShapePoint point{map.location(n).X, map.location(n).Y};
     if (!bounds.Holds(point)) continue;
-    WriteFeature(out, first, Feature(Node(tables, n), PointGeometry(point)));
+    WriteFeature(out, first, Feature(Node(map, n), PointGeometry(point)));
     first = false;
   }
 }
@@ -90,9 +91,9 @@ int RunExport(const ExportOptions& options) {
     return kExitUsage;
   }
   if (!TakeBounds(options.bounds, &bounds)) return kExitUsage;
-  MapFolder map;
-  MapTables tables;
-  if (!OpenMapFolder(options.folder, &map) || !tables.Load(map)) return kExitFailed;
+  MapFolder folder;
+  BuiltMap map;
+  if (!OpenMap(options.folder, &folder) || !LoadMap(folder, &map)) return kExitFailed;
   Output out;
   if (!options.file.empty() && !out.Open(options.file)) {
     std::fprintf(stderr, "zatmap: %s cannot be written.\n", options.file.c_str());
@@ -100,9 +101,9 @@ int RunExport(const ExportOptions& options) {
   }
   out.Add("{\"type\":\"FeatureCollection\",\"name\":\"" + options.layer + "\",\"features\":[");
   if (options.layer == "nodes") {
-    WriteNodes(tables, bounds, out);
+    WriteNodes(map, bounds, out);
   } else {
-    WriteLinks(tables, bounds, out);
+    WriteLinks(map, bounds, out);
   }
   out.Add("\n]}\n");
   const bool good = out.Close();

@@ -11,8 +11,13 @@
 #include <unordered_map>
 
 #include "commands.h"
-#include "map/map_files.h"
-#include "map/map_graph.h"
+#include "frd/files.h"
+#include "map/code_index.h"
+#include "map/components.h"
+#include "map/record_fields.h"
+#include "map/record_files.h"
+#include "shape/shape_files.h"
+#include "shell/open_map.h"
 #include "shell/output.h"
 #include "shell/terminal_progress.h"
 
@@ -20,6 +25,8 @@ namespace zatmap {
 namespace {
 
 using zatlib::kSlots;
+using zatlib::map::FileLayout;
+using zatlib::map::RecordReader;
 
 struct InfoOptions {
   std::string folder;
@@ -84,9 +91,9 @@ int Bits(unsigned value) {
 
 void LookAtLinks(const MapFolder& map, Facts* facts) {
   TerminalProgress progress("info: links");
-  RecordStream<zatlib::LinkNodes> ends;
-  RecordStream<zatlib::LinkNameRecord> names;
-  RecordStream<zatlib::CodeIndexRecord> index;
+  RecordReader<zatlib::LinkNodes> ends;
+  RecordReader<zatlib::LinkNameRecord> names;
+  RecordReader<zatlib::CodeIndexRecord> index;
   ends.Open(map, zatlib::kLinkNodeFile);
   names.Open(map, zatlib::kLinkNameFile);
   index.Open(map, zatlib::kLinkIndexFile);
@@ -122,14 +129,14 @@ void LookAtLinks(const MapFolder& map, Facts* facts) {
 
 void LookAtNodes(const MapFolder& map, Facts* facts) {
   TerminalProgress progress("info: nodes");
-  RecordTable<zatlib::LinkNodes> links;
-  links.Load(map, zatlib::kLinkNodeFile);
-  RecordStream<zatlib::CalcNode> nodes;
-  RecordStream<zatlib::NodeLinks> node_links;
-  RecordStream<zatlib::NodeLocation> locations;
-  RecordStream<zatlib::NodeNameRecord> names;
-  RecordStream<zatlib::SlotBytes> turns;
-  RecordStream<zatlib::SlotBytes> weights;
+  zatlib::map::RecordTable<zatlib::LinkNodes> links;
+  (void)links.Load(map, zatlib::kLinkNodeFile);  // without it no slot has a speed
+  RecordReader<zatlib::CalcNode> nodes;
+  RecordReader<zatlib::NodeLinks> node_links;
+  RecordReader<zatlib::NodeLocation> locations;
+  RecordReader<zatlib::NodeNameRecord> names;
+  RecordReader<zatlib::SlotBytes> turns;
+  RecordReader<zatlib::SlotBytes> weights;
   nodes.Open(map, zatlib::kCalcNodeFile);
   node_links.Open(map, zatlib::kNodeLinkFile);
   locations.Open(map, zatlib::kNodeLocationFile);
@@ -179,7 +186,7 @@ void LookAtNodes(const MapFolder& map, Facts* facts) {
 }
 
 void LookAtShapes(const MapFolder& map, Facts* facts) {
-  RecordStream<zatlib::ShapeIndexEntry> shapes;
+  RecordReader<zatlib::ShapeIndexEntry> shapes;
   zatlib::ShapeIndexEntry entry;
   if (!shapes.Open(map, zatlib::kShapeIndexFile)) return;
   while (shapes.Next(&entry)) {
@@ -191,27 +198,28 @@ void LookAtShapes(const MapFolder& map, Facts* facts) {
 
 // First and last code of an index.
 Json CodeRange(const MapFolder& map, const char* index_file) {
-  RecordAccess index;
+  zatlib::map::CodeIndex index;
   zatlib::CodeIndexRecord first{};
   zatlib::CodeIndexRecord last{};
-  if (!index.Open(PathOf(map, index_file), sizeof first) || !index.Read(0, &first) ||
+  if (!index.Open(map, index_file) || !index.Read(0, &first) ||
       !index.Read(index.count() - 1, &last)) {
     return nullptr;
   }
-  return {CodeDigits(first.Code, map.code_length), CodeDigits(last.Code, map.code_length)};
+  return {zatlib::map::CodeDigits(first.Code, map.code_length),
+          zatlib::map::CodeDigits(last.Code, map.code_length)};
 }
 
 Json FileList(const MapFolder& map) {
   Json list = Json::array();
-  std::vector<const char*> names(TextFiles().begin(), TextFiles().end());
-  for (const FileLayout& layout : FileLayouts()) names.push_back(layout.name);
+  std::vector<const char*> names(zatlib::map::TextFiles().begin(), zatlib::map::TextFiles().end());
+  for (const FileLayout& layout : zatlib::map::FileLayouts()) names.push_back(layout.name);
   std::sort(names.begin(), names.end(),
             [](const char* a, const char* b) { return std::string_view(a) < std::string_view(b); });
   for (const char* name : names) {
-    if (!Exists(map, name)) continue;
-    const std::string path = PathOf(map, name);
+    if (!zatlib::map::HasFile(map, name)) continue;
+    const std::string path = zatlib::map::PathOf(map, name);
     Json file = {{"name", name}, {"bytes", zatlib::FileSize(path.c_str())}};
-    const FileLayout* layout = FindLayout(name);
+    const FileLayout* layout = zatlib::map::FindLayout(name);
     if (layout != nullptr) {
       file["records"] = zatlib::FileSize(path.c_str()) / layout->record_size;
     }
@@ -342,16 +350,18 @@ void PrintText(const Json& all) {
 
 int RunInfo(const InfoOptions& options) {
   MapFolder map;
-  if (!OpenMapFolder(options.folder, &map)) return kExitFailed;
+  if (!OpenMap(options.folder, &map)) return kExitFailed;
   Facts facts;
   LookAtLinks(map, &facts);
   LookAtNodes(map, &facts);
   LookAtShapes(map, &facts);
   Json all = Report(map, facts);
   if (options.components) {
-    MapGraph graph;
-    if (!graph.Load(map)) return kExitFailed;
-    const Components parts = FindComponents(graph);
+    Graph graph;
+    if (!LoadGraph(map, &graph)) return kExitFailed;
+    TerminalProgress progress("info: components");
+    const auto parts = zatlib::map::FindComponents(
+        graph, [&progress](int64_t done, int64_t count) { progress.At(done, count); });
     all["components"] = {{"parts", parts.joined_parts},
                          {"largest_part", parts.largest_part},
                          {"largest_circuit", parts.largest_circuit},

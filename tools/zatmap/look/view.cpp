@@ -3,19 +3,21 @@
 #include <cinttypes>
 #include <cstdio>
 #include <memory>
+#include <span>
 #include <string>
+#include <vector>
 
 #include "commands.h"
 #include "look/view_page.h"
-#include "map/map_tables.h"
 #include "shell/arguments.h"
+#include "shell/open_map.h"
 #include "shell/output.h"
 #include "shell/terminal_progress.h"
 
 namespace zatmap {
 namespace {
 
-using zatlib::kSlots;
+using zatlib::map::Connection;
 
 constexpr int64_t kManyLinks = 300000;  // more make a page that is no joy to use
 
@@ -33,24 +35,25 @@ struct Part {
   std::vector<int64_t> links;  //
 };
 
-Part ChoosePart(MapTables& tables, const Bounds& bounds) {
+Part ChoosePart(const BuiltMap& map, const Bounds& bounds) {
   Part part;
-  part.node.assign(static_cast<size_t>(tables.graph().nodes()), -1);
-  part.link.assign(static_cast<size_t>(tables.links()), -1);
+  part.node.assign(static_cast<size_t>(map.nodes()), -1);
+  part.link.assign(static_cast<size_t>(map.links()), -1);
   const auto take = [](int64_t number, std::vector<int32_t>* numbers, std::vector<int64_t>* list) {
     int32_t& place = (*numbers)[static_cast<size_t>(number)];
     if (place >= 0) return;
     place = static_cast<int32_t>(list->size());
     list->push_back(number);
   };
-  for (int64_t l = 0; l < tables.links(); ++l) {
-    const zatlib::LinkNodes& link = tables.link(l);
+  std::vector<zatlib::ShapePoint> points;
+  for (int64_t l = 0; l < map.links(); ++l) {
+    const zatlib::LinkNodes& link = map.link(l);
     const auto holds = [&](int64_t node) {
-      return bounds.Holds({tables.location(node).X, tables.location(node).Y});
+      return bounds.Holds({map.location(node).X, map.location(node).Y});
     };
     bool inside = holds(link.NodeA) || holds(link.NodeB);
     if (!inside) {
-      const std::vector<zatlib::ShapePoint> points = tables.Points(l);
+      map.LinkPoints(l, &points);
       inside = std::any_of(points.begin(), points.end(),
                            [&](const zatlib::ShapePoint& point) { return bounds.Holds(point); });
     }
@@ -59,74 +62,148 @@ Part ChoosePart(MapTables& tables, const Bounds& bounds) {
     take(link.NodeA, &part.node, &part.nodes);
     take(link.NodeB, &part.node, &part.nodes);
   }
-  for (int64_t n = 0; n < tables.graph().nodes(); ++n) {
-    const zatlib::NodeLocation& place = tables.location(n);
-    if (tables.graph().used(n) == 0 && bounds.Holds({place.X, place.Y})) {
+  for (int64_t n = 0; n < map.nodes(); ++n) {
+    const zatlib::NodeLocation& place = map.location(n);
+    if (map.graph().used(n) == 0 && bounds.Holds({place.X, place.Y})) {
       take(n, &part.node, &part.nodes);
     }
   }
   return part;
 }
 
-// A node as page.js reads it: code, x, y, name, attribute word, attribute, slots, turn bytes,
-// weight bytes, record, city.
-Json Node(const MapTables& tables, const Part& part, int64_t n) {
-  const zatlib::NodeNameRecord& name = tables.node_name(n);
-  const MapGraph& graph = tables.graph();
-  Json slots = Json::array();
-  Json turns = Json::array();
-  Json weights = Json::array();
-  for (int s = 0; s < graph.used(n); ++s) {
-    const zatlib::CalcNode& node = graph.node(n);
-    slots.push_back({part.node[static_cast<size_t>(node.OtherNode[s])],
-                     part.link[static_cast<size_t>(graph.link(n, s))], node.Cost[s],
-                     node.Length[s]});
-    turns.push_back(graph.turns(n).Slot[s]);
-    if (tables.weights(n) != nullptr) weights.push_back(tables.weights(n)->Slot[s]);
-  }
-  const bool has_weights = tables.weights(n) != nullptr;
-  return {tables.node_code(n),
-          tables.location(n).X,
-          tables.location(n).Y,
-          NameText(name.Name),
-          name.NodeAttrWord,
-          name.Attribute,
-          std::move(slots),
-          std::move(turns),
-          has_weights ? std::move(weights) : Json(),
-          n,
-          tables.node_city(n)};
+// A column of the page's nodes, links or slots: page.js finds it by its name. Numbers of nodes and
+// links are those in the page.
+struct Column {
+  const char* name;
+  Json (*value)(const BuiltMap& map, const Part& part, int64_t record);
+};
+
+int32_t NodeInPage(const Part& part, int64_t n) { return part.node[static_cast<size_t>(n)]; }
+int32_t LinkInPage(const Part& part, int64_t l) { return part.link[static_cast<size_t>(l)]; }
+
+// The columns of an array as the page gets them.
+Json Values(std::span<const Column> columns, const BuiltMap& map, const Part& part,
+            int64_t record) {
+  Json values = Json::array();
+  for (const Column& column : columns) values.push_back(column.value(map, part, record));
+  return values;
 }
 
-// A link likewise: code, node A, node B, road kind, flags, length, speeds, name, number and value
-// of the name, link values 4 and 6, city, shape (first point, then differences), record.
-Json Link(MapTables& tables, const Part& part, int64_t l) {
-  const zatlib::LinkNodes& link = tables.link(l);
-  const zatlib::LinkNameRecord& name = tables.link_name(l);
+Json Names(std::span<const Column> columns) {
+  Json names = Json::array();
+  for (const Column& column : columns) names.push_back(column.name);
+  return names;
+}
+
+// Of connections (node x 8 + slot).
+constexpr Column kSlotColumns[] = {
+    {"node",
+     [](const BuiltMap& map, const Part& part, int64_t c) -> Json {
+       return NodeInPage(part, map.graph().other(static_cast<Connection>(c)));
+     }},
+    {"link",
+     [](const BuiltMap& map, const Part& part, int64_t c) -> Json {
+       return LinkInPage(part, map.graph().link(static_cast<Connection>(c)));
+     }},
+    {"cost",
+     [](const BuiltMap& map, const Part&, int64_t c) -> Json {
+       return map.graph().cost(static_cast<Connection>(c));
+     }},
+    {"length",
+     [](const BuiltMap& map, const Part&, int64_t c) -> Json {
+       return map.graph().length(static_cast<Connection>(c));
+     }},
+};
+
+Json Slots(const BuiltMap& map, const Part& part, int64_t n) {
+  Json slots = Json::array();
+  for (int s = 0; s < map.graph().used(n); ++s) {
+    slots.push_back(Values(kSlotColumns, map, part, zatlib::map::ConnectionOf(n, s)));
+  }
+  return slots;
+}
+
+// The bytes of the used slots; null when there are none.
+Json SlotBytes(const BuiltMap& map, int64_t n, const zatlib::SlotBytes* bytes) {
+  if (bytes == nullptr) return nullptr;
+  Json list = Json::array();
+  for (int s = 0; s < map.graph().used(n); ++s) list.push_back(bytes->Slot[s]);
+  return list;
+}
+
+// First point, then differences.
+Json Shape(const BuiltMap& map, const Part&, int64_t l) {
+  std::vector<zatlib::ShapePoint> points;
+  map.LinkPoints(l, &points);
   Json shape = Json::array();
   zatlib::ShapePoint before{0, 0};
-  for (const zatlib::ShapePoint& point : tables.Points(l)) {
+  for (const zatlib::ShapePoint& point : points) {
     shape.push_back(int64_t{point.X} - before.X);
     shape.push_back(int64_t{point.Y} - before.Y);
     before = point;
   }
-  return {tables.link_code(l),
-          part.node[static_cast<size_t>(link.NodeA)],
-          part.node[static_cast<size_t>(link.NodeB)],
-          name.RoadKind,
-          name.Flags,
-          link.Value3,
-          link.SpeedA,
-          link.SpeedB,
-          NameText(name.Name),
-          name.NameNumber,
-          name.NameValue,
-          tables.drawing(l).Value4,
-          name.Value6,
-          tables.city(l),
-          std::move(shape),
-          l};
+  return shape;
 }
+
+using Map = BuiltMap;
+constexpr Column kNodeColumns[] = {
+    {"code", [](const Map& map, const Part&, int64_t n) -> Json { return map.node_code(n); }},
+    {"x", [](const Map& map, const Part&, int64_t n) -> Json { return map.location(n).X; }},
+    {"y", [](const Map& map, const Part&, int64_t n) -> Json { return map.location(n).Y; }},
+    {"name",
+     [](const Map& map, const Part&, int64_t n) -> Json {
+       return NameText(map.node_name(n).Name);
+     }},
+    {"attribute_word",
+     [](const Map& map, const Part&, int64_t n) -> Json { return map.node_name(n).NodeAttrWord; }},
+    {"attribute",
+     [](const Map& map, const Part&, int64_t n) -> Json { return map.node_name(n).Attribute; }},
+    {"slots", Slots},
+    {"turns",
+     [](const Map& map, const Part&, int64_t n) -> Json {
+       return SlotBytes(map, n, &map.graph().turns(n));
+     }},
+    {"weights",
+     [](const Map& map, const Part&, int64_t n) -> Json {
+       return SlotBytes(map, n, map.weights(n));
+     }},
+    {"record", [](const Map&, const Part&, int64_t n) -> Json { return n; }},
+    {"city", [](const Map& map, const Part&, int64_t n) -> Json { return map.node_city(n); }},
+};
+
+constexpr Column kLinkColumns[] = {
+    {"code", [](const Map& map, const Part&, int64_t l) -> Json { return map.link_code(l); }},
+    {"node_a",
+     [](const Map& map, const Part& part, int64_t l) -> Json {
+       return NodeInPage(part, map.link(l).NodeA);
+     }},
+    {"node_b",
+     [](const Map& map, const Part& part, int64_t l) -> Json {
+       return NodeInPage(part, map.link(l).NodeB);
+     }},
+    {"road_kind",
+     [](const Map& map, const Part&, int64_t l) -> Json { return map.link_name(l).RoadKind; }},
+    {"flags",
+     [](const Map& map, const Part&, int64_t l) -> Json { return map.link_name(l).Flags; }},
+    {"length", [](const Map& map, const Part&, int64_t l) -> Json { return map.link(l).Value3; }},
+    {"speed_a", [](const Map& map, const Part&, int64_t l) -> Json { return map.link(l).SpeedA; }},
+    {"speed_b", [](const Map& map, const Part&, int64_t l) -> Json { return map.link(l).SpeedB; }},
+    {"name",
+     [](const Map& map, const Part&, int64_t l) -> Json {
+       return NameText(map.link_name(l).Name);
+     }},
+    {"name_number",
+     [](const Map& map, const Part&, int64_t l) -> Json { return map.link_name(l).NameNumber; }},
+    {"name_value",
+     [](const Map& map, const Part&, int64_t l) -> Json { return map.link_name(l).NameValue; }},
+    {"value4",
+     [](const Map& map, const Part&, int64_t l) -> Json { return map.drawing(l).Value4; }},
+    {"value6",
+     [](const Map& map, const Part&, int64_t l) -> Json { return map.link_name(l).Value6; }},
+    {"city", [](const Map& map, const Part&, int64_t l) -> Json { return map.city(l); }},
+    {"shape", Shape},
+    {"record", [](const Map&, const Part&, int64_t l) -> Json { return l; }},
+};
 
 // JSON inside a script element: nothing in it may look like the element's end.
 std::string ScriptText(const Json& value) {
@@ -141,19 +218,25 @@ void AddPieces(const char* const* pieces, Output& page) {
   for (; *pieces != nullptr; ++pieces) page.Add(*pieces);
 }
 
-bool WritePage(MapTables& tables, const Part& part, const std::string& title, Output& page) {
+bool WritePage(const BuiltMap& map, const Part& part, const std::string& title, Output& page) {
   TerminalProgress progress("view");
   AddPieces(kPage_head, page);
-  page.Add("{\"title\":" + ScriptText(title) + ",\"nodes\":[");
+  const Json columns = {
+      {"node", Names(kNodeColumns)}, {"link", Names(kLinkColumns)}, {"slot", Names(kSlotColumns)}};
+  page.Add("{\"title\":" + ScriptText(title) + ",\"columns\":" + columns.dump() +
+           ",\"closed_cost\":" + std::to_string(zatlib::kClosedCost) +
+           ",\"partner_kind\":" + std::to_string(zatlib::kDummyRoadKind) + ",\n\"nodes\":[");
   const int64_t all = std::ssize(part.nodes) + std::ssize(part.links);
   int64_t done = 0;
   for (const int64_t n : part.nodes) {
-    page.Add((n == part.nodes.front() ? "\n" : ",\n") + ScriptText(Node(tables, part, n)));
+    page.Add((n == part.nodes.front() ? "\n" : ",\n") +
+             ScriptText(Values(kNodeColumns, map, part, n)));
     progress.At(++done, all);
   }
   page.Add("],\n\"links\":[");
   for (const int64_t l : part.links) {
-    page.Add((l == part.links.front() ? "\n" : ",\n") + ScriptText(Link(tables, part, l)));
+    page.Add((l == part.links.front() ? "\n" : ",\n") +
+             ScriptText(Values(kLinkColumns, map, part, l)));
     progress.At(++done, all);
   }
   page.Add("]}");
@@ -164,16 +247,16 @@ bool WritePage(MapTables& tables, const Part& part, const std::string& title, Ou
 int RunView(const ViewOptions& options) {
   Bounds bounds;
   if (!TakeBounds(options.bounds, &bounds)) return kExitUsage;
-  MapFolder map;
-  MapTables tables;
-  if (!OpenMapFolder(options.folder, &map) || !tables.Load(map)) return kExitFailed;
-  const Part part = ChoosePart(tables, bounds);
+  MapFolder folder;
+  BuiltMap map;
+  if (!OpenMap(options.folder, &folder) || !LoadMap(folder, &map)) return kExitFailed;
+  const Part part = ChoosePart(map, bounds);
   Output page;
   if (!page.Open(options.file)) {
     std::fprintf(stderr, "zatmap: %s cannot be written.\n", options.file.c_str());
     return kExitFailed;
   }
-  if (!WritePage(tables, part, options.folder, page)) {
+  if (!WritePage(map, part, options.folder, page)) {
     std::fprintf(stderr, "zatmap: %s could not be written whole.\n", options.file.c_str());
     return kExitFailed;
   }

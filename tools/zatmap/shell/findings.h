@@ -86,15 +86,18 @@ class FindingList {
 
   // Counts a finding and keeps it with its detail while there is room.
   void Add(Kind kind, Place place, const char* format, ...) ZATLIB_PRINTF(4, 5) {
+    va_list arguments;
+    va_start(arguments, format);
+    AddV(kind, place, format, arguments);
+    va_end(arguments);
+  }
+  void AddV(Kind kind, Place place, const char* format, va_list arguments) ZATLIB_PRINTF(4, 0) {
     int64_t& count = counts_[static_cast<size_t>(kind)];
     ++count;
     if (max_ > 0 && count > max_) return;
     char text[zatlib::kMessageSize];
-    va_list arguments;
-    va_start(arguments, format);
     const size_t size = std::min(detail_size_, sizeof text);
     const size_t length = zatlib::FRD_FormatV(text, size, format, arguments);
-    va_end(arguments);
     kept_.push_back({place, kind, std::string(text, length)});
   }
 

@@ -2,45 +2,19 @@
 #include <algorithm>
 #include <cinttypes>
 #include <cstdio>
-#include <cstring>
 #include <memory>
-#include <nlohmann/json.hpp>
 #include <string>
-#include <tuple>
 
 #include "commands.h"
-#include "verify/checks.h"
-
-namespace zatmap::verify {
-
-void MapFindings::Sort() {
-  std::stable_sort(kept_.begin(), kept_.end(), [](const MapFinding& a, const MapFinding& b) {
-    const int order = std::strcmp(a.place.file, b.place.file);
-    return order != 0 ? order < 0
-                      : std::tie(a.place.record, a.place.offset) <
-                            std::tie(b.place.record, b.place.offset);
-  });
-}
-
-uint64_t MapFindings::Count(Severity severity) const {
-  uint64_t count = 0;
-  for (const auto& [key, number] : counts_) {
-    if (key.severity == severity) count += number;
-  }
-  return count;
-}
-
-}  // namespace zatmap::verify
+#include "shell/open_map.h"
+#include "shell/output.h"
+#include "verify/verifier.h"
 
 namespace zatmap {
 namespace {
 
-using verify::MapFinding;
-using verify::MapFindings;
-using verify::Severity;
-using verify::VerifyTotals;
-
-using nlohmann::ordered_json;
+using verify::Findings;
+using verify::Totals;
 
 struct VerifyOptions {
   std::string folder;
@@ -49,13 +23,9 @@ struct VerifyOptions {
   bool strict = false;
 };
 
-const char* SeverityName(Severity severity) {
-  return severity == Severity::kError ? "error" : "warning";
-}
-
-void PrintJson(const VerifyOptions& options, const MapFolder& map, const MapFindings& findings,
-               const VerifyTotals& totals) {
-  ordered_json all;
+void PrintObject(const VerifyOptions& options, const MapFolder& map, const Findings& findings,
+                 const Totals& totals) {
+  Json all;
   all["map"] = map.path;
   all["nodes"] = map.nodes;
   all["links"] = map.links;
@@ -66,75 +36,97 @@ void PrintJson(const VerifyOptions& options, const MapFolder& map, const MapFind
   all["closed_connections"] = totals.closed_marked;
   all["closed_connections_left_open"] = totals.closed_unmarked;
   all["weights_checked"] = totals.weights_checked;
-  all["errors"] = findings.Count(Severity::kError);
-  all["warnings"] = findings.Count(Severity::kWarning);
-  ordered_json summary = ordered_json::array();
-  for (const auto& [key, count] : findings.counts()) {
+  all["errors"] = findings.count(Severity::kError);
+  all["warnings"] = findings.count(Severity::kWarning);
+  Json summary = Json::array();
+  for (const auto& info : findings.kinds()) {
+    const int64_t count = findings.count(info.kind);
+    if (count == 0) continue;
     summary.push_back(
-        {{"severity", SeverityName(key.severity)}, {"kind", key.kind}, {"count", count}});
+        {{"severity", SeverityText(info.severity)}, {"kind", info.id}, {"count", count}});
   }
   all["summary"] = std::move(summary);
-  ordered_json list = ordered_json::array();
-  for (const MapFinding& finding : findings.kept()) {
+  Json list = Json::array();
+  for (const Findings::Finding& finding : findings.Sorted()) {
     if (list.size() >= options.max) break;
-    ordered_json entry = {{"file", finding.place.file}};
-    entry["record"] =
-        finding.place.record < 0 ? ordered_json() : ordered_json(finding.place.record);
-    entry["offset"] =
-        finding.place.offset < 0 ? ordered_json() : ordered_json(finding.place.offset);
-    entry["severity"] = SeverityName(finding.severity);
-    entry["kind"] = finding.kind;
-    entry["message"] = finding.text;
+    const Place& place = finding.place;
+    const auto& info = findings.InfoOf(finding.kind);
+    Json entry = {{"file", findings.PathOf(place.file)}};
+    entry["record"] = place.record == 0 ? Json() : Json(place.record - 1);
+    entry["offset"] = place.offset < 0 ? Json() : Json(place.offset);
+    entry["severity"] = SeverityText(info.severity);
+    entry["kind"] = info.id;
+    entry["message"] = CleanText(finding.detail, Unclean::kQuestionMark);
     list.push_back(std::move(entry));
   }
   all["findings"] = std::move(list);
-  std::printf("%s\n", all.dump(2, ' ', false, ordered_json::error_handler_t::replace).c_str());
+  PrintJson(all);
 }
 
-void PrintText(const VerifyOptions& options, const MapFolder& map, const MapFindings& findings,
-               const VerifyTotals& totals) {
+// "file:record: byte offset", as far as there is one.
+std::string PlaceText(const Findings& findings, const Place& place) {
+  std::string text = findings.PathOf(place.file);
+  if (place.record > 0) text += ":" + std::to_string(place.record - 1);
+  if (place.offset >= 0) text += ": byte " + std::to_string(place.offset);
+  return text;
+}
+
+void PrintText(const VerifyOptions& options, const MapFolder& map, const Findings& findings,
+               const Totals& totals) {
   uint64_t printed = 0;
-  for (const MapFinding& finding : findings.kept()) {
-    if (printed++ >= options.max) break;
-    std::string place = finding.place.file;
-    if (finding.place.record >= 0) place += ":" + std::to_string(finding.place.record);
-    if (finding.place.offset >= 0) place += ": byte " + std::to_string(finding.place.offset);
-    std::printf("%s: %s: %s\n", place.c_str(), SeverityName(finding.severity),
-                finding.text.c_str());
+  for (const Findings::Finding& finding : findings.Sorted()) {
+    if (printed >= options.max) break;
+    ++printed;
+    std::printf("%s: %s: %s\n", PlaceText(findings, finding.place).c_str(),
+                SeverityText(findings.InfoOf(finding.kind).severity),
+                CleanText(finding.detail, Unclean::kQuestionMark).c_str());
   }
-  const uint64_t errors = findings.Count(Severity::kError);
-  const uint64_t warnings = findings.Count(Severity::kWarning);
-  printed = std::min<uint64_t>(printed, options.max);
-  if (errors + warnings > printed) {
-    std::printf("%" PRIu64 " findings more; --max shows them.\n", errors + warnings - printed);
-  }
-  for (const auto& [key, count] : findings.counts()) {
-    std::printf("  %s, %s: %" PRIu64 "\n", SeverityName(key.severity), key.kind.c_str(), count);
+  const int64_t errors = findings.count(Severity::kError);
+  const int64_t warnings = findings.count(Severity::kWarning);
+  const int64_t more = errors + warnings - static_cast<int64_t>(printed);
+  if (more > 0) std::printf("%" PRId64 " findings more; --max shows them.\n", more);
+  for (const auto& info : findings.kinds()) {
+    const int64_t count = findings.count(info.kind);
+    if (count == 0) continue;
+    std::printf("  %s, %s: %" PRId64 "\n", SeverityText(info.severity), info.id, count);
   }
   std::printf("%s: %" PRId64 " nodes, %" PRId64 " links, %" PRId64 " shapes, %" PRId64 " points\n",
               map.path.c_str(), map.nodes, map.links, totals.shapes, totals.points);
   if (totals.closed_unmarked > 0 && totals.closed_unmarked * 10 > totals.closed_marked) {
     std::printf("One-way connections are not closed in cost and speed ([TUKOUJ] NOTADDONEWAY).\n");
   }
-  std::printf("%" PRIu64 " errors, %" PRIu64 " warnings: the map is %s.\n", errors, warnings,
+  std::printf("%" PRId64 " errors, %" PRId64 " warnings: the map is %s.\n", errors, warnings,
               errors == 0 ? "whole" : "damaged");
+}
+
+void RunChecks(verify::Verifier& v) {
+  verify::CheckFiles(v);
+  verify::CheckTexts(v);
+  verify::LookAtFares(v);
+  if (!verify::LoadTables(v)) return;
+  verify::CheckLinks(v);
+  verify::CheckNodes(v);
+  verify::CheckFareLinks(v);
+  verify::CheckConnections(v);
+  v.FreeNodes();
+  verify::CheckShapes(v);
 }
 
 int RunVerify(const VerifyOptions& options) {
   MapFolder map;
-  if (!OpenMapFolder(options.folder, &map)) return kExitFailed;
-  MapFindings findings(std::max<uint64_t>(options.max, 1));
-  VerifyTotals totals;
-  verify::VerifyMap(map, &findings, &totals);
-  findings.Sort();
+  if (!OpenMap(options.folder, &map)) return kExitFailed;
+  Findings findings(std::max<int64_t>(static_cast<int64_t>(options.max), 1));
+  Totals totals;
+  {
+    verify::Verifier verifier(map, &findings, &totals);
+    RunChecks(verifier);
+  }
   if (options.json) {
-    PrintJson(options, map, findings, totals);
+    PrintObject(options, map, findings, totals);
   } else {
     PrintText(options, map, findings, totals);
   }
-  const bool failed = findings.Count(Severity::kError) > 0 ||
-                      (options.strict && findings.Count(Severity::kWarning) > 0);
-  return failed ? kExitFailed : kExitDone;
+  return findings.Fail(options.strict) ? kExitFailed : kExitDone;
 }
 
 }  // namespace

@@ -1,24 +1,28 @@
 'use strict';
 (function () {
   const D = window.ZATMAP;
-  const CLOSED = 65535;
+  const CLOSED = D.closed_cost, PARTNER = D.partner_kind;
   const N = D.nodes.length, L = D.links.length;
   const element = id => document.getElementById(id);
   const escape = text => String(text).replace(/[&<>"]/g, c =>
     ({ '&': '&amp;', '<': '&lt;', '>': '&gt;', '"': '&quot;' }[c]));
 
-  // Fields of D.nodes and D.links, in the order they are written.
-  const nodeCode = n => D.nodes[n][0], nodeName = n => D.nodes[n][3];
-  const slots = n => D.nodes[n][6];  // [other node, link, cost, length], -1 outside the page
-  const turns = n => D.nodes[n][7], weights = n => D.nodes[n][8];
-  const linkCode = l => D.links[l][0], linkName = l => D.links[l][8];
-  const linkA = l => D.links[l][1], linkB = l => D.links[l][2];
-  const kindOf = l => D.links[l][3];
+  // What stands where in D.nodes, D.links and the slots of a node: D.columns tells. Numbers of
+  // nodes and links in them are those of the page, -1 for what lies outside of it.
+  const places = names => Object.fromEntries(names.map((name, place) => [name, place]));
+  const NODE = places(D.columns.node), LINK = places(D.columns.link), SLOT = places(D.columns.slot);
+  const nodeCode = n => D.nodes[n][NODE.code], nodeName = n => D.nodes[n][NODE.name];
+  const nodeX = n => D.nodes[n][NODE.x], nodeY = n => D.nodes[n][NODE.y];
+  const slots = n => D.nodes[n][NODE.slots];
+  const turns = n => D.nodes[n][NODE.turns], weights = n => D.nodes[n][NODE.weights];
+  const linkCode = l => D.links[l][LINK.code], linkName = l => D.links[l][LINK.name];
+  const linkA = l => D.links[l][LINK.node_a], linkB = l => D.links[l][LINK.node_b];
+  const kindOf = l => D.links[l][LINK.road_kind], shapeOf = l => D.links[l][LINK.shape];
 
   // Points as Mercator coordinates of zoom 0, links one behind the other.
   const first = new Uint32Array(L + 1);
   let total = 0;
-  for (let l = 0; l < L; ++l) { first[l] = total; total += D.links[l][14].length / 2; }
+  for (let l = 0; l < L; ++l) { first[l] = total; total += shapeOf(l).length / 2; }
   first[L] = total;
   const px = new Float64Array(total), py = new Float64Array(total);
   const boxes = new Float64Array(4 * L);
@@ -28,7 +32,7 @@
     return 256 * (0.5 - Math.log((1 + s) / (1 - s)) / (4 * Math.PI));
   };
   for (let l = 0; l < L; ++l) {
-    const shape = D.links[l][14];
+    const shape = shapeOf(l);
     let x = 0, y = 0, west = Infinity, east = -Infinity, top = Infinity, bottom = -Infinity;
     for (let i = 0, at = first[l]; i < shape.length; i += 2, ++at) {
       x += shape[i]; y += shape[i + 1];
@@ -39,13 +43,13 @@
     boxes.set([west, top, east, bottom], 4 * l);
   }
   const nx = new Float64Array(N), ny = new Float64Array(N);
-  for (let n = 0; n < N; ++n) { nx[n] = mercX(D.nodes[n][1] / 1e6); ny[n] = mercY(D.nodes[n][2] / 1e6); }
+  for (let n = 0; n < N; ++n) { nx[n] = mercX(nodeX(n) / 1e6); ny[n] = mercY(nodeY(n) / 1e6); }
 
   // One colour a road kind, the same in every map.
   const palette = ['#7a7a7a', '#c0392b', '#d35400', '#b7950b', '#2e7d32', '#1565c0', '#6a1b9a',
                    '#37474f', '#00838f', '#8d6e63'];
-  const colour = kind => kind >= 99 ? '#000' : palette[((kind % 10) + 10) % 10];
-  const kinds = [...new Set(D.links.map(link => link[3]))].sort((a, b) => a - b);
+  const colour = kind => kind >= PARTNER ? '#000' : palette[((kind % 10) + 10) % 10];
+  const kinds = [...new Set(D.links.map((_, l) => kindOf(l)))].sort((a, b) => a - b);
 
   let selected = null;  // {node} or {link}
   let route = null;     // {from, to, connections, cost}
@@ -96,8 +100,8 @@
   // Cost of a link from one end; CLOSED where the node does not list it.
   function costFrom(n, l) {
     if (n < 0) return null;
-    const slot = slots(n).find(s => s[1] === l);
-    return slot ? slot[2] : CLOSED;
+    const slot = slots(n).find(s => s[SLOT.link] === l);
+    return slot ? slot[SLOT.cost] : CLOSED;
   }
   function drawAll(g, v, size) {
     const zoom = map.getZoom(), width = Math.max(1, Math.min(6, (zoom - 11) * 0.8));
@@ -109,13 +113,13 @@
       for (const l of shown) if (kindOf(l) === kind) trace(g, l, v);
       g.strokeStyle = colour(kind);
       g.lineWidth = width * (kind <= 4 ? 1.4 : 1);
-      g.setLineDash(kind >= 99 ? [4, 4] : []);
+      g.setLineDash(kind >= PARTNER ? [4, 4] : []);
       g.stroke();
     }
     g.setLineDash([]);
     if (route) {
       g.beginPath();
-      for (const c of route.connections) trace(g, slots(c >> 3)[c & 7][1], v);
+      for (const c of route.connections) trace(g, slots(c >> 3)[c & 7][SLOT.link], v);
       g.strokeStyle = 'rgba(255, 0, 170, 0.55)'; g.lineWidth = width + 7; g.stroke();
     }
     if (selected && selected.link !== undefined) {
@@ -150,8 +154,8 @@
   }
   // An arrow at the middle of a link that is closed in one direction, a cross when in both.
   function drawOneWay(g, l, v) {
-    const ab = D.links[l][6], ba = D.links[l][7];
-    if (kindOf(l) >= 99 || (ab > 0) === (ba > 0) && ab > 0) return;
+    const ab = D.links[l][LINK.speed_a], ba = D.links[l][LINK.speed_b];
+    if (kindOf(l) >= PARTNER || (ab > 0) === (ba > 0) && ab > 0) return;
     const middle = Math.max(first[l], Math.floor((first[l] + first[l + 1] - 2) / 2));
     const ax = px[middle] * v.scale - v.x, ay = py[middle] * v.scale - v.y;
     const bx = px[middle + 1] * v.scale - v.x, by = py[middle + 1] * v.scale - v.y;
@@ -186,16 +190,17 @@
     for (let a = 0; a < list.length; ++a) {
       for (let b = 0; b < list.length; ++b) {
         const no = turns(n)[a] & 0x80 >> b, weight = weights(n) && weights(n)[a] & 0x80 >> b;
-        if (list[a][1] < 0 || list[b][1] < 0 || !no && !weight) continue;
+        const into = list[a][SLOT.link], out = list[b][SLOT.link];
+        if (into < 0 || out < 0 || !no && !weight) continue;
         if (a === b) {
           // A prohibited turn back is a ring on its link.
-          const at = along(list[a][1], n, 20, v);
+          const at = along(into, n, 20, v);
           g.beginPath(); g.arc(at[0], at[1], 5, 0, 7);
           g.strokeStyle = '#d50000'; g.lineWidth = 2.5;
           if (no) g.stroke();
           continue;
         }
-        const from = along(list[a][1], n, 34, v), to = along(list[b][1], n, 26, v);
+        const from = along(into, n, 34, v), to = along(out, n, 26, v);
         g.beginPath(); g.moveTo(from[0], from[1]); g.quadraticCurveTo(x, y, to[0], to[1]);
         g.strokeStyle = g.fillStyle = no ? '#d50000' : '#ff9100';
         g.lineWidth = no ? 2.5 : 1.5; g.setLineDash(no ? [] : [5, 3]); g.stroke(); g.setLineDash([]);
@@ -204,8 +209,8 @@
     }
     dot(g, n, v, 6, '#ffd200');
     list.forEach((slot, s) => {
-      if (slot[1] < 0) return;
-      const at = along(slot[1], n, 46, v);
+      if (slot[SLOT.link] < 0) return;
+      const at = along(slot[SLOT.link], n, 46, v);
       g.font = 'bold 13px system-ui, sans-serif'; g.lineWidth = 3;
       g.strokeStyle = '#fff'; g.fillStyle = '#000';
       g.strokeText(s, at[0] - 4, at[1] + 4); g.fillText(s, at[0] - 4, at[1] + 4);
@@ -261,13 +266,16 @@
 
   function showNode(n) {
     const list = slots(n), node = D.nodes[n];
-    let html = `<h2>Node ${nodeCode(n)}</h2><table>` + row('name', escape(node[3])) +
-      row('record', node[9]) + row('place', (node[1] / 1e6).toFixed(6) + ', ' + (node[2] / 1e6).toFixed(6)) +
-      row('city', node[10]) +
-      row('attribute word', node[4]) + row('attribute', flagText(node[5])) + '</table>';
+    let html = `<h2>Node ${nodeCode(n)}</h2><table>` + row('name', escape(nodeName(n))) +
+      row('record', node[NODE.record]) +
+      row('place', (nodeX(n) / 1e6).toFixed(6) + ', ' + (nodeY(n) / 1e6).toFixed(6)) +
+      row('city', node[NODE.city]) +
+      row('attribute word', node[NODE.attribute_word]) +
+      row('attribute', flagText(node[NODE.attribute])) + '</table>';
     html += '<h2>Slots</h2><table><tr><th></th><th>link</th><th>to node</th><th>cost</th><th>length</th></tr>' +
-      list.map((s, i) => `<tr><td>${i}</td><td>${goLink(s[1])}</td><td>${s[0] < 0 ? 'outside' : goNode(s[0])}</td>` +
-        `<td>${seconds(s[2])}</td><td>${s[3]}</td></tr>`).join('') + '</table>';
+      list.map((s, i) => `<tr><td>${i}</td><td>${goLink(s[SLOT.link])}</td>` +
+        `<td>${s[SLOT.node] < 0 ? 'outside' : goNode(s[SLOT.node])}</td>` +
+        `<td>${seconds(s[SLOT.cost])}</td><td>${s[SLOT.length]}</td></tr>`).join('') + '</table>';
     html += '<h2>Turns</h2><p class="small">row: arriving by the slot, column: leaving by it. ' +
       '<span class="no">no</span> prohibited, <span class="weight">w</span> weighted</p><table class="turns"><tr><th></th>' +
       list.map((_, b) => `<th>${b}</th>`).join('') + '</tr>' +
@@ -279,25 +287,27 @@
   }
   function showLink(l) {
     const link = D.links[l];
-    element('panel').innerHTML = `<h2>Link ${linkCode(l)}</h2><table>` + row('name', escape(link[8])) +
-      row('record', link[15]) + row('node A', goNode(link[1])) + row('node B', goNode(link[2])) +
-      row('road kind', link[3]) + row('flags', flagText(link[4])) + row('length', link[5]) +
-      row('speed A to B', link[6] || 'closed') + row('speed B to A', link[7] || 'closed') +
-      row('cost A to B', link[1] < 0 ? '' : seconds(costFrom(link[1], l))) +
-      row('cost B to A', link[2] < 0 ? '' : seconds(costFrom(link[2], l))) +
-      row('name number', link[9]) + row('name value', link[10]) + row('value 4', link[11]) +
-      row('value 6', link[12]) + row('city', link[13]) +
-      row('shape points', link[14].length / 2) + '</table>';
+    element('panel').innerHTML = `<h2>Link ${linkCode(l)}</h2><table>` + row('name', escape(linkName(l))) +
+      row('record', link[LINK.record]) + row('node A', goNode(linkA(l))) + row('node B', goNode(linkB(l))) +
+      row('road kind', kindOf(l)) + row('flags', flagText(link[LINK.flags])) +
+      row('length', link[LINK.length]) +
+      row('speed A to B', link[LINK.speed_a] || 'closed') +
+      row('speed B to A', link[LINK.speed_b] || 'closed') +
+      row('cost A to B', linkA(l) < 0 ? '' : seconds(costFrom(linkA(l), l))) +
+      row('cost B to A', linkB(l) < 0 ? '' : seconds(costFrom(linkB(l), l))) +
+      row('name number', link[LINK.name_number]) + row('name value', link[LINK.name_value]) +
+      row('value 4', link[LINK.value4]) + row('value 6', link[LINK.value6]) +
+      row('city', link[LINK.city]) + row('shape points', shapeOf(l).length / 2) + '</table>';
   }
   function showRoute() {
     let html = `<h2>Route</h2><p>from ${goNode(route.from)}<br>to ${goNode(route.to)}</p>`;
     if (!route.found) html += '<p>There is no route.</p>';
     else {
-      const length = route.connections.reduce((sum, c) => sum + slots(c >> 3)[c & 7][3], 0);
+      const length = route.connections.reduce((sum, c) => sum + slots(c >> 3)[c & 7][SLOT.length], 0);
       html += `<p id="result">${(route.cost / 100).toFixed(2)} s, length ${length}, ` +
         `${route.connections.length} links</p><table>` + route.connections.map(c => {
           const s = slots(c >> 3)[c & 7];
-          return `<tr><td>${goLink(s[1])}</td><td>${seconds(s[2])}</td></tr>`;
+          return `<tr><td>${goLink(s[SLOT.link])}</td><td>${seconds(s[SLOT.cost])}</td></tr>`;
         }).join('') + '</table>';
     }
     element('panel').innerHTML = html;
@@ -306,7 +316,7 @@
     selected = what;
     if (what && what.node !== undefined) {
       showNode(what.node);
-      if (move) map.setView([D.nodes[what.node][2] / 1e6, D.nodes[what.node][1] / 1e6], Math.max(map.getZoom(), 18.5));
+      if (move) map.setView([nodeY(what.node) / 1e6, nodeX(what.node) / 1e6], Math.max(map.getZoom(), 18.5));
     } else if (what && what.link !== undefined) {
       showLink(what.link);
       if (move) {
@@ -348,21 +358,23 @@
     }
     function reach(n, s, soFar, previous) {
       const slot = slots(n)[s], c = 8 * n + s;
-      if (slot[0] < 0 || slot[2] === CLOSED || soFar + slot[2] >= cost[c]) return;
-      cost[c] = soFar + slot[2]; before[c] = previous; push([cost[c], c]);
+      const total = soFar + slot[SLOT.cost];
+      if (slot[SLOT.node] < 0 || slot[SLOT.cost] === CLOSED || total >= cost[c]) return;
+      cost[c] = total; before[c] = previous; push([cost[c], c]);
     }
     slots(from).forEach((_, s) => reach(from, s, 0, -1));
     while (heap.length) {
       const [soFar, c] = pop();
       if (soFar !== cost[c]) continue;
-      const n = c >> 3, slot = slots(n)[c & 7], next = slot[0];
+      const n = c >> 3, slot = slots(n)[c & 7], next = slot[SLOT.node];
       if (next === to) {
         result.found = true; result.cost = soFar;
         for (let i = c; i >= 0; i = before[i]) result.connections.unshift(i);
         return result;
       }
-      let arrival = slots(next).findIndex(s => s[1] === slot[1] && s[0] === n);
-      if (arrival < 0) arrival = slots(next).findIndex(s => s[0] === n);
+      let arrival = slots(next).findIndex(
+        s => s[SLOT.link] === slot[SLOT.link] && s[SLOT.node] === n);
+      if (arrival < 0) arrival = slots(next).findIndex(s => s[SLOT.node] === n);
       slots(next).forEach((_, s) => {
         if (arrival < 0 || !(turns(next)[arrival] & 0x80 >> s)) reach(next, s, soFar, c);
       });
@@ -420,9 +432,9 @@
   });
   if (N > 0) {
     let west = Infinity, east = -Infinity, south = Infinity, north = -Infinity;
-    for (const node of D.nodes) {
-      west = Math.min(west, node[1]); east = Math.max(east, node[1]);
-      south = Math.min(south, node[2]); north = Math.max(north, node[2]);
+    for (let n = 0; n < N; ++n) {
+      west = Math.min(west, nodeX(n)); east = Math.max(east, nodeX(n));
+      south = Math.min(south, nodeY(n)); north = Math.max(north, nodeY(n));
     }
     map.fitBounds([[south / 1e6, west / 1e6], [north / 1e6, east / 1e6]]);
   } else map.setView([0, 0], 2);
@@ -432,10 +444,10 @@
   function follow() {
     const [what, value] = decodeURIComponent(location.hash.slice(1)).split('=');
     if (!value) return;
-    const nodeOf = code => D.nodes.findIndex(node => node[0] === code);
+    const nodeOf = code => D.nodes.findIndex(node => node[NODE.code] === code);
     if (what === 'node' && nodeOf(value) >= 0) select({ node: nodeOf(value) }, true);
     if (what === 'link') {
-      const l = D.links.findIndex(link => link[0] === value);
+      const l = D.links.findIndex(link => link[LINK.code] === value);
       if (l >= 0) select({ link: l }, true);
     }
     if (what === 'route') {

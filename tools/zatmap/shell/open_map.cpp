@@ -1,0 +1,58 @@
+#include "shell/open_map.h"
+
+#include <cstdio>
+#include <string_view>
+
+#include "network/network_files.h"
+
+namespace zatmap {
+namespace {
+
+using zatlib::map::ErrorKind;
+
+// True for the files without which there is no network at all.
+bool IsNetworkFile(std::string_view name) {
+  return name == zatlib::kCalcNodeFile || name == zatlib::kNodeLinkFile ||
+         name == zatlib::kTurnTableFile;
+}
+
+bool Tell(const MapFolder& folder, const Error& error) {
+  if (error.ok()) return true;
+  const bool unread = error.kind == ErrorKind::kUnreadable && IsNetworkFile(error.file);
+  std::fprintf(stderr,
+               unread ? "zatmap: the network in %s cannot be read; zatmap verify tells more.\n"
+                      : "zatmap: the files in %s do not fit together; zatmap verify tells more.\n",
+               folder.path.c_str());
+  return false;
+}
+
+}  // namespace
+
+bool OpenMap(const std::string& path, MapFolder* folder) {
+  const char* format = nullptr;
+  switch (zatlib::map::OpenMapFolder(path, folder).kind) {
+    case ErrorKind::kNoFolder:
+      format =
+          "zatmap: %s is no folder. Give the folder that a build wrote: [FOLDER] CALCMAPDIR of its "
+          "control file.\n";
+      break;
+    case ErrorKind::kPathTooLong:
+      format = "zatmap: the path %s is too long; at most 259 bytes are taken.\n";
+      break;
+    case ErrorKind::kNoMap:
+      format =
+          "zatmap: %s holds no map. Build one first (zatmap build CONTROL.INI), or give the folder "
+          "that a build wrote.\n";
+      break;
+    default:
+      return true;
+  }
+  std::fprintf(stderr, format, path.c_str());
+  return false;
+}
+
+bool LoadMap(const MapFolder& folder, BuiltMap* map) { return Tell(folder, map->Load(folder)); }
+
+bool LoadGraph(const MapFolder& folder, Graph* graph) { return Tell(folder, graph->Load(folder)); }
+
+}  // namespace zatmap

@@ -1,0 +1,25 @@
+// Opening a map, with the messages that tell a person what to do when that fails.
+#pragma once
+
+#include <string>
+
+#include "map/built_map.h"
+#include "map/components.h"
+#include "map/map_folder.h"
+
+namespace zatmap {
+
+using zatlib::map::BuiltMap;
+using zatlib::map::Error;
+using zatlib::map::Graph;
+using zatlib::map::MapFolder;
+
+// Looks at a folder. False, with a message on standard error, when it is no folder or holds no map.
+bool OpenMap(const std::string& path, MapFolder* folder);
+
+// Loads what shows or uses a map, or its graph only. False, with a message on standard error, when
+// something is missing or damaged.
+bool LoadMap(const MapFolder& folder, BuiltMap* map);
+bool LoadGraph(const MapFolder& folder, Graph* graph);
+
+}  // namespace zatmap
