@@ -19,7 +19,6 @@ constexpr uint32_t kChunkSize = 1 << 18;     // bytes of a chunk of lines
 constexpr uint32_t kWriteBlock = 1 << 20;    // bytes of one system write of a record file
 constexpr int64_t kTransferLook = 64 << 20;  // bytes of a transfer between two looks at the window
 constexpr uint64_t kSharedRead = 16 << 20;   // bytes from which threads share a read
-constexpr uint32_t kCountBlock = 4096;       // bytes of one read of FRD_CountLines
 
 // Serves the window during a long transfer. What is begun is read or written whole: a cancel is
 // heard by whoever asks next.
@@ -330,32 +329,6 @@ int LineReader::ReadAnyLine(uint32_t size, std::string_view* line) {
   *line = std::string_view(begin, static_cast<size_t>(end - begin));
   line_begin_ = begin;
   return 1;
-}
-
-int64_t FRD_CountLines(const char* path) {
-  platform::File file =
-      platform::File::Open(path, platform::Access::kRead, platform::Share::kReadWrite,
-                           platform::Disposition::kOpenExisting);
-  if (!file.IsOpen()) return -1;
-  char block[kCountBlock];
-  int64_t count = 0;
-  bool any = false;
-  bool quoted = false;
-  bool open_line = false;
-  uint32_t read = 0;
-  while (file.Read(block, kCountBlock, &read) && read > 0) {
-    any = true;
-    for (uint32_t i = 0; i < read; ++i) {
-      if (block[i] == '"') {
-        quoted = !quoted;
-      } else if (block[i] == '\r' && !quoted) {
-        ++count;
-        open_line = i + 2 < read;
-      }
-    }
-  }
-  if (open_line) ++count;
-  return any ? std::max<int64_t>(count, 1) : 0;
 }
 
 int FRD_CreateFolderTree(const char* path) {

@@ -147,10 +147,6 @@ inline int FRD_ReadLine(LineReader& reader, uint32_t size, std::string_view* lin
   return 1;
 }
 
-// Number of lines (CRs outside quotes, and a last line without an end); -1 when the file cannot be
-// opened.
-int64_t FRD_CountLines(const char* path);
-
 // Creates a folder and its missing parents. Non-zero when the folder was created.
 int FRD_CreateFolderTree(const char* path);
 

@@ -51,12 +51,6 @@ int64_t FindNarrowed(int64_t count, double key, KeyOf key_of) {
 // The value of a record whose key equals `key`, or -1.
 int32_t FRD_FindByKey(const KeyedRecord* table, int64_t count, double key);
 
-// Index of the first record whose key equals `key`, or -1.
-int64_t FRD_FindFirstByKey(double key, int64_t count, const KeyedRecord* table);
-
-// Sorts ascending by key, in place; equal keys keep no particular order. Returns 1.
-int FRD_SortByKey(int64_t count, KeyedRecord* table);
-
 // Maps a double's bits to an unsigned number of the same order (NaNs at the ends), so that a sort
 // is safe with any bits.
 inline uint64_t SortableBits(double key) {

@@ -5,7 +5,6 @@
 
 #include "frd/files.h"
 #include "platform/named_lock.h"
-#include "platform/user_interface.h"
 
 namespace zatlib {
 namespace {
@@ -202,19 +201,6 @@ int FRD_LogFrd(const char* text) {
   }
   if (size > kServiceLogLimit) FRD_EraseOldLogs(kAllUsers, kServiceTag);
   return FRD_WriteLog(kAllUsers, kServiceTag, text, 1);
-}
-
-int FRD_LogAndNotify(const NotifyContext* context, const char* message, const char* title,
-                     unsigned flags) {
-  const platform::DateTime now = platform::LocalTime();
-  char line[kMessageSize];
-  FRD_Format(line, sizeof line, "%04d%02d%02d %02d:%02d:%02d [%s] %s", now.year, now.month, now.day,
-             now.hour, now.minute, now.second, title, message);
-  FRD_WriteLog(kPerUser, kBuildTag, line, 0);
-  if (context != nullptr && context->show_messages != 0) {
-    platform::ShowMessageBox(nullptr, message, title, flags | platform::kTaskModal);
-  }
-  return 0;
 }
 
 int FRD_LogTagged(const char* tag, const char* text, int with_time_stamp) {

@@ -39,16 +39,6 @@ int FRD_MakPrevDay(platform::DateTime* date);
 // pass first.
 int FRD_LogFrd(const char* text);
 
-// Whom FRD_LogAndNotify tells.
-struct NotifyContext {
-  int show_messages;  // non-zero: a message box too
-};
-
-// Writes title and message with a stamp of their own to the build log and, when the context asks
-// for it, shows a task-modal message box. Returns 0.
-int FRD_LogAndNotify(const NotifyContext* context, const char* message, const char* title,
-                     unsigned flags);
-
 // A line in the per-user log of a tag; a null tag writes into the company folder itself.
 int FRD_LogTagged(const char* tag, const char* text, int with_time_stamp);
 

@@ -176,33 +176,6 @@ void FRD_MakeMidPath(const char* mif_path, char* mid_out) {
   std::memcpy(mid_out, path, kPathSize);
 }
 
-int FRD_GetCsvField(int index, int length, const char* line, char* out) {
-  if (out != nullptr) out[0] = 0;
-  if (index < 0) return -1;
-  // Byte by byte: behind a terminator before `length` nothing may be looked at.
-  size_t line_length = 0;
-  while (static_cast<int64_t>(line_length) < length && line[line_length] != 0 &&
-         line[line_length] != '\r' && line[line_length] != '\n') {
-    ++line_length;
-  }
-  const std::string_view text(line, line_length);
-  size_t start = 0;
-  for (int field = 0;; ++field) {
-    const size_t end = std::min(text.find_first_of(",\t;", start), text.size());
-    if (field == index) {
-      std::string_view value = text.substr(start, end - start);
-      if (!value.empty() && value.front() == '"') {
-        value.remove_prefix(1);
-        if (!value.empty() && value.back() == '"') value.remove_suffix(1);
-      }
-      if (out != nullptr) FRD_CopyText(out, kCsvFieldSize, FRD_CutText(value, kCsvFieldSize - 1));
-      return static_cast<int>(start * 65536 + end);
-    }
-    if (end == text.size()) return -1;
-    start = end + 1;
-  }
-}
-
 int32_t FRD_ParseFixed6(const char* text, size_t length) {
   char kept[kFixed6Characters + kDecimals];
   size_t used = 0;
@@ -251,7 +224,5 @@ double FRD_ParseDouble(std::string_view text) {
   }
   return negative ? -value : value;
 }
-
-uint32_t FRD_BitMask(uint32_t bit) { return bit <= 7 ? 128u >> bit : bit & ~255u; }
 
 }  // namespace zatlib

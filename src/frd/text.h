@@ -9,11 +9,10 @@
 
 namespace zatlib {
 
-inline constexpr size_t kPathSize = 260;       // a path buffer: 259 bytes of text and a terminator
-inline constexpr size_t kMessageSize = 1024;   // a formatted message
-inline constexpr size_t kCsvFieldSize = 1024;  // the output of FRD_GetCsvField
-inline constexpr size_t kNameSize = 20;        // bytes of a node or link name in the map
-inline constexpr size_t kFieldLimit = 63;      // bytes of a source field that the readers take
+inline constexpr size_t kPathSize = 260;      // a path buffer: 259 bytes of text and a terminator
+inline constexpr size_t kMessageSize = 1024;  // a formatted message
+inline constexpr size_t kNameSize = 20;       // bytes of a node or link name in the map
+inline constexpr size_t kFieldLimit = 63;     // bytes of a source field that the readers take
 
 #if defined(__GNUC__)
 #if defined(_WIN32)
@@ -52,14 +51,6 @@ void FRD_SplitPath(const char* path, char* folder_out, char* name_out);
 // holds 260 bytes.
 void FRD_MakeMidPath(const char* mif_path, char* mid_out);
 
-// Finds field `index` (from 0) of a line, separated by ',', TAB or ';'; the line ends at a zero
-// byte, CR or LF, or after `length` bytes. Double quotes do not protect separators; one leading and
-// then one trailing quote are dropped. Returns (position of the field's first byte x 65,536) +
-// position behind its last byte, quotes included, as far as 32 bits go, or -1 when the line has
-// fewer fields. `out` (1,024 bytes, or null) receives the text, cut at a whole character, or an
-// empty text.
-int FRD_GetCsvField(int index, int length, const char* line, char* out);
-
 // A decimal number x 1,000,000 as a 32-bit integer, from at most 32 characters: digits and signs
 // are kept in order, other characters skipped; decimals are filled up to 6 but never cut, so that
 // 7 decimals give ten times the scale. Results beyond 32 bits clamp.
@@ -85,9 +76,5 @@ constexpr Shown ShownAs(int64_t count) {
   constexpr auto kMost = static_cast<int64_t>(std::numeric_limits<Shown>::max());
   return static_cast<Shown>(count < kLeast ? kLeast : count > kMost ? kMost : count);
 }
-
-// The mask of bit 0 (0x80) to 7 (0x01) of a byte, most significant first. Above 7: the number with
-// its low 8 bits cleared, which is 0 up to 255.
-uint32_t FRD_BitMask(uint32_t bit);
 
 }  // namespace zatlib

@@ -399,13 +399,12 @@ double CosineLimit(const char* road_definition, const char* key, int default_deg
   return std::cos(degrees * 3.141592653589793 / 180.0);
 }
 
-// Opens the shapes for the memory operation and takes, for a moment, the memory that it may need.
-// False leaves the shapes in any state.
-bool HasMemory(const char* folder, Workers& workers, HolderBlock& holder) {
-  if (holder.get() == nullptr ||
-      SHAPE_OpenShapeEnds(nullptr, holder.get(), folder, 1, workers) == 0) {
-    return false;
-  }
+}  // namespace
+
+int MM_SUB_CheckMemoryOperation(const char* control_file, Workers& workers, ShapeHolder* shapes) {
+  char folder[kPathSize];
+  BRN_GetCalcMapDir(control_file, folder);
+  if (shapes == nullptr || SHAPE_OpenShapeEnds(nullptr, shapes, folder, 1, workers) == 0) return 0;
   const uint64_t calc_size = FileSize(PathIn(folder, kCalcNodeFile).c_str());
   const uint64_t draw_size = FileSize(PathIn(folder, kDrawingFile).c_str());
   const uint64_t node_link_size = FileSize(PathIn(folder, kNodeLinkFile).c_str());
@@ -420,19 +419,9 @@ bool HasMemory(const char* folder, Workers& workers, HolderBlock& holder) {
   };
   PageArray<char> blocks[std::size(wanted)];
   for (size_t i = 0; i < std::size(wanted); ++i) {
-    if (wanted[i].file_size == 0 || !blocks[i].Allocate(wanted[i].block_size)) return false;
+    if (wanted[i].file_size == 0 || !blocks[i].Allocate(wanted[i].block_size)) return 0;
   }
-  return true;
-}
-
-}  // namespace
-
-int MM_SUB_CheckMemoryOperation(const char* control_file) {
-  char folder[kPathSize];
-  BRN_GetCalcMapDir(control_file, folder);
-  Workers workers;
-  HolderBlock holder;
-  return HasMemory(folder, workers, holder) ? 1 : 0;
+  return 1;
 }
 
 int MM_SUB_LoadLinkCodes(int64_t link_count, FeatureCode* codes, const char* control_file) {
@@ -521,7 +510,7 @@ int MM_CreateRightTurnWeight(WindowHandle owner, const char* control_file) {
   if (SHAPE_CheckShapeFiles(folder) == 0) return 1;
   Workers workers;
   HolderBlock holder;
-  const bool in_memory = HasMemory(folder, workers, holder);
+  const bool in_memory = MM_SUB_CheckMemoryOperation(control_file, workers, holder.get()) != 0;
   LogBuild("%s", in_memory ? " *** Creating Right Turn Weight : Memory Operation *** "
                            : " *** Creating Right Turn Weight : File Operation ");
   if (!holder.Take()) {

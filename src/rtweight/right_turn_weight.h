@@ -70,9 +70,10 @@ TurnLimits ReadTurnLimits(const char* folder);
 // after reporting the cause under "Fatal Error in MM_CreateRightTurnWeight".
 int MM_CreateRightTurnWeight(WindowHandle owner, const char* control_file);
 
-// 1 when the machine has the memory to hold the shapes and the tables, 0 for reading shapes from
-// the file as they are needed. Decides by taking the memory and giving it back.
-int MM_SUB_CheckMemoryOperation(const char* control_file);
+// 1 when the machine has the memory to hold the shapes and the tables; `shapes` are then open for
+// the memory operation. 0 for the file operation; the shapes are then in any state. Decides by
+// taking the memory and giving it back. No shapes (null) are no memory.
+int MM_SUB_CheckMemoryOperation(const char* control_file, Workers& workers, ShapeHolder* shapes);
 
 // Reads the codes of the first `link_count` links out of mapdraw.dat in the output folder. A file
 // that ends too early leaves the remaining codes as they are, which is no error. Returns 1, or 0

@@ -130,12 +130,6 @@ void ReadNextWindow(platform::File& file, const DataWindow& before, int64_t limi
 
 // What the functions of this header do with a holder.
 struct ShapeAccess {
-  // The data file as the opening has found it.
-  struct Data {
-    PathText path;
-    uint64_t size = 0;
-  };
-
   template <typename... Values>
   static int Fail(WindowHandle owner, ShapeHolder* holder, const char* title, const char* format,
                   const Values&... values) {
@@ -144,7 +138,8 @@ struct ShapeAccess {
   }
 
   // Loads the index and looks for the data.
-  static int OpenIndex(WindowHandle owner, ShapeHolder* holder, const char* folder, Data* data) {
+  static int OpenIndex(WindowHandle owner, ShapeHolder* holder, const char* folder,
+                       ShapeData* data) {
     SHAPE_CloseShape(holder);
     const PathText index_path = PathIn(folder, kShapeIndexFile);
     const uint64_t index_size = FileSize(index_path.c_str());
@@ -176,33 +171,6 @@ struct ShapeAccess {
     return 1;
   }
 
-  static int FailDataMemory(WindowHandle owner, ShapeHolder* holder, const Data& data) {
-    return Fail(owner, holder, kMemoryError,
-                "Can't allocate the memory for the shape data, size=%lld",
-                static_cast<long long>(data.size));
-  }
-  static int FailDataOpen(WindowHandle owner, ShapeHolder* holder, const Data& data) {
-    return Fail(owner, holder, kFileError, "Can't open the shape data (%s) !", data.path.c_str());
-  }
-  static int FailDataRead(WindowHandle owner, ShapeHolder* holder, const Data& data) {
-    return Fail(owner, holder, kFileError, "Can't open / read the shape data (%s) !",
-                data.path.c_str());
-  }
-
-  static int OpenPoints(WindowHandle owner, ShapeHolder* holder, const Data& data,
-                        int memory_mode) {
-    if (memory_mode == 0) {
-      holder->data_file_ = OpenForReading(data.path.c_str());
-      return holder->data_file_.IsOpen() ? 1 : FailDataOpen(owner, holder, data);
-    }
-    const auto points = static_cast<uint64_t>(holder->point_count_);
-    if (!holder->points_.Allocate(points)) return FailDataMemory(owner, holder, data);
-    if (!ReadFileStart(data.path.c_str(), holder->points_.data(), points * sizeof(ShapePoint))) {
-      return FailDataRead(owner, holder, data);
-    }
-    return 1;
-  }
-
   // Takes the ends of one shape out of the window. An entry that has none loses its count.
   static void TakeEnds(const DataWindow& window, int memory_mode, ShapeIndexEntry* entry,
                        ShapeEnds* ends) {
@@ -219,8 +187,8 @@ struct ShapeAccess {
     std::memcpy(&ends->BeforeLast, points + (count - 2) * kPointSize, 2 * sizeof(ShapePoint));
   }
 
-  static int OpenEnds(WindowHandle owner, ShapeHolder* holder, const Data& data, int memory_mode,
-                      Workers& workers) {
+  static int OpenEnds(WindowHandle owner, ShapeHolder* holder, const ShapeData& data,
+                      int memory_mode, Workers& workers) {
     // The bytes that an entry can reach; whole points only where they are counted.
     const int64_t reach = std::numeric_limits<int32_t>::max() + kMaxShapeSize;
     const int64_t limit =
@@ -233,19 +201,19 @@ struct ShapeAccess {
     // The memory operation is for machines that have room for all points.
     PageArray<ShapePoint> all_points;
     if (memory_mode != 0 && !all_points.Allocate(static_cast<uint64_t>(holder->point_count_))) {
-      return FailDataMemory(owner, holder, data);
+      return FailShapeData(owner, holder, data, FileResult::kNoMemory);
     }
     all_points.Free();
     PageArray<char> buffer;
     DataOrder order;
     if (!holder->ends_.Allocate(static_cast<uint64_t>(count)) ||
         !buffer.Allocate(2 * static_cast<uint64_t>(window_size)) || !order.Make(entries, count)) {
-      return FailDataMemory(owner, holder, data);
+      return FailShapeData(owner, holder, data, FileResult::kNoMemory);
     }
     platform::File file = OpenForReading(data.path.c_str());
     if (!file.IsOpen()) {
-      return memory_mode != 0 ? FailDataRead(owner, holder, data)
-                              : FailDataOpen(owner, holder, data);
+      return FailShapeData(owner, holder, data,
+                           memory_mode != 0 ? FileResult::kNotRead : FileResult::kNotOpened);
     }
     DataWindow windows[2];
     windows[0].bytes = buffer.data();
@@ -255,7 +223,9 @@ struct ShapeAccess {
     bool is_last = false;
     for (int current = 0; !is_last; current = 1 - current) {
       const DataWindow& window = windows[current];
-      if (memory_mode != 0 && !window.whole) return FailDataRead(owner, holder, data);
+      if (memory_mode != 0 && !window.whole) {
+        return FailShapeData(owner, holder, data, FileResult::kNotRead);
+      }
       is_last = window.begin + kWindowStep >= limit;
       const int64_t behind = is_last ? count : order.FirstFrom(first, window.begin + kWindowStep);
       workers.StartRanges(behind - first, kEntriesOfPart, [&, first](int64_t begin, int64_t end) {
@@ -270,29 +240,6 @@ struct ShapeAccess {
       first = behind;
     }
     return 1;
-  }
-
-  static int GetPoints(FeatureCode code, ShapePoint* points, ShapeHolder* holder) {
-    const ShapeIndexEntry* const entries = holder->index_.data();
-    const int64_t found = holder->tree_.Find(code.AsDouble());
-    if (found < 0) return -1;
-    const ShapeIndexEntry& entry = entries[found];
-    const int count = std::min(entry.Count, kMaxShapePoints);
-    if (count <= 0) return count;
-    if (holder->points_) {
-      if (entry.Offset < 0) return -1;
-      const int64_t first = entry.Offset / kPointSize;
-      if (first + count > holder->point_count_) return -1;
-      std::copy_n(holder->points_.data() + first, count, points);
-      return count;
-    }
-    platform::File& file = holder->data_file_;
-    if (!file.IsOpen()) return -1;
-    if (file.Seek(entry.Offset, platform::SeekFrom::kBegin) != entry.Offset) return -1;
-    const auto size = static_cast<uint32_t>(count * kPointSize);
-    uint32_t read = 0;
-    if (!file.Read(points, size, &read) || read != size) return -1;
-    return count;
   }
 
   static void FindEnds(const FeatureCode* codes, int64_t count, const ShapeHolder& holder,
@@ -324,21 +271,11 @@ int SHAPE_CheckShapeFiles(const char* folder) {
   return 1;
 }
 
-int SHAPE_OpenShape(WindowHandle owner, ShapeHolder* holder, const char* folder, int memory_mode) {
-  ShapeAccess::Data data;
-  if (ShapeAccess::OpenIndex(owner, holder, folder, &data) == 0) return 0;
-  return ShapeAccess::OpenPoints(owner, holder, data, memory_mode);
-}
-
 int SHAPE_OpenShapeEnds(WindowHandle owner, ShapeHolder* holder, const char* folder,
                         int memory_mode, Workers& workers) {
-  ShapeAccess::Data data;
-  if (ShapeAccess::OpenIndex(owner, holder, folder, &data) == 0) return 0;
+  ShapeData data;
+  if (OpenShapeIndex(owner, holder, folder, &data) == 0) return 0;
   return ShapeAccess::OpenEnds(owner, holder, data, memory_mode, workers);
-}
-
-int SHAPE_GetShapePoints(FeatureCode code, ShapePoint* points, ShapeHolder* holder) {
-  return ShapeAccess::GetPoints(code, points, holder);
 }
 
 void SHAPE_FindShapeEnds(const FeatureCode* codes, int64_t count, const ShapeHolder& holder,
@@ -347,5 +284,23 @@ void SHAPE_FindShapeEnds(const FeatureCode* codes, int64_t count, const ShapeHol
 }
 
 void SHAPE_CloseShape(ShapeHolder* holder) { ShapeAccess::Close(holder); }
+
+int OpenShapeIndex(WindowHandle owner, ShapeHolder* holder, const char* folder, ShapeData* data) {
+  return ShapeAccess::OpenIndex(owner, holder, folder, data);
+}
+
+int FailShapeData(WindowHandle owner, ShapeHolder* holder, const ShapeData& data,
+                  FileResult result) {
+  if (result == FileResult::kNoMemory) {
+    return ShapeAccess::Fail(owner, holder, kMemoryError,
+                             "Can't allocate the memory for the shape data, size=%lld",
+                             static_cast<long long>(data.size));
+  }
+  return ShapeAccess::Fail(owner, holder, kFileError,
+                           result == FileResult::kNotOpened
+                               ? "Can't open the shape data (%s) !"
+                               : "Can't open / read the shape data (%s) !",
+                           data.path.c_str());
+}
 
 }  // namespace zatlib

@@ -3,10 +3,12 @@
 
 #include <cstdint>
 
+#include "frd/control.h"
 #include "frd/key_tree.h"
 #include "frd/memory.h"
 #include "frd/parallel.h"
 #include "frd/progress.h"
+#include "frd/record_file.h"
 #include "platform/file.h"
 #include "shape/shape_files.h"
 
@@ -51,44 +53,48 @@ class ShapeHolder {
 
  private:
   friend struct ShapeAccess;
+  friend struct ShapePointAccess;
 
   int32_t entry_count_ = 0;
   PageArray<ShapeIndexEntry> index_;
   KeyTree tree_;  // over the index
   int32_t point_count_ = 0;
-  PageArray<ShapePoint> points_;  // memory mode
-  platform::File data_file_;      // file mode
+  PageArray<ShapePoint> points_;  // SHAPE_OpenShape, memory mode
+  platform::File data_file_;      // SHAPE_OpenShape, file mode
   PageArray<ShapeEnds> ends_;     // SHAPE_OpenShapeEnds: by position in the index
 };
 
 // 1 when all three shape files of the folder can be opened for reading, else 0. Reports nothing.
 int SHAPE_CheckShapeFiles(const char* folder);
 
-// Opens the shapes of an output folder, releasing what the holder held before. Non-zero
-// `memory_mode` reads all points into memory (8 bytes each); 0 keeps the data file open and reads
-// points on demand. Returns 1, or 0 after reporting a file or memory error under "... in
-// SHAPE_OpenShape"; the holder is then closed.
-int SHAPE_OpenShape(WindowHandle owner, ShapeHolder* holder, const char* folder, int memory_mode);
-
-// Copies the first points of a link's shape, at most kMaxShapePoints, into `points`, which has room
-// for that many. Returns how many; the stored count when that is 0 or less (an empty shape); -1
-// when the code is absent, its entry points outside the data, or the data cannot be read.
-int SHAPE_GetShapePoints(FeatureCode code, ShapePoint* points, ShapeHolder* holder);
-
-// As SHAPE_OpenShape with the same messages, but keeps 32 bytes of every shape, its ends, and not
-// the points (8 bytes each). The data are read once, in the order of the file. When they cannot be
-// read in whole, memory mode fails; else the shapes concerned have no ends. SHAPE_GetShapePoints
-// finds no points in such a holder.
+// Opens the shapes of an output folder, releasing what the holder held before, and keeps 32 bytes
+// of every shape, its ends, and not the points (8 bytes each; compat/shape_points.h reads those).
+// The data are read once, in the order of the file. When they cannot be read in whole, non-zero
+// `memory_mode` fails; else the shapes concerned have no ends. Returns 1, or 0 after reporting a
+// file or memory error under "... in SHAPE_OpenShape"; the holder is then closed.
 int SHAPE_OpenShapeEnds(WindowHandle owner, ShapeHolder* holder, const char* folder,
                         int memory_mode, Workers& workers);
 
-// For each of `count` codes the position of its shape for ShapeHolder::ends, or -1 where
-// SHAPE_GetShapePoints would give fewer than 2 points. Fastest for codes in ascending order.
+// For each of `count` codes the position of its shape for ShapeHolder::ends, or -1 where a lookup
+// would give fewer than 2 points. Fastest for codes in ascending order.
 // Several threads may call it at the same time.
 void SHAPE_FindShapeEnds(const FeatureCode* codes, int64_t count, const ShapeHolder& holder,
                          int32_t* positions);
 
 // Frees the buffers, closes the file and clears the holder.
 void SHAPE_CloseShape(ShapeHolder* holder);
+
+// What every opening begins with: releases the holder, loads the index and looks for the data file.
+// Returns 1, or 0 after reporting; the holder is then closed.
+struct ShapeData {
+  PathText path;
+  uint64_t size = 0;  // bytes, as the opening has found them
+};
+int OpenShapeIndex(WindowHandle owner, ShapeHolder* holder, const char* folder, ShapeData* data);
+
+// How every opening ends whose data cannot be had (kNoMemory, kNotOpened or kNotRead): reports
+// that, closes the holder and returns 0.
+int FailShapeData(WindowHandle owner, ShapeHolder* holder, const ShapeData& data,
+                  FileResult result);
 
 }  // namespace zatlib

@@ -2,6 +2,7 @@
 #include <string>
 #include <vector>
 
+#include "compat/services.h"
 #include "frd/fields.h"
 #include "naive.h"
 

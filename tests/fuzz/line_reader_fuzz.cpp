@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <string>
 
+#include "compat/services.h"
 #include "frd/files.h"
 #include "naive.h"
 

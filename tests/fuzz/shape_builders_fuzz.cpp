@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <string>
 
+#include "compat/shape_points.h"
 #include "frd/log.h"
 #include "naive.h"
 #include "shape/shape_access.h"

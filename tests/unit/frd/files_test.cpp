@@ -57,12 +57,6 @@ class FilesTest : public test::LibraryTest {
     EXPECT_EQ(reader.line_number(), static_cast<int64_t>(lines.size()));
     return lines;
   }
-
-  int64_t Count(const std::string& content) {
-    const std::string path = folder_ / "count.txt";
-    WriteBytes(path, content);
-    return FRD_CountLines(path.c_str());
-  }
 };
 
 using Strings = std::vector<std::string>;
@@ -538,46 +532,6 @@ TEST_F(FilesTest, OthersMayReadTheFileMeanwhile) {
   OpenText(&first, "a\r\n");
   LineReader second;
   EXPECT_TRUE(second.Open((folder_ / "lines.txt").c_str()));
-}
-
-// ---- FRD_CountLines ------------------------------------------------------------------------
-
-TEST_F(FilesTest, CountOfAMissingFile) {
-  EXPECT_EQ(FRD_CountLines((folder_ / "missing.txt").c_str()), -1);
-}
-
-TEST_F(FilesTest, CountOfSmallFiles) {
-  EXPECT_EQ(Count(""), 0);
-  EXPECT_EQ(Count("a"), 1);
-  EXPECT_EQ(Count("\n\n\n"), 1);
-  EXPECT_EQ(Count("a\r"), 1);
-  EXPECT_EQ(Count("a\r\n"), 1);
-  EXPECT_EQ(Count("a\r\nb"), 2);
-  EXPECT_EQ(Count("a\r\nb\r\n"), 2);
-  EXPECT_EQ(Count("a\r\n\r\n"), 2);
-  // Only the byte behind the CR, whatever it is, does not open a line.
-  EXPECT_EQ(Count("a\rb"), 1);
-  EXPECT_EQ(Count("a\rbc"), 2);
-}
-
-TEST_F(FilesTest, QuotedBreaksDoNotCount) {
-  EXPECT_EQ(Count("\"a\r\nb\"\r\nc\r\n"), 2);
-  EXPECT_EQ(Count("\"a\r\nb\r\nc\r\n"), 1);
-}
-
-TEST_F(FilesTest, TheQuoteStateCarriesAcrossBlocks) {
-  EXPECT_EQ(Count(std::string(4095, 'x') + "\"" + "\r\n\"\r\nz\r\n"), 2);
-}
-
-TEST_F(FilesTest, AnOpenLastLineIsSeenOnlyInTheBlockOfItsCr) {
-  // CR is the last byte of the block: nothing behind it in the block.
-  EXPECT_EQ(Count(std::string(4095, 'x') + "\r\nabc"), 1);
-  // One byte (LF) behind it.
-  EXPECT_EQ(Count(std::string(4094, 'x') + "\r\nabc"), 1);
-  // Two bytes behind it.
-  EXPECT_EQ(Count(std::string(4093, 'x') + "\r\nabc"), 2);
-  // The last CR decides, though the next blocks have none.
-  EXPECT_EQ(Count("a\r\n" + std::string(10000, 'x')), 2);
 }
 
 // ---- RecordWriter --------------------------------------------------------------------------

@@ -269,43 +269,6 @@ TEST_F(LogTest, BuildLinesAreStampedAndBounded) {
   platform::RemoveFile(path.c_str());
 }
 
-// ---- FRD_LogAndNotify ----------------------------------------------------------------------
-
-TEST_F(LogTest, NoticesHaveAStampOfTheirOwn) {
-  SetTime(1984, 5, 14, 9, 8, 7, 65);
-  const std::string path = UserLog(kBuildTag);
-  EXPECT_EQ(FRD_LogAndNotify(nullptr, "Message", "Title", 0), 0);
-  const NotifyContext silent{0};
-  EXPECT_EQ(FRD_LogAndNotify(&silent, "Again", "Title", 0), 0);
-  EXPECT_EQ(ReadBytes(path),
-            "19840514 09:08:07 [Title] Message\r\n"
-            "19840514 09:08:07 [Title] Again\r\n");
-  platform::RemoveFile(path.c_str());
-}
-
-TEST_F(LogTest, NoticesAreCutTo1023Bytes) {
-  SetTime(1984, 6, 14, 9, 8, 7, 65);
-  const std::string path = UserLog(kBuildTag);
-  EXPECT_EQ(FRD_LogAndNotify(nullptr, std::string(2000, 'm').c_str(), "T", 0), 0);
-  // "19840614 09:08:07 [T] " takes 22 bytes.
-  EXPECT_EQ(ReadBytes(path), "19840614 09:08:07 [T] " + std::string(1001, 'm') + "\r\n");
-  platform::RemoveFile(path.c_str());
-}
-
-#if !defined(_WIN32)
-TEST_F(LogTest, NoticesAreShownWhenTheContextAsksForIt) {
-  const NotifyContext silent{0};
-  const NotifyContext loud{1};
-  ::testing::internal::CaptureStderr();
-  FRD_LogAndNotify(nullptr, "Message", "Title", 0);
-  FRD_LogAndNotify(&silent, "Message", "Title", 0);
-  EXPECT_EQ(::testing::internal::GetCapturedStderr(), "");
-  ::testing::internal::CaptureStderr();
-  EXPECT_EQ(FRD_LogAndNotify(&loud, "Message", "Title", 0), 0);
-  EXPECT_EQ(::testing::internal::GetCapturedStderr(), "Title: Message\n");
-}
-#endif
-
 // ---- The host program's log ----------------------------------------------------------------
 
 TEST_F(LogTest, TheHostProgramsLogStandsBesideIt) {

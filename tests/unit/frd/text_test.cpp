@@ -47,20 +47,6 @@ std::string Mid(const std::string& path) {
 
 int32_t Fixed6(const std::string& text) { return FRD_ParseFixed6(text.data(), text.size()); }
 
-struct Csv {
-  int packed;
-  std::string text;
-};
-
-Csv Field(int index, const std::string& line) {
-  char out[kCsvFieldSize];
-  std::memset(out, 'z', sizeof out);
-  const int packed = FRD_GetCsvField(index, static_cast<int>(line.size()), line.c_str(), out);
-  return {packed, out};
-}
-
-constexpr int At(int start, int end) { return start * 65536 + end; }
-
 // ---- Formatting and copying ----------------------------------------------------------------
 
 TEST(Text, FormatCutsAndTerminates) {
@@ -277,91 +263,6 @@ TEST(Text, MidHoldsAtMost259Bytes) {
   EXPECT_EQ(Mid(std::string(257, 'a')), std::string(257, 'a') + ".m");
 }
 
-// ---- FRD_GetCsvField -----------------------------------------------------------------------
-
-TEST(Text, CsvFieldsAreSeparatedByCommaTabAndSemicolon) {
-  const std::string line = "ab,c\td;ef";
-  EXPECT_EQ(Field(0, line).text, "ab");
-  EXPECT_EQ(Field(1, line).text, "c");
-  EXPECT_EQ(Field(2, line).text, "d");
-  EXPECT_EQ(Field(3, line).text, "ef");
-  EXPECT_EQ(Field(0, line).packed, At(0, 2));
-  EXPECT_EQ(Field(1, line).packed, At(3, 4));
-  EXPECT_EQ(Field(2, line).packed, At(5, 6));
-  EXPECT_EQ(Field(3, line).packed, At(7, 9));
-}
-
-TEST(Text, CsvEmptyFieldsCount) {
-  EXPECT_EQ(Field(2, "a,,c").text, "c");
-  EXPECT_EQ(Field(2, "a,,c").packed, 196612);  // 3 x 65,536 + 4
-  EXPECT_EQ(Field(1, "a,,c").text, "");
-  EXPECT_EQ(Field(1, "a,,c").packed, 131074);  // 2 x 65,536 + 2
-}
-
-TEST(Text, CsvMissingFields) {
-  EXPECT_EQ(Field(3, "a,,c").packed, -1);
-  EXPECT_EQ(Field(3, "a,,c").text, "");
-  EXPECT_EQ(Field(1, "abc").packed, -1);
-  EXPECT_EQ(Field(-1, "abc").packed, -1);
-  EXPECT_EQ(Field(-1, "abc").text, "");
-}
-
-TEST(Text, CsvQuotesAreDroppedInPairsOnly) {
-  EXPECT_EQ(Field(0, "\"x\",y").text, "x");
-  EXPECT_EQ(Field(0, "\"x,y").text, "x");
-  // Without a leading quote the trailing one stays.
-  EXPECT_EQ(Field(0, "x\",y").text, "x\"");
-  EXPECT_EQ(Field(0, "\"\",y").text, "");
-  EXPECT_EQ(Field(0, "\",y").text, "");
-  EXPECT_EQ(Field(0, "\"\"\"\",y").text, "\"\"");
-  EXPECT_EQ(Field(0, "a\"b\"c,y").text, "a\"b\"c");
-}
-
-TEST(Text, CsvQuotesDoNotProtectSeparators) {
-  EXPECT_EQ(Field(0, "\"a,b\",c").text, "a");
-  EXPECT_EQ(Field(1, "\"a,b\",c").text, "b\"");
-  EXPECT_EQ(Field(2, "\"a,b\",c").text, "c");
-}
-
-TEST(Text, CsvLinesEndAtZeroCrAndLf) {
-  EXPECT_EQ(Field(1, std::string("a,b\0c,d", 7)).text, "b");
-  EXPECT_EQ(Field(2, std::string("a,b\0c,d", 7)).packed, -1);
-  EXPECT_EQ(Field(1, "a,b\r\n").text, "b");
-  EXPECT_EQ(Field(1, "a,b\r\n").packed, At(2, 3));
-  EXPECT_EQ(Field(1, "a,b\nc,d").text, "b");
-  EXPECT_EQ(Field(2, "a,b\nc,d").packed, -1);
-}
-
-TEST(Text, CsvLinesEndAfterTheirLength) {
-  char out[kCsvFieldSize];
-  EXPECT_EQ(FRD_GetCsvField(1, 4, "a,bcd,e", out), At(2, 4));
-  EXPECT_STREQ(out, "bc");
-  EXPECT_EQ(FRD_GetCsvField(2, 4, "a,bcd,e", out), -1);
-  // A length beyond the text: the zero byte ends the line.
-  const std::string line = "a,b";
-  EXPECT_EQ(FRD_GetCsvField(1, 1000, line.c_str(), out), At(2, 3));
-  EXPECT_STREQ(out, "b");
-}
-
-TEST(Text, CsvTakesNoOutput) {
-  EXPECT_EQ(FRD_GetCsvField(2, 4, "a,,c", nullptr), 196612);
-  EXPECT_EQ(FRD_GetCsvField(3, 4, "a,,c", nullptr), -1);
-}
-
-TEST(Text, CsvFieldsAreCutTo1023Bytes) {
-  EXPECT_EQ(Field(0, std::string(1023, 'x') + ",y").text, std::string(1023, 'x'));
-  EXPECT_EQ(Field(0, std::string(1030, 'x') + ",y").text, std::string(1023, 'x'));
-  EXPECT_EQ(Field(0, std::string(1030, 'x') + ",y").packed, 1030);
-  EXPECT_EQ(Field(1, std::string(1030, 'x') + ",y").text, "y");
-}
-
-TEST(Text, CsvFieldsAreCutAtAWholeCharacter) {
-  if (!IsJapanese()) GTEST_SKIP() << "needs code page 932";
-  EXPECT_EQ(Field(0, std::string(1022, 'x') + "\x82\xA0" + ",y").text, std::string(1022, 'x'));
-  EXPECT_EQ(Field(0, std::string(1021, 'x') + "\x82\xA0" + ",y").text,
-            std::string(1021, 'x') + "\x82\xA0");
-}
-
 // ---- FRD_ParseFixed6 -----------------------------------------------------------------------
 
 TEST(Text, Fixed6OfOrdinaryNumbers) {
@@ -492,21 +393,6 @@ TEST(Text, FloatingPointNumbersOutOfRange) {
   EXPECT_EQ(FRD_ParseDouble("1" + std::string(500, '0') + "e-5"),
             std::numeric_limits<double>::infinity());
   EXPECT_EQ(FRD_ParseDouble("0." + std::string(400, '0') + "1e5"), 0.0);
-}
-
-// ---- FRD_BitMask ---------------------------------------------------------------------------
-
-TEST(Text, BitMasksOfAByte) {
-  const uint32_t masks[] = {0x80, 0x40, 0x20, 0x10, 0x08, 0x04, 0x02, 0x01};
-  for (uint32_t bit = 0; bit < 8; ++bit) EXPECT_EQ(FRD_BitMask(bit), masks[bit]);
-}
-
-TEST(Text, BitMasksBeyondAByte) {
-  EXPECT_EQ(FRD_BitMask(8), 0u);
-  EXPECT_EQ(FRD_BitMask(255), 0u);
-  EXPECT_EQ(FRD_BitMask(256), 256u);
-  EXPECT_EQ(FRD_BitMask(300), 256u);
-  EXPECT_EQ(FRD_BitMask(0xFFFFFFFF), 0xFFFFFF00);
 }
 
 }  // namespace

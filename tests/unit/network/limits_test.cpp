@@ -3,6 +3,7 @@
 #include <filesystem>
 #include <limits>
 
+#include "compat/shape_points.h"
 #include "frd/files.h"
 #include "input_zat/link_store.h"
 #include "input_zat/node_store.h"
@@ -259,21 +260,6 @@ TEST_F(Limits, CountsAreClampedToWhatIsShown) {
   EXPECT_EQ(ShownAs<int>(-2147483648), -2147483647 - 1);
   EXPECT_EQ(ShownAs<int>(-2147483649), -2147483647 - 1);
   EXPECT_EQ(ShownAs<int>(0), 0);
-}
-
-TEST_F(Limits, ALineOfFieldsEndsWhereItsLengthSays) {
-  const std::string line = std::string(40000, 'x') + ",yz,w";
-  char out[kCsvFieldSize];
-  const int length = static_cast<int>(line.size());
-  EXPECT_EQ(FRD_GetCsvField(0, length, line.c_str(), out), 40000);
-  EXPECT_EQ(out, std::string(1023, 'x'));
-  // 40,001 x 65,536 + 40,003 = 2,621,545,539 as a 32-bit number.
-  EXPECT_EQ(FRD_GetCsvField(1, length, line.c_str(), out), -1673421757);
-  EXPECT_STREQ(out, "yz");
-  EXPECT_EQ(FRD_GetCsvField(2, length, line.c_str(), out), -1673225147);
-  EXPECT_STREQ(out, "w");
-  EXPECT_EQ(FRD_GetCsvField(3, length, line.c_str(), out), -1);
-  EXPECT_STREQ(out, "");
 }
 
 }  // namespace
