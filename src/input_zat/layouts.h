@@ -184,7 +184,7 @@ inline constexpr SourceColumn kShapeHeadColumns[] = {
     {ShapeHead::kLink, "link code", kCode, kNeeded, kAnyText},
     {ShapeHead::kPointCount, "number of points", kLong, kNeeded, {0, INT32_MAX}},
 };
-inline constexpr SourceTable kShapeHeads = {"LINKSHAPE", kShapeHeadColumns};
+inline constexpr SourceTable kShapeHeads = {"LINKSHAPE", kShapeHeadColumns, kLineSize, false};
 
 struct ShapePoint {
   enum : int { kLongitude = 1, kLatitude };
@@ -193,7 +193,7 @@ inline constexpr SourceColumn kShapePointColumns[] = {
     {ShapePoint::kLongitude, "longitude", kCoordinate, kNeeded, kLongitudes},
     {ShapePoint::kLatitude, "latitude", kCoordinate, kNeeded, kLatitudes},
 };
-inline constexpr SourceTable kShapePoints = {"LINKSHAPE", kShapePointColumns};
+inline constexpr SourceTable kShapePoints = {"LINKSHAPE", kShapePointColumns, kLineSize, false};
 
 // All of them, in the order of the document.
 inline constexpr const SourceTable* kTables[] = {

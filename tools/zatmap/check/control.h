@@ -6,6 +6,8 @@
 
 #include "check/findings.h"
 #include "check/source.h"
+#include "interface/driver/control_keys.h"
+#include "network/workstore/source_fields.h"
 
 namespace zatmap::check {
 
@@ -23,6 +25,9 @@ class Control {
   // A value as the library reads it.
   int Int(const char* section, const char* key, int default_value) const;
   std::string Text(const char* section, const char* key) const;
+
+  // [DEFAULTSPEED], km/h.
+  zatlib::DefaultSpeeds Speeds() const { return zatlib::ReadDefaultSpeeds(path_.c_str()); }
 
   // The files of an input section, FILE01 first, with findings for missing keys. A section that is
   // not there has none; `mandatory` makes that a finding.
@@ -54,10 +59,18 @@ class Control {
 
   void ReadLines();
   void CheckNames();
+
+  // The section or key of a line; null, with a finding, when there is none of its name.
+  const zatlib::ControlSection* CheckSection(const Line& line);
+  const zatlib::ControlKey* CheckKey(const Line& line, const zatlib::ControlSection& section);
+
   void CheckValues();
+  void CheckFlags();
   void CheckFolder();
+  void CheckFareFiles();
   void CheckClasses(const char* section);
   const Line* Find(const char* section, const char* key) const;
+  bool Holds(const char* name) const;
   bool HasSection(const char* section) const { return Find(section, "") != nullptr; }
   bool ReportNotOpened(Kind kind, const char* section, int number, const std::string& path);
 

@@ -6,24 +6,25 @@
 #include "check/rows.h"
 #include "check/shapes.h"
 #include "frd/control.h"
+#include "input_msr/layouts.h"
 
 namespace zatmap::check {
 namespace {
 
 using zatlib::FeatureCode;
 
-constexpr Layout kPointLayout = {8, 15, kEveryColumn};
-constexpr Layout kSectionLayout = {9, 13, 13};
-constexpr Layout kNameLayout = {2, 5, kEveryColumn};
-constexpr Layout kConditionLayout = {5, 5, kEveryColumn};
+namespace msr = zatlib::msr;
 
-constexpr uint32_t kConditionLine = 512;  // bytes of a line of traffic conditions
-constexpr int32_t kMostWord = 65535;
-constexpr int32_t kMostByte = 255;
-constexpr int32_t kReservedKind = 99;
-constexpr int32_t kMostArea = 98;  // the next one holds the links between partner nodes
-constexpr int32_t kMostCity = 999;
-constexpr double kNumbersOfArea = 1e12;               // code length 14
+constexpr NetworkColumns kColumns = {.node_code = msr::Droten::kCode,
+                                     .partner = msr::Droten::kPartner,
+                                     .links = msr::Droten::kSections,
+                                     .link_code = msr::Dkukan::kCode,
+                                     .node_a = msr::Dkukan::kNodeA,
+                                     .node_b = msr::Dkukan::kNodeB,
+                                     .length = msr::Dkukan::kLength,
+                                     .speed_a = msr::Dkukan::kSpeedA,
+                                     .speed_b = msr::Dkukan::kSpeedB};
+
 constexpr double kExactNumbers = 9007199254740992.0;  // code length 18: they are read as doubles
 
 struct MsrCheck {
@@ -39,8 +40,13 @@ struct MsrCheck {
   explicit MsrCheck(Control& of)
       : control(of),
         findings(of.findings()),
-        network(of.findings(), of.code_length(), kMsrColumns),
+        network(of.findings(), of.code_length(), kColumns),
         code_length(of.code_length()) {}
+
+  // The number of an area, with a finding when there is no such one.
+  int32_t Area(const Source& source, const Row& row, const zatlib::SourceColumn& column) const {
+    return CheckedNumber(source, row, column, Kind::kAreaRange);
+  }
 
   // The code that an area and the number in a column give; empty when the number is.
   FeatureCode Code(const Source& source, const Row& row, int32_t area, int column) const;
@@ -48,9 +54,10 @@ struct MsrCheck {
   void Points();
   void PointRow(const Source& source, const Row& row);
   void Sections();
-  void SectionRow(const Source& source, const Row& row, DefaultSpeeds defaults);
+  void SectionRow(const Source& source, const Row& row, zatlib::DefaultSpeeds defaults);
   void Names();
   void Conditions();
+  void ConditionFile(Source& file);
   void Shapes(int64_t limit);
 };
 
@@ -58,7 +65,7 @@ FeatureCode MsrCheck::Code(const Source& source, const Row& row, int32_t area, i
   CheckedCode(source, row, column, zatlib::kIntegerCode);
   const double number = zatlib::FRD_ParseDouble(row[column]);
   if (number == 0.0) return {};
-  const double limit = code_length == zatlib::kDecimalCode ? kNumbersOfArea : kExactNumbers;
+  const double limit = code_length == zatlib::kDecimalCode ? zatlib::kNumbersOfArea : kExactNumbers;
   if (number >= limit) {
     findings.Add(Kind::kNumberLong, source.Here(column), "number %.*s", Size(row[column]),
                  row[column].data());
@@ -67,22 +74,25 @@ FeatureCode MsrCheck::Code(const Source& source, const Row& row, int32_t area, i
 }
 
 void MsrCheck::PointRow(const Source& source, const Row& row) {
+  using msr::Droten;
   CheckedNode& node = network.nodes.emplace_back();
   node.file = source.file();
   node.record = static_cast<uint32_t>(source.line());
-  if (IsTitleRow(source, row, 1)) {
-    CountZero(source, row, 1, &zero_nodes);
+  if (IsTitleRow(source, row)) {
+    CountZero(source, row, kFirstColumn, &zero_nodes);
     return;
   }
-  const int32_t area = CheckedNumber(source, row, 1, 1, kMostArea, Kind::kAreaRange);
-  node.code = Code(source, row, area, 2);
-  if (zatlib::FRD_ParseDouble(row[2]) == 0.0) CountZero(source, row, 2, &zero_nodes);
-  CheckedNumber(source, row, 3, 0, kMostWord);
-  const int32_t partner_area = CheckedNumber(source, row, 4, 0, kMostArea, Kind::kAreaRange);
-  node.partner = Code(source, row, partner_area, 5);
-  CheckName(source, row, 6);
+  const int32_t area = Area(source, row, msr::kPoints[Droten::kArea]);
+  node.code = Code(source, row, area, Droten::kCode);
+  if (zatlib::FRD_ParseDouble(row[Droten::kCode]) == 0.0) {
+    CountZero(source, row, Droten::kCode, &zero_nodes);
+  }
+  CheckedNumbers(source, row, msr::kPoints);
+  const int32_t partner_area = Area(source, row, msr::kPoints[Droten::kPartnerArea]);
+  node.partner = Code(source, row, partner_area, Droten::kPartner);
+  CheckName(source, row, Droten::kName);
   for (int slot = 0; slot < zatlib::kSlots; ++slot) {
-    node.links[slot] = Code(source, row, area, kMsrColumns.first_link + slot);
+    node.links[slot] = Code(source, row, area, Droten::kSections + slot);
   }
 }
 
@@ -98,7 +108,7 @@ void MsrCheck::Points() {
       network.nodes_whole = false;
       continue;
     }
-    const int64_t records = ReadRows(data, kPointLayout, [&](const Source& source, const Row& row) {
+    const int64_t records = ReadRows(data, msr::kPoints, [&](const Source& source, const Row& row) {
       PointRow(source, row);
       CheckedNode& node = network.nodes.back();
       if (has_mif && mif.NextPoint(&node.x, &node.y, &node.placed)) {
@@ -118,42 +128,41 @@ void MsrCheck::Points() {
   network.CheckPlaces();
 }
 
-void MsrCheck::SectionRow(const Source& source, const Row& row, DefaultSpeeds defaults) {
+void MsrCheck::SectionRow(const Source& source, const Row& row, zatlib::DefaultSpeeds defaults) {
+  using msr::Dkukan;
   CheckedLink& link = network.links.emplace_back();
   link.file = source.file();
   link.record = static_cast<uint32_t>(source.line());
-  if (IsTitleRow(source, row, 1)) {
-    CountZero(source, row, 1, &zero_links);
+  if (IsTitleRow(source, row)) {
+    CountZero(source, row, kFirstColumn, &zero_links);
     return;
   }
-  const bool empty = row.count == 1 && row[1].empty();
-  const int32_t area = empty ? 0 : CheckedNumber(source, row, 3, 1, kMostArea, Kind::kAreaRange);
-  link.code = Code(source, row, area, 1);
-  if (zatlib::FRD_ParseDouble(row[1]) == 0.0) CountZero(source, row, 1, &zero_links);
-  const int32_t kind = CheckedNumber(source, row, 2, INT16_MIN, INT16_MAX);
-  if (kind >= kReservedKind) findings.Add(Kind::kKindReserved, source.Here(2), "kind %d", kind);
-  CheckedNumber(source, row, 4, INT32_MIN, kMostCity, Kind::kCityRange);
-  link.length =
-      static_cast<uint16_t>(CheckedNumber(source, row, 5, 0, kMostWord, Kind::kLengthRange));
-  CheckedNumber(source, row, 6, 0, kMostWord);
-  CheckedNumber(source, row, 7, 0, kMostWord);
-  link.node_a = Code(source, row, area, 8);
-  link.node_b = Code(source, row, area, 9);
-  CheckedNumber(source, row, 10, INT16_MIN, INT16_MAX);
-  CheckedNumber(source, row, 11, INT32_MIN, kMostWord);
-  CheckedNumber(source, row, 12, INT32_MIN, kMostWord);
-  CheckedNumber(source, row, 13, INT16_MIN, INT16_MAX);
-  if (row.count >= 11) link.speed_a = SpeedOf(row[11], defaults.a);
-  if (row.count >= 12) link.speed_b = SpeedOf(row[12], defaults.b);
-  if (row[11].find('-') != std::string_view::npos) link.marks |= kClosedOnA;
-  if (row[12].find('-') != std::string_view::npos) link.marks |= kClosedOnB;
+  const int32_t area = row.IsEmpty() ? 0 : Area(source, row, msr::kSections[Dkukan::kArea]);
+  link.code = Code(source, row, area, Dkukan::kCode);
+  if (zatlib::FRD_ParseDouble(row[Dkukan::kCode]) == 0.0) {
+    CountZero(source, row, Dkukan::kCode, &zero_links);
+  }
+  const Numbers numbers =
+      CheckedNumbers(source, row, msr::kSections,
+                     {{Dkukan::kCity, Kind::kCityRange}, {Dkukan::kLength, Kind::kLengthRange}});
+  const int32_t kind = numbers[Dkukan::kKind];
+  if (kind >= zatlib::kDummyRoadKind) {
+    findings.Add(Kind::kKindReserved, source.Here(Dkukan::kKind), "kind %d", kind);
+  }
+  link.length = static_cast<uint16_t>(numbers[Dkukan::kLength]);
+  link.node_a = Code(source, row, area, Dkukan::kNodeA);
+  link.node_b = Code(source, row, area, Dkukan::kNodeB);
+  const RowSpeeds speeds = SpeedsOf(row, Dkukan::kSpeedA, Dkukan::kSpeedB, defaults);
+  link.speed_a = speeds.a;
+  link.speed_b = speeds.b;
+  if (speeds.closed_a) link.marks |= kClosedOnA;
+  if (speeds.closed_b) link.marks |= kClosedOnB;
 }
 
 void MsrCheck::Sections() {
   section_files = control.Files("DKUKAN", true);
   from_mif = control.Int("DKUKAN", "MIFOUTPUT", 0) != 0;
-  const DefaultSpeeds defaults = {static_cast<uint16_t>(control.Int("DEFAULTSPEED", "SPEEDA", 0)),
-                                  static_cast<uint16_t>(control.Int("DEFAULTSPEED", "SPEEDB", 0))};
+  const zatlib::DefaultSpeeds defaults = control.Speeds();
   for (size_t i = 0; i < section_files.size(); ++i) {
     const int number = static_cast<int>(i + 1);
     Source data(findings);
@@ -163,7 +172,7 @@ void MsrCheck::Sections() {
       network.links_whole = false;
       continue;
     }
-    ReadRows(data, kSectionLayout,
+    ReadRows(data, msr::kSections,
              [&](const Source& source, const Row& row) { SectionRow(source, row, defaults); });
   }
   if (!network.IndexLinks()) {
@@ -175,55 +184,65 @@ void MsrCheck::Sections() {
 }
 
 void MsrCheck::Names() {
-  ForEachRow(control, "KUKANZ", kNameLayout, [&](const Source& source, const Row& row) {
-    if (IsHeaderRow(source, row, 1)) return;
-    const int32_t area = zatlib::FRD_ParseInt(row[1]);
+  using msr::Kukanz;
+  ForEachRow(control, msr::kSectionNames, [&](const Source& source, const Row& row) {
+    if (IsHeaderRow(source, row)) return;
+    const int32_t area = zatlib::FRD_ParseInt(row[Kukanz::kArea]);
     const FeatureCode code =
-        zatlib::ComposeCode(area, zatlib::FRD_ParseDouble(row[2]), code_length);
-    CheckedNumber(source, row, 3, 0, kMostByte);
-    CheckNameRow(source, row, network.FindLink(code) >= 0 || !network.links_whole, 2, 4);
-    CheckedNumber(source, row, 5, 0, kMostWord);
+        zatlib::ComposeCode(area, zatlib::FRD_ParseDouble(row[Kukanz::kCode]), code_length);
+    CheckedNumbers(source, row, msr::kSectionNames);
+    CheckNameRow(source, row, network.FindLink(code) >= 0 || !network.links_whole, Kukanz::kCode,
+                 Kukanz::kName);
   });
+}
+
+// The column that makes a line of conditions the last one of its file, 0 when none does.
+int EndingColumn(const Row& row) {
+  using msr::Tukouj;
+  if (zatlib::FRD_ParseInt(row[Tukouj::kArea]) < 1) return Tukouj::kArea;
+  for (const int column : {Tukouj::kNode, Tukouj::kInLink, Tukouj::kOutLink}) {
+    if (zatlib::FRD_ParseDouble(row[column]) == 0.0) return column;
+  }
+  return 0;
+}
+
+void MsrCheck::ConditionFile(Source& file) {
+  using msr::Tukouj;
+  const TurnColumns columns = {
+      Tukouj::kNode, {Tukouj::kInLink, Tukouj::kOutLink}, msr::kConditions[Tukouj::kKind]};
+  Place end;  // the line that ends the file
+  std::string end_field;
+  int64_t lost = 0;  // rules behind it
+  ReadRows(file, msr::kConditions, [&](const Source& source, const Row& row) {
+    const int ends_at = EndingColumn(row);
+    if (ends_at != 0) {
+      if (end.record == 0) {
+        end = source.Here(ends_at);
+        end_field = std::string(row[ends_at].substr(0, zatlib::kFieldLimit));
+      }
+      return;
+    }
+    if (end.record != 0) ++lost;
+    const int32_t area = Area(source, row, msr::kConditions[Tukouj::kArea]);
+    TurnCodes turn;
+    turn.node = Code(source, row, area, Tukouj::kNode);
+    turn.links[0] = Code(source, row, area, Tukouj::kInLink);
+    turn.links[1] = Code(source, row, area, Tukouj::kOutLink);
+    CheckTurn(source, row, network, turn, columns);
+  });
+  if (lost > 0) {
+    findings.Add(Kind::kTukoujEnds, end, "\"%s\", and %lld rules follow", end_field.c_str(),
+                 static_cast<long long>(lost));
+  } else if (end.record != 0) {
+    findings.Add(Kind::kCodeZero, end, "\"%s\", the last line that counts", end_field.c_str());
+  }
 }
 
 void MsrCheck::Conditions() {
   const std::vector<std::string> files = control.Files("TUKOUJ", false);
   for (size_t i = 0; i < files.size(); ++i) {
     Source file(findings);
-    if (!control.Open(file, "TUKOUJ", static_cast<int>(i + 1), files[i], false)) continue;
-    Place end;  // the line that ends the file
-    std::string end_field;
-    int64_t lost = 0;  // rules behind it
-    ReadRows(
-        file, kConditionLayout,
-        [&](const Source& source, const Row& row) {
-          int ends_at = 0;
-          const int32_t area = zatlib::FRD_ParseInt(row[1]);
-          if (area < 1) ends_at = 1;
-          for (int column = 2; column <= 4 && ends_at == 0; ++column) {
-            if (zatlib::FRD_ParseDouble(row[column]) == 0.0) ends_at = column;
-          }
-          if (ends_at != 0) {
-            if (end.record == 0) {
-              end = source.Here(ends_at);
-              end_field = std::string(row[ends_at].substr(0, zatlib::kFieldLimit));
-            }
-            return;
-          }
-          if (end.record != 0) ++lost;
-          CheckedNumber(source, row, 1, 1, kMostArea, Kind::kAreaRange);
-          const FeatureCode node = Code(source, row, area, 2);
-          const FeatureCode in_link = Code(source, row, area, 3);
-          const FeatureCode out_link = Code(source, row, area, 4);
-          CheckTurn(source, row, network, node, in_link, out_link, 2);
-        },
-        kConditionLine);
-    if (lost > 0) {
-      findings.Add(Kind::kTukoujEnds, end, "\"%s\", and %lld rules follow", end_field.c_str(),
-                   static_cast<long long>(lost));
-    } else if (end.record != 0) {
-      findings.Add(Kind::kCodeZero, end, "\"%s\", the last line that counts", end_field.c_str());
-    }
+    if (control.Open(file, "TUKOUJ", static_cast<int>(i + 1), files[i], false)) ConditionFile(file);
   }
 }
 
@@ -247,12 +266,12 @@ void MsrCheck::Shapes(int64_t limit) {
       bool good = false;
       if (!more) continue;
       Row row;
-      Split(data, line, kSectionLayout, &row);
-      const int64_t number = zatlib::FRD_ParseInt64(row[1]);
-      const FeatureCode code = number == 0
-                                   ? FeatureCode{}
-                                   : zatlib::ComposeCode(zatlib::FRD_ParseInt(row[3]),
-                                                         static_cast<double>(number), code_length);
+      Split(data, line, msr::kSections, &row);
+      const int64_t number = zatlib::FRD_ParseInt64(row[msr::Dkukan::kCode]);
+      const FeatureCode code =
+          number == 0 ? FeatureCode{}
+                      : zatlib::ComposeCode(zatlib::FRD_ParseInt(row[msr::Dkukan::kArea]),
+                                            static_cast<double>(number), code_length);
       more = mif.NextLine(shapes, code, &good);
     }
     mif.Close(records);

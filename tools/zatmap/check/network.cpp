@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "network/connection_cost.h"
 #include "network/network_files.h"
 
 namespace zatmap::check {
@@ -11,16 +12,13 @@ using zatlib::FeatureCode;
 using zatlib::KeyedRecord;
 using zatlib::kSlots;
 
-constexpr int kSpeedLimitA = 10000;  // above these a connection costs nothing
-constexpr int kSpeedLimitB = 9998;
 constexpr int64_t kMargin = 10000;  // millionths of a degree around nodes that lie close together
 constexpr int64_t kSpread = 10;     // how many times the middle half's width counts as near
 constexpr size_t kEnoughNodes = 5;  // fewer say nothing about where the map lies
 
-// Whether a connection of this length and speed costs as much as a closed one.
+// Whether an open connection of this length and speed costs as much as a closed one.
 bool Saturates(uint16_t length, uint16_t speed, int limit) {
-  if (length == 0 || speed == 0 || speed > limit) return false;
-  return length * 360.0 / speed + 0.5 >= zatlib::kClosedCost;
+  return speed != 0 && zatlib::ConnectionCost(length, speed, limit) == zatlib::kClosedCost;
 }
 
 }  // namespace
@@ -64,12 +62,12 @@ void Network::Index(std::vector<Item>& items, int code_column, std::vector<Keyed
 }
 
 bool Network::IndexNodes() {
-  Index(nodes, columns_.partner == kMsrColumns.partner ? 2 : 1, &node_index_, &node_tree_);
+  Index(nodes, columns_.node_code, &node_index_, &node_tree_);
   return !node_index_.empty();
 }
 
 bool Network::IndexLinks() {
-  Index(links, 1, &link_index_, &link_tree_);
+  Index(links, columns_.link_code, &link_index_, &link_tree_);
   return !link_index_.empty();
 }
 
@@ -111,7 +109,7 @@ void Network::CheckSlots(CheckedNode& node, int32_t number) {
   for (int slot = 0; slot < kSlots; ++slot) {
     const FeatureCode code = node.links[slot];
     if (code.IsEmpty()) continue;
-    const int column = columns_.first_link + slot;
+    const int column = columns_.links + slot;
     const int32_t found = FindLink(code);
     if (found < 0) {
       if (links_whole) {
@@ -209,8 +207,8 @@ void Network::CheckReferences() {
 void Network::CheckCosts() {
   for (const CheckedLink& link : links) {
     if (link.code.IsEmpty()) continue;
-    const bool a = Saturates(link.length, link.speed_a, kSpeedLimitA);
-    const bool b = Saturates(link.length, link.speed_b, kSpeedLimitB);
+    const bool a = Saturates(link.length, link.speed_a, zatlib::kSpeedLimitA);
+    const bool b = Saturates(link.length, link.speed_b, zatlib::kSpeedLimitB);
     if (a || b) {
       findings_.Add(Kind::kCostSaturated, PlaceOf(link, columns_.length), "%u m at %u km/h",
                     link.length, a ? link.speed_a : link.speed_b);

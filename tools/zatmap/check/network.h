@@ -12,18 +12,18 @@
 
 namespace zatmap::check {
 
-// Columns (from 1) of a format that findings about whole records name.
-struct FormatColumns {
+// The columns of a format that findings about whole records name.
+struct NetworkColumns {
+  int node_code;
   int partner;
-  int first_link;  // of a node
+  int links;  // the first one of a node
+  int link_code;
   int node_a;
   int node_b;
   int length;
   int speed_a;
   int speed_b;
 };
-inline constexpr FormatColumns kZatColumns = {3, 5, 8, 9, 4, 10, 11};
-inline constexpr FormatColumns kMsrColumns = {5, 8, 8, 9, 5, 11, 12};
 
 struct CheckedNode {
   zatlib::FeatureCode code;
@@ -73,7 +73,7 @@ struct Bounds {
 
 class Network {
  public:
-  Network(Findings& findings, int code_length, const FormatColumns& columns)
+  Network(Findings& findings, int code_length, const NetworkColumns& columns)
       : findings_(findings), code_length_(code_length), columns_(columns) {}
 
   std::vector<CheckedNode> nodes;
@@ -110,7 +110,7 @@ class Network {
   Place PlaceOf(const CheckedLink& link, int column) const {
     return {link.file, link.record, column, 0};
   }
-  const FormatColumns& columns() const { return columns_; }
+  const NetworkColumns& columns() const { return columns_; }
 
  private:
   template <typename Item>
@@ -123,7 +123,7 @@ class Network {
 
   Findings& findings_;
   int code_length_;
-  FormatColumns columns_;
+  NetworkColumns columns_;
   Bounds bounds_;
   std::vector<zatlib::KeyedRecord> node_index_;
   std::vector<zatlib::KeyedRecord> link_index_;

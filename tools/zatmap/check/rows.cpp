@@ -6,16 +6,36 @@ namespace zatmap::check {
 namespace {
 
 using zatlib::FeatureCode;
+using zatlib::FieldKind;
 
-constexpr int32_t kMostWord = 65535;
 constexpr int32_t kProhibited = 2;
 
 }  // namespace
 
-uint16_t SpeedOf(std::string_view field, uint16_t default_speed) {
-  const int32_t speed = zatlib::FRD_ParseInt(field);
-  if (speed < 0) return 0;
-  return speed == 0 ? default_speed : static_cast<uint16_t>(speed);
+Numbers CheckedNumbers(const Source& source, const Row& row, const zatlib::SourceTable& table,
+                       std::initializer_list<RangeKind> kinds) {
+  Numbers numbers = {};
+  for (const zatlib::SourceColumn& column : table.columns) {
+    if (column.kind != FieldKind::kWord && column.kind != FieldKind::kLong &&
+        column.kind != FieldKind::kByte && column.kind != FieldKind::kSpeedA &&
+        column.kind != FieldKind::kSpeedB) {
+      continue;
+    }
+    Kind kind = Kind::kNumberRange;
+    for (const RangeKind& other : kinds) {
+      if (other.column == column.number) kind = other.kind;
+    }
+    numbers[static_cast<size_t>(column.number)] = CheckedNumber(source, row, column, kind);
+  }
+  return numbers;
+}
+
+RowSpeeds SpeedsOf(const Row& row, int column_a, int column_b, zatlib::DefaultSpeeds defaults) {
+  const auto closed = [&](int column) { return row[column].find('-') != std::string_view::npos; };
+  RowSpeeds speeds = {0, 0, closed(column_a), closed(column_b)};
+  if (row.count >= column_a) speeds.a = zatlib::SpeedOf(row[column_a], defaults.a);
+  if (row.count >= column_b) speeds.b = zatlib::SpeedOf(row[column_b], defaults.b);
+  return speeds;
 }
 
 bool IsTitleRow(const Source& source, const Row& row, int column) {
@@ -34,7 +54,7 @@ void CountZero(const Source& source, const Row& row, int column, int64_t* zeros)
   const bool first = ++*zeros == 1;
   const Kind kind = title ? (first ? Kind::kHeaderLine : Kind::kHeaderLineTwice)
                           : (first ? Kind::kCodeZero : Kind::kCodeZeroTwice);
-  if (row.count == 1 && row[1].empty()) {
+  if (row.IsEmpty()) {
     source.findings().Add(kind, source.Here(column), "an empty line");
   } else {
     source.findings().Add(kind, source.Here(column), "\"%.*s\"", Size(row[column]),
@@ -67,27 +87,26 @@ void CheckNameRow(const Source& source, const Row& row, bool known, int code_col
   CheckName(source, row, name_column);
 }
 
-void CheckTurn(const Source& source, const Row& row, const Network& network, FeatureCode node,
-               FeatureCode in_link, FeatureCode out_link, int first_column) {
+void CheckTurn(const Source& source, const Row& row, const Network& network, const TurnCodes& turn,
+               const TurnColumns& columns) {
   Findings& findings = source.findings();
-  const int32_t kind = CheckedNumber(source, row, first_column + 3, 0, kMostWord);
-  if ((kind & kMostWord) != kProhibited) {
-    findings.Add(Kind::kRuleKind, source.Here(first_column + 3), "kind %d", kind);
+  const int32_t kind = CheckedNumber(source, row, columns.kind);
+  if (static_cast<uint16_t>(kind) != kProhibited) {
+    findings.Add(Kind::kRuleKind, source.Here(columns.kind.number), "kind %d", kind);
     return;
   }
-  const int32_t at = network.FindNode(node);
+  const int32_t at = network.FindNode(turn.node);
   if (at < 0) {
     if (network.nodes_whole) {
-      findings.Add(Kind::kRuleUnknown, source.Here(first_column), "node %.*s",
-                   Size(row[first_column]), row[first_column].data());
+      findings.Add(Kind::kRuleUnknown, source.Here(columns.node), "node %.*s",
+                   Size(row[columns.node]), row[columns.node].data());
     }
     return;
   }
-  const FeatureCode codes[] = {in_link, out_link};
   bool parallel = false;
   for (int i = 0; i < 2; ++i) {
-    const int column = first_column + 1 + i;
-    const int32_t found = network.FindLink(codes[i]);
+    const int column = columns.links[i];
+    const int32_t found = network.FindLink(turn.links[i]);
     if (found < 0) {
       if (network.links_whole) {
         findings.Add(Kind::kRuleUnknown, source.Here(column), "link %.*s", Size(row[column]),
@@ -96,7 +115,7 @@ void CheckTurn(const Source& source, const Row& row, const Network& network, Fea
       continue;
     }
     const CheckedLink& link = network.links[static_cast<size_t>(found)];
-    if (!(link.node_a == node) && !(link.node_b == node)) {
+    if (!(link.node_a == turn.node) && !(link.node_b == turn.node)) {
       findings.Add(Kind::kRuleNotAtNode, source.Here(column), "link %.*s at %s:%u",
                    Size(row[column]), row[column].data(), findings.PathOf(link.file).c_str(),
                    link.record);

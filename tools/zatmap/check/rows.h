@@ -1,10 +1,14 @@
 // What the record files of both formats share in `zatmap check`, and the two formats.
 #pragma once
 
+#include <array>
+#include <initializer_list>
+
 #include "check/control.h"
 #include "check/network.h"
 #include "check/source.h"
-#include "frd/files.h"
+#include "network/workstore/source_fields.h"
+#include "network/workstore/source_layout.h"
 
 namespace zatmap::check {
 
@@ -12,46 +16,66 @@ namespace zatmap::check {
 void CheckZat(Control& control, int64_t shape_limit);
 void CheckMsr(Control& control, int64_t shape_limit);
 
+// The column in which a row of titles shows.
+inline constexpr int kFirstColumn = 1;
+
 // The code of a node or link record, with findings for a header line and for codes that are 0.
-// `*zeros` counts the records
-// without one.
+// `*zeros` counts the records without one.
 zatlib::FeatureCode StoreCode(const Source& source, const Row& row, int column, int code_length,
                               int64_t* zeros);
 void CountZero(const Source& source, const Row& row, int column, int64_t* zeros);
 
-// The speeds of rows without one, km/h.
-struct DefaultSpeeds {
+// The whole numbers of a row by their columns, checked by the ranges of its table; areas are not
+// among them. `kinds` says what a number beside its range is where that has a name of its own.
+using Numbers = std::array<int32_t, zatlib::SourceLayout::kMaxColumns + 1>;
+struct RangeKind {
+  int column;
+  Kind kind;
+};
+Numbers CheckedNumbers(const Source& source, const Row& row, const zatlib::SourceTable& table,
+                       std::initializer_list<RangeKind> kinds = {});
+
+// The speeds of a row as the library takes them, 0 for columns that the row lacks, and whether a
+// minus sign closes a direction.
+struct RowSpeeds {
   uint16_t a;
   uint16_t b;
+  bool closed_a;
+  bool closed_b;
 };
-
-// The speed that the library takes from a column: 0 gives the default, a negative number 0.
-uint16_t SpeedOf(std::string_view field, uint16_t default_speed);
+RowSpeeds SpeedsOf(const Row& row, int column_a, int column_b, zatlib::DefaultSpeeds defaults);
 
 // True for a row of column titles, wherever it stands.
-bool IsTitleRow(const Source& source, const Row& row, int column);
+bool IsTitleRow(const Source& source, const Row& row, int column = kFirstColumn);
 
 // The same, and a finding when it is one.
-bool IsHeaderRow(const Source& source, const Row& row, int column);
+bool IsHeaderRow(const Source& source, const Row& row, int column = kFirstColumn);
 
-// A node's name from a row; a finding when nobody has the code.
+// A name from a row; a finding when nobody has the code.
 void CheckNameRow(const Source& source, const Row& row, bool known, int code_column,
                   int name_column);
 
-// A prohibited turn, and what it refers to.
-void CheckTurn(const Source& source, const Row& row, const Network& network,
-               zatlib::FeatureCode node, zatlib::FeatureCode in_link, zatlib::FeatureCode out_link,
-               int first_column);
+// A prohibited turn, where it stands in its row, and what it refers to.
+struct TurnCodes {
+  zatlib::FeatureCode node;
+  zatlib::FeatureCode links[2];  // the arriving and the leaving one
+};
+struct TurnColumns {
+  int node;
+  int links[2];
+  const zatlib::SourceColumn& kind;
+};
+void CheckTurn(const Source& source, const Row& row, const Network& network, const TurnCodes& turn,
+               const TurnColumns& columns);
 
 // Runs every record of a file that is open through `take(source, row)`. Returns their number.
 template <typename Take>
-int64_t ReadRows(Source& source, const Layout& layout, Take take,
-                 uint32_t line_size = zatlib::kLineSize) {
+int64_t ReadRows(Source& source, const Layout& layout, Take take) {
   std::string_view line;
   Row row;
-  while (source.Next(line_size, &line)) {
+  while (source.Next(layout.line_size, &line)) {
     Split(source, line, layout, &row);
-    if (!line.empty() && !IsTitleRow(source, row, 1)) {
+    if (!line.empty() && !IsTitleRow(source, row)) {
       CheckColumns(source, row, layout);
     }
     take(source, row);
@@ -60,18 +84,18 @@ int64_t ReadRows(Source& source, const Layout& layout, Take take,
   return source.line();
 }
 
-// The same for all files of a section. `*whole` becomes false when one cannot be opened.
+// The same for all files of a table's section. `*whole` becomes false when one cannot be opened.
 template <typename Take>
-void ForEachRow(Control& control, const char* section, const Layout& layout, Take take,
-                bool* whole = nullptr, uint32_t line_size = zatlib::kLineSize) {
-  const std::vector<std::string> files = control.Files(section, false);
+void ForEachRow(Control& control, const zatlib::SourceTable& table, Take take,
+                bool* whole = nullptr) {
+  const std::vector<std::string> files = control.Files(table.section, false);
   for (size_t i = 0; i < files.size(); ++i) {
     Source source(control.findings());
-    if (!control.Open(source, section, static_cast<int>(i + 1), files[i], false)) {
+    if (!control.Open(source, table.section, static_cast<int>(i + 1), files[i], false)) {
       if (whole != nullptr) *whole = false;
       continue;
     }
-    ReadRows(source, layout, take, line_size);
+    ReadRows(source, table, take);
   }
 }
 

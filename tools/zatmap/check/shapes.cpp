@@ -4,16 +4,19 @@
 #include <cstdlib>
 
 #include "check/source.h"
+#include "input_zat/layouts.h"
+#include "shape/shape_access.h"
+#include "shape/shape_files.h"
 
 namespace zatmap::check {
 namespace {
 
 using zatlib::FeatureCode;
 
-constexpr int64_t kMostPoints = 2048;  // points of a shape that right-turn weights know
-constexpr int64_t kPointBytes = 8;
-constexpr Layout kHeadLayout = {2, 2, 2};
-constexpr Layout kPointLayout = {2, 2, 2};
+using Head = zatlib::zat::ShapeHead;
+using Point = zatlib::zat::ShapePoint;
+
+constexpr int64_t kPointBytes = sizeof(zatlib::ShapePoint);
 
 // True for a field of digits alone.
 bool IsWhole(std::string_view field) {
@@ -79,7 +82,7 @@ void ShapeChecker::End() {
   if (points_ < 2) {
     findings.Add(Kind::kShapePoints, place_, "link %s has %lld", network_.TextOf(code_).c_str(),
                  static_cast<long long>(points_));
-  } else if (points_ > kMostPoints) {
+  } else if (points_ > zatlib::kMaxShapePoints) {
     findings.Add(Kind::kShapeLong, place_, "link %s has %lld", network_.TextOf(code_).c_str(),
                  static_cast<long long>(points_));
   }
@@ -124,64 +127,108 @@ void ShapeChecker::Finish() {
   }
 }
 
-void CheckShapeTexts(Control& control, ShapeChecker& shapes, int code_length) {
-  Findings& findings = control.findings();
-  const std::vector<std::string> files = control.Files("LINKSHAPE", false);
-  for (size_t i = 0; i < files.size(); ++i) {
-    Source source(findings);
-    if (!control.Open(source, "LINKSHAPE", static_cast<int>(i + 1), files[i], false)) continue;
-    int64_t record = 0;
-    std::string_view line;
-    Row row;
-    bool held = false;     // `row` is a line that the block before it did not want
-    bool surplus = false;  // points beyond a block's number have been reported
-    while (held || source.Next(zatlib::kLineSize, &line)) {
-      if (!held) Split(source, line, kHeadLayout, &row);
-      held = false;
-      if (record > 0 && LooksLikeCoordinate(row[1])) {
-        if (!surplus) {
-          findings.Add(Kind::kShapeShort, {source.file(), record, 2, source.line()},
-                       "more points follow");
-        }
-        surplus = true;
-        continue;
-      }
-      surplus = false;
-      ++record;
-      const Place head{source.file(), record, 0, source.line()};
-      if (record == 1 && IsTitle(row[1])) {
-        findings.Add(Kind::kHeaderLine, head, "%.*s", static_cast<int>(line.size()), line.data());
-        continue;
-      }
-      const FeatureCode code = CheckedCode(source, row, 1, code_length);
-      const int32_t count = CheckedNumber(source, row, 2, 0, INT32_MAX);
-      shapes.Begin(code, head);
-      for (int32_t item = 0; item < count; ++item) {
-        if (!source.Next(zatlib::kLineSize, &line)) {
-          findings.Add(Kind::kShapeShort, head.At(2), "%d points, %d lines to the end of the file",
-                       count, item);
-          break;
-        }
-        Split(source, line, kPointLayout, &row);
-        const Place here{source.file(), record, 0, source.line()};
-        // No coordinate has more than three digits before its point, but a code may have so few.
-        if (IsWhole(row[1]) &&
-            (row[1].size() > 3 ||
-             (IsWhole(row[2]) && shapes.Knows(zatlib::ParseCode(row[1], code_length))))) {
-          findings.Add(Kind::kShapeShort, head.At(2), "%d points, %d follow", count, item);
-          held = true;
-          break;
-        }
-        if (row.count < 2) {
-          findings.Add(Kind::kColumnsMissing, here.At(2), "a point without latitude");
-        }
-        const int32_t x = CheckedCoordinate(findings, here.At(1), row[1], false);
-        const int32_t y = CheckedCoordinate(findings, here.At(2), row[2], true);
-        shapes.Point(here, x, y);
-      }
-      shapes.End();
+namespace {
+
+// The blocks of one file.
+class ShapeText {
+ public:
+  ShapeText(Source& source, ShapeChecker& shapes, int code_length)
+      : source_(source), findings_(source.findings()), shapes_(shapes), code_length_(code_length) {}
+
+  void Check() {
+    while (held_ || Next(zatlib::zat::kShapeHeads)) {
+      held_ = false;
+      CheckBlock();
     }
-    if (record == 0) findings.Add(Kind::kNoRecords, {source.file(), 0, 0, 0}, "no shape");
+    if (record_ == 0) findings_.Add(Kind::kNoRecords, {source_.file(), 0, 0, 0}, "no shape");
+  }
+
+ private:
+  bool Next(const Layout& layout) {
+    if (!source_.Next(layout.line_size, &line_)) return false;
+    Split(source_, line_, layout, &row_);
+    return true;
+  }
+
+  // The block whose head is the row, unless the row is a point too many of the block before.
+  void CheckBlock() {
+    if (record_ > 0 && LooksLikeCoordinate(row_[Point::kLongitude])) {
+      if (!surplus_) {
+        findings_.Add(Kind::kShapeShort,
+                      {source_.file(), record_, Head::kPointCount, source_.line()},
+                      "more points follow");
+      }
+      surplus_ = true;
+      return;
+    }
+    surplus_ = false;
+    ++record_;
+    const Place head{source_.file(), record_, 0, source_.line()};
+    if (record_ == 1 && IsTitle(row_[Head::kLink])) {
+      findings_.Add(Kind::kHeaderLine, head, "%.*s", static_cast<int>(line_.size()), line_.data());
+      return;
+    }
+    const FeatureCode code = CheckedCode(source_, row_, Head::kLink, code_length_);
+    const int32_t count = CheckedNumber(source_, row_, zatlib::zat::kShapeHeads[Head::kPointCount]);
+    shapes_.Begin(code, head);
+    for (int32_t item = 0; item < count; ++item) {
+      if (!Next(zatlib::zat::kShapePoints)) {
+        findings_.Add(Kind::kShapeShort, head.At(Head::kPointCount),
+                      "%d points, %d lines to the end of the file", count, item);
+        break;
+      }
+      if (IsHead()) {
+        findings_.Add(Kind::kShapeShort, head.At(Head::kPointCount), "%d points, %d follow", count,
+                      item);
+        held_ = true;
+        break;
+      }
+      CheckPoint();
+    }
+    shapes_.End();
+  }
+
+  // Whether the row can be no point but the head of the next block. No coordinate has more than
+  // three digits before its point, but a code may have so few.
+  bool IsHead() const {
+    const std::string_view code = row_[Head::kLink];
+    if (!IsWhole(code)) return false;
+    return code.size() > 3 || (IsWhole(row_[Head::kPointCount]) &&
+                               shapes_.Knows(zatlib::ParseCode(code, code_length_)));
+  }
+
+  void CheckPoint() {
+    const Place here{source_.file(), record_, 0, source_.line()};
+    if (row_.count < Point::kLatitude) {
+      findings_.Add(Kind::kColumnsMissing, here.At(Point::kLatitude), "a point without latitude");
+    }
+    const int32_t x =
+        CheckedCoordinate(findings_, here.At(Point::kLongitude), row_[Point::kLongitude], false);
+    const int32_t y =
+        CheckedCoordinate(findings_, here.At(Point::kLatitude), row_[Point::kLatitude], true);
+    shapes_.Point(here, x, y);
+  }
+
+  Source& source_;
+  Findings& findings_;
+  ShapeChecker& shapes_;
+  int code_length_;
+  int64_t record_ = 0;
+  std::string_view line_;
+  Row row_;
+  bool held_ = false;     // the row is a line that the block before it did not want
+  bool surplus_ = false;  // points beyond a block's number have been reported
+};
+
+}  // namespace
+
+void CheckShapeTexts(Control& control, ShapeChecker& shapes, int code_length) {
+  const char* const section = zatlib::zat::kShapeHeads.section;
+  const std::vector<std::string> files = control.Files(section, false);
+  for (size_t i = 0; i < files.size(); ++i) {
+    Source source(control.findings());
+    if (!control.Open(source, section, static_cast<int>(i + 1), files[i], false)) continue;
+    ShapeText(source, shapes, code_length).Check();
     source.Close();
   }
 }

@@ -13,10 +13,8 @@ namespace {
 
 using zatlib::FeatureCode;
 
-constexpr uint32_t kBlock = 1 << 20;          // bytes of one system read
-constexpr size_t kSlack = 4096;               // more than the longest line with its end
-constexpr int32_t kMaxLongitude = 180000000;  // millionths of a degree
-constexpr int32_t kMaxLatitude = 90000000;
+constexpr uint32_t kBlock = 1 << 20;  // bytes of one system read
+constexpr size_t kSlack = 4096;       // more than the longest line with its end
 constexpr unsigned kJapanese = 932;
 
 bool IsDigit(char c) { return c >= '0' && c <= '9'; }
@@ -122,6 +120,26 @@ void Source::SkipLine() {
   }
 }
 
+char* Source::QuotedEnd(char* begin, char* window_end, char* physical_end, bool* embedded) {
+  bool quoted = false;
+  *embedded = false;
+  for (char* p = begin; p < window_end; ++p) {
+    if (*p == '"') {
+      quoted = !quoted;
+    } else if (*p == '\r' || *p == '\n') {
+      if (!quoted) return p;
+      *embedded = true;
+    }
+  }
+  if (!quoted) return nullptr;
+  // Not closed: the build joins all of it; here the next line begins where it seems to.
+  char* const shown_end = physical_end != nullptr ? physical_end : window_end;
+  findings_->Add(Kind::kQuoteOpen, Here(), "%.*s",
+                 Size({begin, static_cast<size_t>(shown_end - begin)}), begin);
+  *embedded = false;
+  return physical_end;
+}
+
 bool Source::Next(uint32_t limit, std::string_view* line) {
   if (!Fill(limit + 1)) return false;
   ++line_;
@@ -141,32 +159,7 @@ bool Source::Next(uint32_t limit, std::string_view* line) {
       std::memchr(begin, '"', static_cast<size_t>((end != nullptr ? end : window_end) - begin)) !=
       nullptr;
   bool embedded = false;
-  if (has_quote_) {
-    bool quoted = false;
-    end = nullptr;
-    for (char* p = begin; p < window_end; ++p) {
-      if (*p == '"') {
-        quoted = !quoted;
-      } else if (*p == '\r' || *p == '\n') {
-        if (quoted) {
-          embedded = true;
-        } else {
-          end = p;
-          break;
-        }
-      }
-    }
-    if (end == nullptr && quoted) {
-      // Not closed: the build joins all of it; here the next line begins where it seems to.
-      findings_->Add(
-          Kind::kQuoteOpen, Here(), "%.*s",
-          Size({begin, static_cast<size_t>((physical_end != nullptr ? physical_end : window_end) -
-                                           begin)}),
-          begin);
-      embedded = false;
-      end = physical_end;
-    }
-  }
+  if (has_quote_) end = QuotedEnd(begin, window_end, physical_end, &embedded);
   if (end == nullptr && window == limit) {
     findings_->Add(Kind::kLineLong, Here(), "more than %u bytes", limit);
     // Skipping the rest moves the block.
@@ -309,9 +302,11 @@ FeatureCode CheckedCode(const Source& source, const Row& row, int column, int co
   return code;
 }
 
-int32_t CheckedNumber(const Source& source, const Row& row, int column, int32_t low, int32_t high,
+int32_t CheckedNumber(const Source& source, const Row& row, const zatlib::SourceColumn& column,
                       Kind range_kind) {
-  const std::string_view field = row[column];
+  const int32_t low = column.range.low;
+  const int32_t high = column.range.high;
+  const std::string_view field = row[column.number];
   if (field.size() < 5 && AllDigits(field)) {
     int32_t value = 0;
     for (const char c : field) value = value * 10 + (c - '0');
@@ -322,16 +317,17 @@ int32_t CheckedNumber(const Source& source, const Row& row, int column, int32_t 
   if (digits.empty()) return 0;
   if (digits.front() == '+' || digits.front() == '-') digits.remove_prefix(1);
   if (!AllDigits(digits)) {
-    source.findings().Add(Kind::kNumberText, source.Here(column), "\"%.*s\" counts as %d",
+    source.findings().Add(Kind::kNumberText, source.Here(column.number), "\"%.*s\" counts as %d",
                           Size(field), field.data(), value);
   } else if (value < low || value > high || digits.size() > 10) {
-    source.findings().Add(range_kind, source.Here(column), "%.*s", Size(field), field.data());
+    source.findings().Add(range_kind, source.Here(column.number), "%.*s", Size(field),
+                          field.data());
   }
   return value;
 }
 
 int32_t CheckedCoordinate(Findings& findings, Place here, std::string_view text, bool latitude) {
-  const int32_t limit = latitude ? kMaxLatitude : kMaxLongitude;
+  const int32_t limit = (latitude ? zatlib::kLatitudes : zatlib::kLongitudes).high;
   // Plain numbers first: a sign, digits, a point, up to six decimals.
   {
     const char* p = text.data();

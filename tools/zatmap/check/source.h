@@ -13,6 +13,7 @@
 #include "frd/files.h"
 #include "frd/memory.h"
 #include "network/workstore/feature_code.h"
+#include "network/workstore/source_layout.h"
 #include "platform/file.h"
 #include "shell/terminal_progress.h"
 
@@ -43,6 +44,11 @@ class Source {
   bool Fill(size_t wanted);
   void SkipLine();
 
+  // The end of a line with quotes, between which line ends do not count (`*embedded`: there are
+  // some). A finding when one is not closed: the line then ends where it seems to, at
+  // `physical_end`. Null when it does not end before `window_end`.
+  char* QuotedEnd(char* begin, char* window_end, char* physical_end, bool* embedded);
+
   Findings* findings_;
   std::string title_;  // of the progress
   std::unique_ptr<TerminalProgress> progress_;
@@ -69,19 +75,30 @@ struct Row {
   int count = 0;                         // fields of the record, also beyond kMaxFields
   std::string_view fields[kMaxFields];
 
+  // True for the record of an empty line.
+  bool IsEmpty() const { return count == 1 && fields[0].empty(); }
+
   // Field of a column (from 1), empty when the record ends before it.
   std::string_view operator[](int column) const {
     return column <= count && column <= kMaxFields ? fields[column - 1] : std::string_view{};
   }
 };
 
-// What a file's records look like.
+// How far a file's records are read: all columns of their table, or those up to one of them.
 struct Layout {
   int needed;  // columns that a record must have
   int last;    // the last column that is read
   int taken;   // columns beyond this one are not even looked at
+  uint32_t line_size;
+
+  constexpr Layout(const zatlib::SourceTable& table)  // NOLINT: a table is a layout
+      : Layout(table, table.Last(), table.Needed()) {}
+  constexpr Layout(const zatlib::SourceTable& table, int last_column, int needed_column)
+      : needed(needed_column),
+        last(last_column),
+        taken(table.reads_rest ? INT32_MAX : last_column),
+        line_size(table.line_size) {}
 };
-inline constexpr int kEveryColumn = INT32_MAX;
 
 // Takes a record apart. Fields split by a comma inside quotes come in one piece.
 void Split(const Source& source, std::string_view line, const Layout& layout, Row* row);
@@ -93,9 +110,9 @@ void CheckColumns(const Source& source, const Row& row, const Layout& layout);
 // is no finding here.
 zatlib::FeatureCode CheckedCode(const Source& source, const Row& row, int column, int code_length);
 
-// A whole number of a column, with findings for other texts and for numbers outside of the limits.
+// A whole number of a column, with findings for other texts and for numbers outside of its range.
 // Returns what the library reads.
-int32_t CheckedNumber(const Source& source, const Row& row, int column, int32_t low, int32_t high,
+int32_t CheckedNumber(const Source& source, const Row& row, const zatlib::SourceColumn& column,
                       Kind range_kind = Kind::kNumberRange);
 
 // A coordinate. `latitude` says which limit holds. Returns millionths of a degree as they are

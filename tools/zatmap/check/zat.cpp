@@ -6,26 +6,30 @@
 #include "check/rows.h"
 #include "check/shapes.h"
 #include "frd/control.h"
+#include "input_zat/layouts.h"
 
 namespace zatmap::check {
 namespace {
 
 using zatlib::FeatureCode;
 
-constexpr Layout kNodeTextLayout = {4, 15, kEveryColumn};
-constexpr Layout kNodeMidLayout = {4, 13, kEveryColumn};
-constexpr Layout kNameMidLayout = {1, 13, kEveryColumn};
-constexpr Layout kLinkLayout = {9, 14, kEveryColumn};
-constexpr Layout kPlaceLayout = {3, 3, kEveryColumn};
-constexpr Layout kNodeNameLayout = {1, 3, kEveryColumn};
-constexpr Layout kLinkNameLayout = {1, 4, kEveryColumn};
-constexpr Layout kSpeedLayout = {5, 6, kEveryColumn};
-constexpr Layout kTurnLayout = {4, 4, kEveryColumn};
-constexpr Layout kOneWayLayout = {4, 5, kEveryColumn};
+namespace zat = zatlib::zat;
 
-constexpr int32_t kMostWord = 65535;
-constexpr int32_t kMostByte = 255;
-constexpr int32_t kReservedKind = 99;
+// Nodes of MIF files have no coordinates in their rows; names beside a text file need no more than
+// the code.
+constexpr Layout kNodeMidLayout = {zat::kNodes, zat::Node::kName, zat::kNodes.Needed()};
+constexpr Layout kNameMidLayout = {zat::kNodes, zat::Node::kName, zat::Node::kCode};
+
+constexpr NetworkColumns kColumns = {.node_code = zat::Node::kCode,
+                                     .partner = zat::Node::kPartner,
+                                     .links = zat::Node::kLinks,
+                                     .link_code = zat::Link::kCode,
+                                     .node_a = zat::Link::kNodeA,
+                                     .node_b = zat::Link::kNodeB,
+                                     .length = zat::Link::kLength,
+                                     .speed_a = zat::Link::kSpeedA,
+                                     .speed_b = zat::Link::kSpeedB};
+
 constexpr int32_t kProhibited = 2;
 
 // One run of the check.
@@ -45,7 +49,7 @@ struct ZatCheck {
   explicit ZatCheck(Control& of)
       : control(of),
         findings(of.findings()),
-        network(of.findings(), of.code_length(), kZatColumns),
+        network(of.findings(), of.code_length(), kColumns),
         code_length(of.code_length()) {}
 
   void Nodes();
@@ -53,27 +57,44 @@ struct ZatCheck {
   void NodeRow(const Source& source, const Row& row, bool names_here);
   void NodeNames();
   void NodePlaces();
+  void PlaceRow(const Source& source, const Row& row);
   void Links();
-  void LinkRow(const Source& source, const Row& row);
+  void LinkRow(const Source& source, const Row& row, zatlib::DefaultSpeeds defaults);
   void Speeds();
+  void SpeedRow(const Source& source, const Row& row, zatlib::DefaultSpeeds defaults);
   void LinkNames();
   void Turns();
   void OneWays();
+  void OneWayRow(const Source& source, const Row& row);
   void Shapes(int64_t limit);
+
+  // A finding at a column of a row, which shows its field behind `what`.
+  void ReportRow(Kind found, const Source& source, const Row& row, int column,
+                 const char* what = "") {
+    findings.Add(found, source.Here(column), "%s%.*s", what, Size(row[column]), row[column].data());
+  }
+
+  // A finding at a column of a row about a link, which shows the row's code and the link's place.
+  void ReportLinkOfRow(Kind found, const Source& source, const Row& row, int column,
+                       const CheckedLink& link) {
+    findings.Add(found, source.Here(column), "link %.*s at %s:%u", Size(row[kFirstColumn]),
+                 row[kFirstColumn].data(), findings.PathOf(link.file).c_str(), link.record);
+  }
 };
 
 void ZatCheck::NodeRow(const Source& source, const Row& row, bool names_here) {
+  using zat::Node;
   CheckedNode& node = network.nodes.emplace_back();
   node.file = source.file();
   node.record = static_cast<uint32_t>(source.line());
-  node.code = StoreCode(source, row, 1, code_length, &zero_nodes);
-  if (IsTitleRow(source, row, 1)) return;
-  CheckedNumber(source, row, 2, 0, kMostWord);
-  node.partner = CheckedCode(source, row, 3, code_length);
+  node.code = StoreCode(source, row, Node::kCode, code_length, &zero_nodes);
+  if (IsTitleRow(source, row)) return;
+  CheckedNumbers(source, row, zat::kNodes);
+  node.partner = CheckedCode(source, row, Node::kPartner, code_length);
   for (int slot = 0; slot < zatlib::kSlots; ++slot) {
-    node.links[slot] = CheckedCode(source, row, kZatColumns.first_link + slot, code_length);
+    node.links[slot] = CheckedCode(source, row, Node::kLinks + slot, code_length);
   }
-  if (names_here) CheckName(source, row, 13);
+  if (names_here) CheckName(source, row, Node::kName);
 }
 
 void ZatCheck::NodeFile(int number, const std::string& path) {
@@ -107,16 +128,16 @@ void ZatCheck::NodeFile(int number, const std::string& path) {
   zatlib::FRD_MakeMidPath(path.c_str(), mid.text);
   const bool names_here = path == mid.c_str();
   bool reported = false;
-  ReadRows(
-      data, names_here ? kNodeMidLayout : kNodeTextLayout,
-      [&](const Source& source, const Row& row) {
-        NodeRow(source, row, names_here);
-        if (!reported && (!row[14].empty() || !row[15].empty()) && !IsTitleRow(source, row, 1)) {
-          reported = true;
-          findings.Add(Kind::kColumnsToX, source.Here(row[15].empty() ? 14 : 15),
-                       "here and in the records behind");
-        }
-      });
+  ReadRows(data, names_here ? kNodeMidLayout : Layout(zat::kNodes),
+           [&](const Source& source, const Row& row) {
+             NodeRow(source, row, names_here);
+             const int later = row[zat::Node::kX2].empty() ? zat::Node::kX1 : zat::Node::kX2;
+             if (!reported && !row[later].empty() && !IsTitleRow(source, row)) {
+               reported = true;
+               findings.Add(Kind::kColumnsToX, source.Here(later),
+                            "here and in the records behind");
+             }
+           });
 }
 
 void ZatCheck::Nodes() {
@@ -140,14 +161,43 @@ void ZatCheck::NodeNames() {
     Source data(findings);
     if (!control.OpenMid(data, "NODE", static_cast<int>(i + 1), node_files[i])) continue;
     ReadRows(data, kNameMidLayout, [&](const Source& source, const Row& row) {
-      const FeatureCode code = zatlib::ParseCode(row[1], code_length);
-      CheckNameRow(source, row, network.FindNode(code) >= 0 || !network.nodes_whole, 1, 13);
+      const FeatureCode code = zatlib::ParseCode(row[zat::Node::kCode], code_length);
+      CheckNameRow(source, row, network.FindNode(code) >= 0 || !network.nodes_whole,
+                   zat::Node::kCode, zat::Node::kName);
     });
   }
-  ForEachRow(control, "NODENAME", kNodeNameLayout, [&](const Source& source, const Row& row) {
-    const FeatureCode code = zatlib::ParseCode(row[1], code_length);
-    CheckNameRow(source, row, network.FindNode(code) >= 0 || !network.nodes_whole, 1, 3);
+  using zat::NodeName;
+  ForEachRow(control, zat::kNodeNames, [&](const Source& source, const Row& row) {
+    const FeatureCode code = zatlib::ParseCode(row[NodeName::kCode], code_length);
+    CheckNameRow(source, row, network.FindNode(code) >= 0 || !network.nodes_whole, NodeName::kCode,
+                 NodeName::kName);
   });
+}
+
+void ZatCheck::PlaceRow(const Source& source, const Row& row) {
+  using zat::NodeXY;
+  const FeatureCode code = CheckedCode(source, row, NodeXY::kCode, code_length);
+  for (const int column : {NodeXY::kLongitude, NodeXY::kLatitude}) {
+    if (row[column].empty()) findings.Add(Kind::kCoordText, source.Here(column), "\"\"");
+  }
+  const int32_t x =
+      CheckedCoordinate(findings, source.Here(NodeXY::kLongitude), row[NodeXY::kLongitude], false);
+  const int32_t y =
+      CheckedCoordinate(findings, source.Here(NodeXY::kLatitude), row[NodeXY::kLatitude], true);
+  const int32_t found = network.FindNode(code);
+  if (found < 0) {
+    if (network.nodes_whole) ReportRow(Kind::kRowUnknown, source, row, NodeXY::kCode);
+    return;
+  }
+  if (x == 0 && y == 0) {
+    findings.Add(Kind::kCoordZero, source.Here(NodeXY::kLongitude), "0, 0");
+  }
+  CheckedNode& node = network.nodes[static_cast<size_t>(found)];
+  node.x = x;
+  node.y = y;
+  node.placed = true;
+  node.place_file = source.file();
+  node.place_record = static_cast<uint32_t>(source.line());
 }
 
 void ZatCheck::NodePlaces() {
@@ -155,30 +205,10 @@ void ZatCheck::NodePlaces() {
     bool whole = true;
     bool any = false;
     ForEachRow(
-        control, "NODEXY", kPlaceLayout,
+        control, zat::kNodePlaces,
         [&](const Source& source, const Row& row) {
           any = true;
-          if (IsHeaderRow(source, row, 1)) return;
-          const FeatureCode code = CheckedCode(source, row, 1, code_length);
-          for (int column = 2; column <= 3; ++column) {
-            if (row[column].empty()) findings.Add(Kind::kCoordText, source.Here(column), "\"\"");
-          }
-          const int32_t x = CheckedCoordinate(findings, source.Here(2), row[2], false);
-          const int32_t y = CheckedCoordinate(findings, source.Here(3), row[3], true);
-          const int32_t found = network.FindNode(code);
-          if (found < 0) {
-            if (network.nodes_whole) {
-              findings.Add(Kind::kRowUnknown, source.Here(1), "%.*s", Size(row[1]), row[1].data());
-            }
-            return;
-          }
-          if (x == 0 && y == 0) findings.Add(Kind::kCoordZero, source.Here(2), "0, 0");
-          CheckedNode& node = network.nodes[static_cast<size_t>(found)];
-          node.x = x;
-          node.y = y;
-          node.placed = true;
-          node.place_file = source.file();
-          node.place_record = static_cast<uint32_t>(source.line());
+          if (!IsHeaderRow(source, row)) PlaceRow(source, row);
         },
         &whole);
     if (!any && whole && !network.nodes.empty()) {
@@ -195,37 +225,34 @@ void ZatCheck::NodePlaces() {
   network.CheckPlaces();
 }
 
-void ZatCheck::LinkRow(const Source& source, const Row& row) {
+void ZatCheck::LinkRow(const Source& source, const Row& row, zatlib::DefaultSpeeds defaults) {
+  using zat::Link;
   CheckedLink& link = network.links.emplace_back();
   link.file = source.file();
   link.record = static_cast<uint32_t>(source.line());
-  link.code = StoreCode(source, row, 1, code_length, &zero_links);
-  if (IsTitleRow(source, row, 1)) return;
-  const int32_t kind = CheckedNumber(source, row, 2, INT16_MIN, INT16_MAX);
-  if (kind >= kReservedKind) findings.Add(Kind::kKindReserved, source.Here(2), "kind %d", kind);
-  CheckedNumber(source, row, 3, INT32_MIN, INT32_MAX);
-  link.length =
-      static_cast<uint16_t>(CheckedNumber(source, row, 4, 0, kMostWord, Kind::kLengthRange));
-  CheckedNumber(source, row, 5, 0, kMostWord);
-  CheckedNumber(source, row, 6, 0, kMostWord);
-  CheckedNumber(source, row, 7, INT16_MIN, INT16_MAX);
-  link.node_a = CheckedCode(source, row, 8, code_length);
-  link.node_b = CheckedCode(source, row, 9, code_length);
-  CheckedNumber(source, row, 10, INT32_MIN, kMostWord);
-  CheckedNumber(source, row, 11, INT32_MIN, kMostWord);
-  const auto closed = [&](int column) { return row[column].find('-') != std::string_view::npos; };
-  if (closed(10)) link.marks |= kClosedOnA;
-  if (closed(11)) link.marks |= kClosedOnB;
-  CheckedNumber(source, row, 12, INT16_MIN, INT16_MAX);
-  CheckedNumber(source, row, 13, 0, kMostByte);
-  CheckName(source, row, 14);
+  link.code = StoreCode(source, row, Link::kCode, code_length, &zero_links);
+  if (IsTitleRow(source, row)) return;
+  const Numbers numbers =
+      CheckedNumbers(source, row, zat::kLinks, {{Link::kLength, Kind::kLengthRange}});
+  const int32_t kind = numbers[Link::kKind];
+  if (kind >= zatlib::kDummyRoadKind) {
+    findings.Add(Kind::kKindReserved, source.Here(Link::kKind), "kind %d", kind);
+  }
+  link.length = static_cast<uint16_t>(numbers[Link::kLength]);
+  link.node_a = CheckedCode(source, row, Link::kNodeA, code_length);
+  link.node_b = CheckedCode(source, row, Link::kNodeB, code_length);
+  const RowSpeeds speeds = SpeedsOf(row, Link::kSpeedA, Link::kSpeedB, defaults);
+  link.speed_a = speeds.a;
+  link.speed_b = speeds.b;
+  if (speeds.closed_a) link.marks |= kClosedOnA;
+  if (speeds.closed_b) link.marks |= kClosedOnB;
+  CheckName(source, row, Link::kName);
 }
 
 void ZatCheck::Links() {
   link_mif = control.Int("LINK", "MIF", 0) != 0;
   link_files = control.Files("LINK", true);
-  const DefaultSpeeds defaults = {static_cast<uint16_t>(control.Int("DEFAULTSPEED", "SPEEDA", 0)),
-                                  static_cast<uint16_t>(control.Int("DEFAULTSPEED", "SPEEDB", 0))};
+  const zatlib::DefaultSpeeds defaults = control.Speeds();
   for (size_t i = 0; i < link_files.size(); ++i) {
     const int number = static_cast<int>(i + 1);
     Source data(findings);
@@ -235,12 +262,8 @@ void ZatCheck::Links() {
       network.links_whole = false;
       continue;
     }
-    ReadRows(data, kLinkLayout, [&](const Source& source, const Row& row) {
-      LinkRow(source, row);
-      CheckedLink& link = network.links.back();
-      if (row.count >= 10) link.speed_a = SpeedOf(row[10], defaults.a);
-      if (row.count >= 11) link.speed_b = SpeedOf(row[11], defaults.b);
-    });
+    ReadRows(data, zat::kLinks,
+             [&](const Source& source, const Row& row) { LinkRow(source, row, defaults); });
   }
   if (!network.IndexLinks()) {
     if (network.links_whole && !link_files.empty()) {
@@ -250,113 +273,115 @@ void ZatCheck::Links() {
   }
 }
 
+void ZatCheck::SpeedRow(const Source& source, const Row& row, zatlib::DefaultSpeeds defaults) {
+  using zat::LinkSpeed;
+  const FeatureCode code = CheckedCode(source, row, LinkSpeed::kCode, code_length);
+  const FeatureCode a = CheckedCode(source, row, LinkSpeed::kNodeA, code_length);
+  const FeatureCode b = CheckedCode(source, row, LinkSpeed::kNodeB, code_length);
+  CheckedNumbers(source, row, zat::kLinkSpeeds);
+  const int32_t found = network.FindLink(code);
+  if (found < 0) {
+    if (network.links_whole) ReportRow(Kind::kRowUnknown, source, row, LinkSpeed::kCode);
+    return;
+  }
+  CheckedLink& link = network.links[static_cast<size_t>(found)];
+  const RowSpeeds speeds = SpeedsOf(row, LinkSpeed::kSpeedA, LinkSpeed::kSpeedB, defaults);
+  link.marks &= static_cast<uint8_t>(~(kClosedOnA | kClosedOnB));
+  if (speeds.closed_b) link.marks |= kClosedOnB;
+  if (a.IsEmpty() || b.IsEmpty() || (a == link.node_a && b == link.node_b)) {
+    link.speed_a = speeds.a;
+    if (speeds.closed_a) link.marks |= kClosedOnA;
+  } else if (a == link.node_b && b == link.node_a) {
+    link.speed_a = speeds.b;
+    if (speeds.closed_b) link.marks |= kClosedOnA;
+    if (speeds.a != speeds.b) {
+      findings.Add(Kind::kSpeedReversed, source.Here(LinkSpeed::kSpeedA), "%u and %u km/h",
+                   speeds.a, speeds.b);
+    }
+  } else {
+    ReportLinkOfRow(Kind::kSpeedNodes, source, row, LinkSpeed::kNodeA, link);
+    return;
+  }
+  link.speed_b = speeds.b;
+}
+
 void ZatCheck::Speeds() {
-  const DefaultSpeeds defaults = {static_cast<uint16_t>(control.Int("DEFAULTSPEED", "SPEEDA", 0)),
-                                  static_cast<uint16_t>(control.Int("DEFAULTSPEED", "SPEEDB", 0))};
-  ForEachRow(control, "LINKSPEED", kSpeedLayout, [&](const Source& source, const Row& row) {
-    if (IsHeaderRow(source, row, 1)) return;
-    const FeatureCode code = CheckedCode(source, row, 1, code_length);
-    const FeatureCode a = CheckedCode(source, row, 2, code_length);
-    const FeatureCode b = CheckedCode(source, row, 3, code_length);
-    CheckedNumber(source, row, 4, INT32_MIN, kMostWord);
-    CheckedNumber(source, row, 5, INT32_MIN, kMostWord);
-    CheckedNumber(source, row, 6, 0, kMostWord);
-    const int32_t found = network.FindLink(code);
-    if (found < 0) {
-      if (network.links_whole) {
-        findings.Add(Kind::kRowUnknown, source.Here(1), "%.*s", Size(row[1]), row[1].data());
-      }
-      return;
-    }
-    CheckedLink& link = network.links[static_cast<size_t>(found)];
-    const uint16_t speed_a = row.count >= 4 ? SpeedOf(row[4], defaults.a) : uint16_t{0};
-    const uint16_t speed_b = row.count >= 5 ? SpeedOf(row[5], defaults.b) : uint16_t{0};
-    link.marks &= static_cast<uint8_t>(~(kClosedOnA | kClosedOnB));
-    const uint8_t closed_a = row[4].find('-') != std::string_view::npos ? kClosedOnA : uint8_t{0};
-    const bool closed_b = row[5].find('-') != std::string_view::npos;
-    if (closed_b) link.marks |= kClosedOnB;
-    if (a.IsEmpty() || b.IsEmpty() || (a == link.node_a && b == link.node_b)) {
-      link.speed_a = speed_a;
-      link.marks |= closed_a;
-    } else if (a == link.node_b && b == link.node_a) {
-      link.speed_a = speed_b;
-      if (closed_b) link.marks |= kClosedOnA;
-      if (speed_a != speed_b) {
-        findings.Add(Kind::kSpeedReversed, source.Here(4), "%u and %u km/h", speed_a, speed_b);
-      }
-    } else {
-      findings.Add(Kind::kSpeedNodes, source.Here(2), "link %.*s at %s:%u", Size(row[1]),
-                   row[1].data(), findings.PathOf(link.file).c_str(), link.record);
-      return;
-    }
-    link.speed_b = speed_b;
+  const zatlib::DefaultSpeeds defaults = control.Speeds();
+  ForEachRow(control, zat::kLinkSpeeds, [&](const Source& source, const Row& row) {
+    if (!IsHeaderRow(source, row)) SpeedRow(source, row, defaults);
   });
 }
 
 void ZatCheck::LinkNames() {
-  ForEachRow(control, "LINKNAME", kLinkNameLayout, [&](const Source& source, const Row& row) {
-    const FeatureCode code = zatlib::ParseCode(row[1], code_length);
-    CheckNameRow(source, row, network.FindLink(code) >= 0 || !network.links_whole, 1, 4);
+  using zat::LinkName;
+  ForEachRow(control, zat::kLinkNames, [&](const Source& source, const Row& row) {
+    const FeatureCode code = zatlib::ParseCode(row[LinkName::kCode], code_length);
+    CheckNameRow(source, row, network.FindLink(code) >= 0 || !network.links_whole, LinkName::kCode,
+                 LinkName::kName);
   });
 }
 
 void ZatCheck::Turns() {
-  ForEachRow(control, "NODETRF", kTurnLayout, [&](const Source& source, const Row& row) {
-    if (IsHeaderRow(source, row, 1)) return;
-    const FeatureCode node = CheckedCode(source, row, 1, code_length);
-    const FeatureCode in_link = CheckedCode(source, row, 2, code_length);
-    const FeatureCode out_link = CheckedCode(source, row, 3, code_length);
-    CheckTurn(source, row, network, node, in_link, out_link, 1);
+  using zat::Turn;
+  const TurnColumns columns = {
+      Turn::kNode, {Turn::kInLink, Turn::kOutLink}, zat::kTurns[Turn::kKind]};
+  ForEachRow(control, zat::kTurns, [&](const Source& source, const Row& row) {
+    if (IsHeaderRow(source, row)) return;
+    TurnCodes turn;
+    turn.node = CheckedCode(source, row, Turn::kNode, code_length);
+    turn.links[0] = CheckedCode(source, row, Turn::kInLink, code_length);
+    turn.links[1] = CheckedCode(source, row, Turn::kOutLink, code_length);
+    CheckTurn(source, row, network, turn, columns);
   });
 }
 
+void ZatCheck::OneWayRow(const Source& source, const Row& row) {
+  using zat::OneWay;
+  constexpr int kNodes[] = {OneWay::kFirstNode, OneWay::kSecondNode};
+  constexpr int kFlags[] = {OneWay::kFirstFlag, OneWay::kSecondFlag};
+  const FeatureCode code = CheckedCode(source, row, OneWay::kLink, code_length);
+  const FeatureCode nodes[] = {CheckedCode(source, row, kNodes[0], code_length),
+                               CheckedCode(source, row, kNodes[1], code_length)};
+  const Numbers numbers = CheckedNumbers(source, row, zat::kOneWays);
+  uint16_t flags[2];
+  for (int i = 0; i < 2; ++i) {
+    flags[i] = static_cast<uint16_t>(numbers[static_cast<size_t>(kFlags[i])]);
+    if (flags[i] != 0 && flags[i] != kProhibited) {
+      findings.Add(Kind::kOneWayFlag, source.Here(kFlags[i]), "flag %d", flags[i]);
+    }
+  }
+  const int32_t found = network.FindLink(code);
+  if (found < 0) {
+    if (network.links_whole) ReportRow(Kind::kRuleUnknown, source, row, OneWay::kLink, "link ");
+    return;
+  }
+  const CheckedLink& link = network.links[static_cast<size_t>(found)];
+  const bool known = network.FindNode(nodes[0]) >= 0 && network.FindNode(nodes[1]) >= 0;
+  if (known && !(nodes[0] == link.node_a && nodes[1] == link.node_b) &&
+      !(nodes[0] == link.node_b && nodes[1] == link.node_a)) {
+    ReportLinkOfRow(Kind::kOneWayNodes, source, row, OneWay::kFirstNode, link);
+    return;
+  }
+  for (int i = 0; i < 2 && !known && network.nodes_whole; ++i) {
+    if (!nodes[i].IsEmpty() && network.FindNode(nodes[i]) < 0) {
+      ReportRow(Kind::kRuleUnknown, source, row, kNodes[i], "node ");
+    }
+  }
+  if (flags[0] != kProhibited && flags[1] != kProhibited) return;
+  if (link.node_a == link.node_b) {
+    ReportRow(Kind::kOneWayLoop, source, row, OneWay::kLink, "link ");
+  } else if (flags[0] == flags[1]) {
+    findings.Add(Kind::kOneWayBoth, source.Here(OneWay::kFirstFlag), "link %.*s",
+                 Size(row[OneWay::kLink]), row[OneWay::kLink].data());
+  }
+  if ((link.marks & kParallel) != 0) {
+    ReportRow(Kind::kRuleParallel, source, row, OneWay::kLink, "link ");
+  }
+}
+
 void ZatCheck::OneWays() {
-  ForEachRow(control, "LINKTRF", kOneWayLayout, [&](const Source& source, const Row& row) {
-    if (IsHeaderRow(source, row, 1)) return;
-    const FeatureCode code = CheckedCode(source, row, 1, code_length);
-    const FeatureCode first = CheckedCode(source, row, 2, code_length);
-    const FeatureCode second = CheckedCode(source, row, 3, code_length);
-    int32_t flags[2];
-    for (int i = 0; i < 2; ++i) {
-      flags[i] = CheckedNumber(source, row, 4 + i, 0, kMostWord) & kMostWord;
-      if (flags[i] != 0 && flags[i] != kProhibited) {
-        findings.Add(Kind::kOneWayFlag, source.Here(4 + i), "flag %d", flags[i]);
-      }
-    }
-    const int32_t found = network.FindLink(code);
-    if (found < 0) {
-      if (network.links_whole) {
-        findings.Add(Kind::kRuleUnknown, source.Here(1), "link %.*s", Size(row[1]), row[1].data());
-      }
-      return;
-    }
-    const CheckedLink& link = network.links[static_cast<size_t>(found)];
-    const bool known = network.FindNode(first) >= 0 && network.FindNode(second) >= 0;
-    if (known && !(first == link.node_a && second == link.node_b) &&
-        !(first == link.node_b && second == link.node_a)) {
-      findings.Add(Kind::kOneWayNodes, source.Here(2), "link %.*s at %s:%u", Size(row[1]),
-                   row[1].data(), findings.PathOf(link.file).c_str(), link.record);
-      return;
-    }
-    if (!known && network.nodes_whole) {
-      for (int i = 0; i < 2; ++i) {
-        const FeatureCode node = i == 0 ? first : second;
-        if (!node.IsEmpty() && network.FindNode(node) < 0) {
-          findings.Add(Kind::kRuleUnknown, source.Here(2 + i), "node %.*s", Size(row[2 + i]),
-                       row[2 + i].data());
-        }
-      }
-    }
-    const bool prohibits = flags[0] == kProhibited || flags[1] == kProhibited;
-    if (!prohibits) return;
-    if (link.node_a == link.node_b) {
-      findings.Add(Kind::kOneWayLoop, source.Here(1), "link %.*s", Size(row[1]), row[1].data());
-    } else if (flags[0] == flags[1]) {
-      findings.Add(Kind::kOneWayBoth, source.Here(4), "link %.*s", Size(row[1]), row[1].data());
-    }
-    if ((link.marks & kParallel) != 0) {
-      findings.Add(Kind::kRuleParallel, source.Here(1), "link %.*s", Size(row[1]), row[1].data());
-    }
+  ForEachRow(control, zat::kOneWays, [&](const Source& source, const Row& row) {
+    if (!IsHeaderRow(source, row)) OneWayRow(source, row);
   });
 }
 
@@ -382,8 +407,8 @@ void ZatCheck::Shapes(int64_t limit) {
       bool good = false;
       if (!more) continue;
       Row row;
-      Split(data, line, kLinkLayout, &row);
-      more = mif.NextLine(shapes, zatlib::ParseCode(row[1], code_length), &good);
+      Split(data, line, zat::kLinks, &row);
+      more = mif.NextLine(shapes, zatlib::ParseCode(row[zat::Link::kCode], code_length), &good);
     }
     mif.Close(records);
   }
