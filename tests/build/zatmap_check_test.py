@@ -10,11 +10,13 @@ column, severity, kind and detail. The last case makes sure that no kind is left
 import contextlib
 import json
 import os
+import queue
 import re
 import shutil
 import subprocess
 import sys
 import tempfile
+import threading
 import unittest
 
 ZATMAP = []
@@ -144,55 +146,84 @@ def folder_of(files, folders=("out",)):
         shutil.rmtree(root)
 
 
-class Batch:
-    """Many runs by one start of Windows, which takes a second or more each time.
+class Rounds(unittest.TestSuite):
+    """Cases that share the starts of Windows, each of which takes a second or more.
 
-    The tests run twice: first every run's folder is kept, and then, after one batch file has run
-    them all, their results are looked at.
+    Every case has a thread, and one of them goes on at a time. When all wait for a run of the
+    program, one batch file makes these runs, and the cases go on.
     """
 
-    def __init__(self):
-        self.folder = tempfile.mkdtemp(prefix="zatmap_check_")
-        self.lines = ["@echo off"]
-        self.done = False  # whether the batch file has run
-        self.test = None   # the test that runs, and the number of its next run
-        self.number = 0
+    def __init__(self, cases):
+        super().__init__(cases)
+        self.turn = threading.Lock()   # of the case that goes on
+        self.stopped = queue.Queue()   # a run that a case waits for; None: a case has ended
+
+    def run(self, result, debug=False):
+        threads = [threading.Thread(target=self.case, args=(case, result), daemon=True)
+                   for case in self]
+        for thread in threads:
+            thread.start()
+        left = len(threads)
+        while left > 0:
+            waiting = []
+            for _ in range(left):
+                waiting.append(self.stopped.get())
+            waiting = [run for run in waiting if run is not None]
+            left = len(waiting)
+            if waiting:
+                self.make(waiting)
+        for thread in threads:
+            thread.join()
+        return result
+
+    def case(self, case, result):
+        with self.turn:
+            case(result)
+        self.stopped.put(None)
+
+    def wait_for(self, root, words):
+        """Exit status, output and errors of a command in a folder."""
+        run = {"root": root, "words": words, "made": threading.Event()}
+        self.stopped.put(run)
+        self.turn.release()
+        run["made"].wait()
+        self.turn.acquire()
+        return run["result"]
 
     @staticmethod
-    def windows(path):
-        return "Z:" + path.replace("/", "\\")
-
-    def run(self, root, arguments):
-        folder = os.path.join(self.folder, "%s.%d" % (self.test, self.number))
-        self.number += 1
-        if self.done:
-            parts = []
-            for name in ("zatmap.status", "zatmap.out", "zatmap.err"):
-                with open(os.path.join(folder, name), "rb") as part:
-                    parts.append(part.read())
-            return int(parts[0].split()[1]), parts[1], parts[2]
-        shutil.copytree(root, folder)
-        self.lines += ["cd /d " + self.windows(folder),
-                       " ".join([self.windows(ZATMAP[-1]), "check", *arguments,
-                                 "> zatmap.out 2> zatmap.err"]),
-                       "echo status %ERRORLEVEL% > zatmap.status"]
-        return 0, b"", b""
-
-    def go(self):
-        script = os.path.join(self.folder, "run.bat")
-        with open(script, "wb") as out:
-            out.write("".join(line + "\r\n" for line in self.lines).encode())
-        subprocess.run([*ZATMAP[:-1], "cmd", "/c", self.windows(script)], check=True, timeout=1200,
-                       stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL)
-        self.done = True
+    def make(runs):
+        windows = lambda path: "Z:" + os.path.abspath(path).replace("/", "\\")
+        with tempfile.TemporaryDirectory(prefix="zatmap_check_") as folder:
+            files = [[os.path.join(folder, "%d.%s" % (number, what))
+                      for what in ("status", "output", "errors")] for number in range(len(runs))]
+            script = ["@echo off"]
+            for run, (status, output, errors) in zip(runs, files):
+                script += ["cd /d " + windows(run["root"] or folder),
+                           " ".join([*run["words"], ">", windows(output), "2>", windows(errors)]),
+                           "echo status %ERRORLEVEL% > " + windows(status)]
+            script.append("exit /b 0")  # not the status of the last run
+            batch = os.path.join(folder, "run.bat")
+            with open(batch, "wb") as out:
+                out.write("".join(line + "\r\n" for line in script).encode())
+            subprocess.run([*ZATMAP[:-1], "cmd", "/c", windows(batch)], check=True, timeout=1200,
+                           stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL)
+            for run, names in zip(runs, files):
+                parts = []
+                for name in names:
+                    with open(name, "rb") as part:
+                        parts.append(part.read())
+                run["result"] = (int(parts[0].split()[1]), *parts[1:])
+        for run in runs:
+            run["made"].set()
 
 
-BATCH = None
+ROUNDS = None
 
 
 def run(root, *arguments):
-    if BATCH is not None:
-        status, out, err = BATCH.run(root, arguments)
+    if ROUNDS is not None:
+        program = "Z:" + ZATMAP[-1].replace("/", "\\")
+        status, out, err = ROUNDS.wait_for(root, [program, "check", *arguments])
         return status, out.decode("utf-8").replace("\r\n", "\n"), err.decode("utf-8", "replace")
     environment = dict(os.environ, ZATLIB_CODEPAGE="932")
     result = subprocess.run([*ZATMAP, "check", *arguments], cwd=root, env=environment,
@@ -222,11 +253,6 @@ def findings_of(text):
 
 class CheckTest(unittest.TestCase):
     maxDiff = None
-
-    def setUp(self):
-        if BATCH is not None:
-            BATCH.test = self.id().replace("__main__.", "")
-            BATCH.number = 0
 
     def expect(self, files, *expected, options=(), folders=("out",), skip=()):
         """The findings are just these, in this order; kinds in `skip` are not looked at."""
@@ -1298,10 +1324,44 @@ class Documentation(unittest.TestCase):
                                  for kind, info in KINDS.items()})
 
 
-class ZzEveryKind(unittest.TestCase):
-    def test_every_kind_has_a_case(self):
-        # A read that the system refuses cannot be made here.
-        self.assertEqual(sorted(set(KINDS) - SEEN - {"file-read"}), [])
+def every_kind_has_a_case():
+    # A read that the system refuses cannot be made here.
+    missing = sorted(set(KINDS) - SEEN - {"file-read"})
+    assert not missing, "no case has shown %s" % ", ".join(missing)
+
+
+def cases_of(suite):
+    for part in suite:
+        if isinstance(part, unittest.TestSuite):
+            yield from cases_of(part)
+        else:
+            yield part
+
+
+def load_tests(_loader, suites, _pattern):
+    """All cases, and behind them, when they have shown their kinds, the one that looks for others. A
+    run of single cases goes without it."""
+    return unittest.TestSuite([suites, unittest.FunctionTestCase(every_kind_has_a_case)])
+
+
+class Loader(unittest.TestLoader):
+    """Puts the cases of Windows together."""
+
+    @staticmethod
+    def together(suite):
+        global ROUNDS
+        *others, last = list(cases_of(suite)) or [None]
+        if isinstance(last, unittest.FunctionTestCase):
+            ROUNDS = Rounds(others)
+            return unittest.TestSuite([ROUNDS, last])
+        ROUNDS = Rounds(cases_of(suite))
+        return unittest.TestSuite([ROUNDS])
+
+    def loadTestsFromModule(self, module, *, pattern=None):
+        return self.together(super().loadTestsFromModule(module, pattern=pattern))
+
+    def loadTestsFromNames(self, names, module=None):
+        return self.together(super().loadTestsFromNames(names, module))
 
 
 def main():
@@ -1322,26 +1382,10 @@ def main():
             rest.append(word)
     WINDOWS = program.lower().endswith(".exe")
     ZATMAP = [*launcher, program]
-    _, text, errors = run(None, "--kinds", "--json")
+    _, text, _ = run(None, "--kinds", "--json")
     KINDS = {info["kind"]: info for info in json.loads(text)}
-    global BATCH
-    if not WINDOWS:
-        unittest.main(argv=[sys.argv[0], *rest])
-    BATCH = Batch()
-    try:
-        asserts = [name for name in dir(unittest.TestCase) if name.startswith("assert")]
-        for name in asserts:
-            setattr(CheckTest, name, lambda *arguments: None)
-        with open(os.devnull, "w", encoding="utf-8") as nowhere:
-            unittest.main(argv=[sys.argv[0], *rest], exit=False,
-                          testRunner=unittest.TextTestRunner(stream=nowhere))
-        for name in asserts:
-            delattr(CheckTest, name)
-        SEEN.clear()
-        BATCH.go()
-        unittest.main(argv=[sys.argv[0], *rest])
-    finally:
-        shutil.rmtree(BATCH.folder)
+    unittest.main(argv=[sys.argv[0], *rest],
+                  testLoader=Loader() if WINDOWS else unittest.TestLoader())
 
 
 if __name__ == "__main__":
