@@ -1,4 +1,4 @@
-// The subcommands of zatmap, one file each.
+// The subcommands of zatmap, and the exit status that they share.
 #pragma once
 
 #include <CLI/CLI.hpp>

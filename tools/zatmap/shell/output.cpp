@@ -55,7 +55,9 @@ std::string CleanText(const std::string& text, Unclean unclean) {
 }
 
 std::string NameText(const char* name) {
-  return CleanText(std::string(name, strnlen(name, zatlib::kNameSize)), Unclean::kQuestionMark);
+  std::string text(name, zatlib::kNameSize);
+  text.resize(std::strlen(text.c_str()));
+  return CleanText(text, Unclean::kQuestionMark);
 }
 
 std::string Degrees(int32_t value) {
