@@ -77,7 +77,8 @@ def resolve(root, path, name):
     """The project file that a quoted include means, None when there is no such file."""
     for folder in (os.path.dirname(path), "src", "include", "tools/zatmap"):
         found = os.path.normpath(os.path.join(folder, name))
-        if os.path.isfile(os.path.join(root, found)):
+        # A header may be made by the build, from a file with .in behind its name.
+        if any(os.path.isfile(os.path.join(root, found + end)) for end in ("", ".in")):
             return found.replace(os.sep, "/")
     return None
 

@@ -1,12 +1,15 @@
 // zatmap: builds calc map data and looks at it, from the command line.
+#include <string>
+
 #include "commands.h"
+#include "interface/entry/version.h"
 
 int main(int argc, char** argv) {
   CLI::App app{"zatmap builds calc map data: a road network prepared for route calculation."};
   app.name("zatmap");
   // "/data/out" is a path on Windows too.
   app.allow_windows_style_options(false);
-  app.set_version_flag("--version", "zatmap 4.0.8.5");
+  app.set_version_flag("--version", std::string("zatmap ") + zatlib::kVersionText);
   app.require_subcommand(1);
   app.footer(
       "Exit status: 0 done, 1 failed, cancelled or errors found, 2 wrong usage.\n"

@@ -1,6 +1,7 @@
 #include "frd/text.h"
 #include "interface/driver/build_driver.h"
 #include "interface/entry/run_modes.h"
+#include "interface/entry/version.h"
 #include "platform/process.h"
 #include "zatlib.h"
 
@@ -10,9 +11,10 @@ using zatlib::SilentRule;
 
 namespace {
 
-constexpr int kVersion = 4085;  // 4.0.8.5
-constexpr char kBanner[] = "ZAT Calc Map Library Ver 4.085";
 constexpr size_t kBannerSize = 34;  // bytes that a caller's buffer holds
+// Hosts compare with this number, so that a new one is a break for them.
+static_assert(zatlib::kVersionNumber == 4085);
+static_assert(sizeof zatlib::kBanner <= kBannerSize);
 
 }  // namespace
 
@@ -28,8 +30,8 @@ int DllMain(void* module, unsigned long reason, void*) {
 #endif
 
 int ZAT_NWB_GetLibVersion(char* banner) {
-  if (banner != nullptr) zatlib::FRD_CopyText(banner, kBannerSize, kBanner);
-  return kVersion;
+  if (banner != nullptr) zatlib::FRD_CopyText(banner, kBannerSize, zatlib::kBanner);
+  return zatlib::kVersionNumber;
 }
 
 void* ZAT_NWB_GetLibInstance(void) { return zatlib::platform::ModuleHandle(); }
