@@ -138,7 +138,8 @@ BUILTINS = {":", ".", "[", "[[", "break", "cd", "command", "continue", "declare"
             "readonly", "return", "set", "shift", "shopt", "source", "test", "trap", "true", "type",
             "ulimit", "umask", "unset", "wait"}
 # Commands whose arguments are, after options, settings and numbers, another command.
-CARRIERS = {"env", "exec", "nice", "nohup", "sudo", "timeout", "xvfb-run"}
+CARRIERS = {"env", "exec", "nice", "nohup", "sudo", "timeout", "xargs", "xvfb-run"}
+OPTIONS_WITH_VALUE = {"xargs": ("-P", "-n")}
 ASSIGNMENT = re.compile(r"[A-Za-z_]\w*(\[[^]]*\])?\+?=")
 ARRAY = re.compile(r"\$\{(\w+)\[[@*]\]\}$")
 
@@ -326,6 +327,8 @@ def called_by_shell(text, known_functions=(), arrays=None):
                     words[0].startswith(("-", "$")) or re.match(r"[\d.]+[smh]?$", words[0])):
                 if "/" in words[0]:
                     return
+                if words[0] in OPTIONS_WITH_VALUE.get(word, ()):
+                    words = words[1:]
                 words = words[1:]
 
     for words in shell.commands:
