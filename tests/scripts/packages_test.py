@@ -32,6 +32,7 @@ PROGRAMS = {
     "ctest": "cmake",
     "g++": "g++",
     "gcc": "g++",
+    "gcovr": "gcovr",
     "import": "imagemagick",
     "ninja": "ninja-build",
     "ogrinfo": "gdal-bin",
