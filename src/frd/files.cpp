@@ -356,8 +356,8 @@ bool RecordWriter::Open(const char* path, uint32_t record_size, bool append) {
     offset_ = file_.Seek(0, platform::SeekFrom::kEnd);
     if (offset_ < 0) file_.Close();
   }
-  capacity_ = kWriteBlock / record_size * record_size;
-  if (file_.IsOpen() && !block_ && !block_.Allocate(capacity_)) file_.Close();
+  block_.Take(kWriteBlock);
+  capacity_ = static_cast<uint32_t>(block_.room()) / record_size * record_size;
   return file_.IsOpen();
 }
 

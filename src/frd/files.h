@@ -8,6 +8,7 @@
 
 #include "frd/memory.h"
 #include "frd/text.h"
+#include "frd/work_buffer.h"
 #include "platform/file.h"
 
 namespace zatlib {
@@ -183,7 +184,7 @@ class RecordWriter {
   bool RefuseMore();
 
   platform::File file_;
-  PageArray<char> block_;
+  WorkBuffer<char> block_;
   uint32_t record_size_ = 1;
   uint32_t used_ = 0;
   uint32_t capacity_ = 0;

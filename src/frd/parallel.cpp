@@ -4,6 +4,7 @@
 #include <atomic>
 #include <condition_variable>
 #include <mutex>
+#include <new>
 #include <system_error>
 #include <thread>
 #include <vector>
@@ -52,6 +53,8 @@ struct Workers::State {
       }
     } catch (const std::system_error&) {
       // The threads there are will do.
+    } catch (const std::bad_alloc&) {
+      // So they will.
     }
   }
 

@@ -14,8 +14,9 @@
 namespace zatlib {
 namespace {
 
-constexpr double kMegabyte = 1024.0 * 1024.0;
 constexpr uint32_t kMethodSize = 512;  // bytes of the BUILDMETHOD value
+
+double Megabytes(uint64_t bytes) { return static_cast<double>(bytes) / 1024.0 / 1024.0; }
 
 // A block of a trial allocation.
 struct TrialBlock {
@@ -52,90 +53,6 @@ class Trial {
   size_t count_ = 0;
 };
 
-void LogCase(char name, int64_t nodes, int64_t links, uint64_t bytes) {
-  LogBuild("CASE %c: NumNode=%ld NumLink=%ld AllocMem=%.1lfMB", name, ShownAs<long>(nodes),
-           ShownAs<long>(links), static_cast<double>(bytes) / 1024.0 / 1024.0);
-}
-
-// The first blocks of cases A and C live through the whole build: the stores or their positions and
-// the two indexes. Cases B and D keep them.
-constexpr size_t kKept = 5;
-
-int ChooseByTrial(WindowHandle owner, const char* control_file) {
-  const platform::MemoryStatus memory = platform::GetMemoryStatus();
-  LogBuild(
-      "Total Physycal=%.1lfMB, Available Physycal=%.1lfMB\r\nTotal Paging=%.1lfMB, Available "
-      "Paging=%.1lfMB",
-      static_cast<double>(memory.total_physical) / 1024.0 / 1024.0,
-      static_cast<double>(memory.available_physical) / 1024.0 / 1024.0,
-      static_cast<double>(memory.total_paging) / 1024.0 / 1024.0,
-      static_cast<double>(memory.available_paging) / 1024.0 / 1024.0);
-  const uint64_t n =
-      FileSize(OutputPath(control_file, kNodeStoreFile).c_str()) / sizeof(NodeStoreRecord);
-  const uint64_t l =
-      FileSize(OutputPath(control_file, kLinkStoreFile).c_str()) / sizeof(LinkStoreRecord);
-  const auto nodes = static_cast<int64_t>(n);
-  const auto links = static_cast<int64_t>(l);
-
-  Trial trial;
-  uint64_t sum = 0;
-  // Case A: node and link data through files.
-  bool good = trial.Allocate({{3 * n, false},
-                              {4 * (l + 2), true},
-                              {4 * (n + 2), true},
-                              {16 * (l + 2), true},
-                              {16 * (n + 2), true},
-                              {16 * (n + 2), true},
-                              {32 * (n + 2), true},
-                              {8 * (n + 2), true},
-                              {n + 2, true},
-                              {8 * (n + 2), true}},
-                             &sum);
-  if (good) LogCase('A', nodes, links, sum);
-  trial.FreeFrom(good ? kKept : 0);
-  if (good) {
-    // Case B: network data through files.
-    sum = trial.SizeOf(1) + trial.SizeOf(2) + trial.SizeOf(3) + trial.SizeOf(4);
-    good = trial.Allocate({{32 * (n + 2), true}, {16 * (l + 2), true}, {32 * (l + 2), true}}, &sum);
-    if (good) LogCase('B', nodes, links, sum);
-    trial.FreeFrom(0);
-  }
-  if (!good) {
-    ReportError(owner, "Memory Error in Building Road Networks",
-                "Not enough memory for the operation!");
-    return kNotEnoughMemory;
-  }
-  // Case C: node and link data in memory.
-  sum = 0;
-  good = trial.Allocate({{4 * n, false},
-                         {48 * (l + 2), true},
-                         {96 * (n + 2), true},
-                         {16 * (l + 2), true},
-                         {16 * (n + 2), true},
-                         {16 * (n + 2), true},
-                         {32 * (n + 2), true},
-                         {8 * (n + 2), true},
-                         {n + 2, true},
-                         {8 * (n + 2), true}},
-                        &sum);
-  if (!good) return kFileOperation;
-  LogCase('C', nodes, links, sum);
-  trial.FreeFrom(kKept);
-  // Case D: network data in memory, with the kept blocks counted as in case B.
-  sum = 0;
-  good = trial.Allocate({{32 * (n + 2), true}, {16 * (l + 2), true}, {32 * (l + 2), true}}, &sum);
-  if (!good) return kFileOperation;
-  sum += trial.SizeOf(1) + trial.SizeOf(2) + trial.SizeOf(3) + trial.SizeOf(4);
-  LogCase('D', nodes, links, sum);
-  const double need = static_cast<double>(sum) / kMegabyte;
-  const double physical = static_cast<double>(memory.total_physical) / kMegabyte;
-  if (need > physical) {
-    LogBuild("File Operation is recommended ( Need %.1lfMB > Physical %.1lfMB )", need, physical);
-    return kFileOperation;
-  }
-  return kMemoryOperation;
-}
-
 // The steps of one way of building.
 struct MemorySteps {
   using Nodes = NodeArray;
@@ -158,6 +75,91 @@ struct FileSteps {
   static constexpr auto CreateNetwork = BRN450_CreateNetworkData;
 };
 
+// Records of the stores, those without a code included.
+struct StoreCounts {
+  uint64_t nodes;
+  uint64_t links;
+
+  // Bytes of an array by node or link number.
+  template <typename Record>
+  uint64_t OfNodes() const {
+    return sizeof(Record) * RoomFor(static_cast<int64_t>(nodes));
+  }
+  template <typename Record>
+  uint64_t OfLinks() const {
+    return sizeof(Record) * RoomFor(static_cast<int64_t>(links));
+  }
+};
+
+void LogCase(char name, const StoreCounts& stores, uint64_t bytes) {
+  LogBuild("CASE %c: NumNode=%ld NumLink=%ld AllocMem=%.1lfMB", name, ShownAs<long>(stores.nodes),
+           ShownAs<long>(stores.links), Megabytes(bytes));
+}
+
+// Takes, for a moment, what one way of building needs, and logs the sums. The first blocks live
+// through the whole build: the stores or their positions and the two indexes, and `spare` bytes for
+// buffers, which are not counted. First the node data is made beside them, then the network data;
+// everything else that the steps hold, and those behind them, fits in one of the two. What only
+// makes a step faster is no part of it: without memory it is left out. False when it does not fit.
+// `*sum` is that of the network data.
+template <typename Steps>
+bool Fits(const StoreCounts& stores, uint64_t spare, const char* cases, uint64_t* sum) {
+  using HeldLink = typename Steps::Links::Held;
+  using HeldNode = typename Steps::Nodes::Held;
+  constexpr size_t kKept = 5;
+  Trial trial;
+  *sum = 0;
+  if (!trial.Allocate({{spare, false},
+                       {stores.OfLinks<HeldLink>(), true},
+                       {stores.OfNodes<HeldNode>(), true},
+                       {stores.OfLinks<CodeIndexRecord>(), true},
+                       {stores.OfNodes<CodeIndexRecord>(), true},
+                       {stores.OfNodes<NodeLocation>(), true},
+                       {stores.OfNodes<NodeNameRecord>(), true},
+                       {stores.OfNodes<SlotBytes>(), true},   // prohibited turns
+                       {stores.OfNodes<uint8_t>(), true},     // node attributes
+                       {stores.OfNodes<SlotBytes>(), true}},  // connection attributes
+                      sum)) {
+    return false;
+  }
+  LogCase(cases[0], stores, *sum);
+  trial.FreeFrom(kKept);
+  *sum = trial.SizeOf(1) + trial.SizeOf(2) + trial.SizeOf(3) + trial.SizeOf(4);
+  if (!trial.Allocate({{stores.OfNodes<NodeLinks>(), true},
+                       {stores.OfLinks<LinkNodes>(), true},
+                       {stores.OfLinks<DrawingRecord>(), true}},
+                      sum)) {
+    return false;
+  }
+  LogCase(cases[1], stores, *sum);
+  return true;
+}
+
+int ChooseByTrial(WindowHandle owner, const char* control_file) {
+  const platform::MemoryStatus memory = platform::GetMemoryStatus();
+  LogBuild(
+      "Total Physycal=%.1lfMB, Available Physycal=%.1lfMB\r\nTotal Paging=%.1lfMB, Available "
+      "Paging=%.1lfMB",
+      Megabytes(memory.total_physical), Megabytes(memory.available_physical),
+      Megabytes(memory.total_paging), Megabytes(memory.available_paging));
+  const StoreCounts stores = {
+      FileSize(OutputPath(control_file, kNodeStoreFile).c_str()) / sizeof(NodeStoreRecord),
+      FileSize(OutputPath(control_file, kLinkStoreFile).c_str()) / sizeof(LinkStoreRecord)};
+  uint64_t sum = 0;
+  if (!Fits<FileSteps>(stores, 3 * stores.nodes, "AB", &sum)) {
+    ReportError(owner, "Memory Error in Building Road Networks",
+                "Not enough memory for the operation!");
+    return kNotEnoughMemory;
+  }
+  if (!Fits<MemorySteps>(stores, 4 * stores.nodes, "CD", &sum)) return kFileOperation;
+  if (Megabytes(sum) > Megabytes(memory.total_physical)) {
+    LogBuild("File Operation is recommended ( Need %.1lfMB > Physical %.1lfMB )", Megabytes(sum),
+             Megabytes(memory.total_physical));
+    return kFileOperation;
+  }
+  return kMemoryOperation;
+}
+
 // What the stages of one way of building hand on to each other.
 template <typename Steps>
 struct NetworkBuild {
@@ -179,7 +181,7 @@ struct NetworkBuild {
                   "");
       return 0;
     }
-    if (!build.node_index.Allocate(static_cast<uint64_t>(build.nodes.count) + 2)) {
+    if (!build.node_index.Allocate(RoomFor(build.nodes.count))) {
       ReportError(build.owner, "Memory Error",
                   "Can't allocate the memory for NodeIndex : num node=%d", build.nodes.count);
       return 0;
@@ -193,7 +195,7 @@ struct NetworkBuild {
   }
 
   static int CreateLinks(NetworkBuild& build) {
-    if (!build.link_index.Allocate(static_cast<uint64_t>(build.links.count) + 2)) {
+    if (!build.link_index.Allocate(RoomFor(build.links.count))) {
       ReportError(build.owner, "Memory Error",
                   "Can't allocate the memory for LinkIndex : num link=%d", build.links.count);
       return 0;

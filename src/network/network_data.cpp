@@ -10,6 +10,7 @@
 #include "frd/log.h"
 #include "frd/long_pass.h"
 #include "frd/parallel.h"
+#include "frd/work_buffer.h"
 #include "network/connection_cost.h"
 
 namespace zatlib {
@@ -161,27 +162,45 @@ struct NetworkBuilder {
   const char* control_file;
   int code_length = 0;
 
-  PageArray<NodeLinks> node_links{};    // N + 2
-  PageArray<LinkNodes> link_nodes{};    // L + 2
-  PageArray<DrawingRecord> drawings{};  // L + 2
-  PageArray<uint32_t> cities{};         // N: city of the link in the first slot
-  PageArray<CalcNode> calc_nodes[2]{};  // a block that is written, one that is made
+  PageArray<NodeLinks> node_links{};     // N + 2
+  PageArray<LinkNodes> link_nodes{};     // L + 2
+  PageArray<DrawingRecord> drawings{};   // L + 2
+  PageArray<uint32_t> cities{};          // N + 2: city of the link in the first slot; empty where
+                                         // memory is short
+  WorkBuffer<CalcNode> calc_nodes[2]{};  // a block that is written, one that is made
   int connection_errors = 0;
   KeyTree node_tree{};  // over node_index
   KeyTree link_tree{};  // over link_index
   Workers workers{};
 
+  // What the step cannot do without: no more than the choice between memory and files has tried.
   bool Reserve() {
-    const auto node_room = static_cast<uint64_t>(nodes.count) + 2;
-    const auto link_room = static_cast<uint64_t>(links.count) + 2;
-    return node_links.Allocate(node_room) && link_nodes.Allocate(link_room) &&
-           drawings.Allocate(link_room) && cities.Allocate(node_room) &&
-           calc_nodes[0].Allocate(CalcBlock()) && calc_nodes[1].Allocate(CalcBlock());
+    return node_links.Allocate(RoomFor(nodes.count)) && link_nodes.Allocate(RoomFor(links.count)) &&
+           drawings.Allocate(RoomFor(links.count));
   }
 
-  uint64_t CalcBlock() const {
-    return static_cast<uint64_t>(
-        std::min(nodes.count, texts.calc_nodes_progress == nullptr ? kCalcBlock : kStatusInterval));
+  // What makes it fast, as far as there is memory.
+  void ReserveMore() {
+    for (WorkBuffer<CalcNode>& block : calc_nodes) {
+      block.Take(std::min(nodes.count, CalcInterval()));
+    }
+    nodes.AtOnce();
+    links.AtOnce();
+    node_tree.Build(node_index, nodes.count);
+    link_tree.Build(link_index, links.count);
+    cities.Allocate(RoomFor(nodes.count));
+  }
+
+  // Nodes between two looks at the user while calc records are made.
+  int32_t CalcInterval() const {
+    return texts.calc_nodes_progress == nullptr ? kCalcBlock : kStatusInterval;
+  }
+
+  // Nodes from `begin` on whose calc records are made at once: within an interval.
+  int32_t CalcBlock(int32_t begin) {
+    const int64_t room = std::min(calc_nodes[0].room(), calc_nodes[1].room());
+    return static_cast<int32_t>(std::min<int64_t>(
+        {room, nodes.AtOnce(), CalcInterval() - begin % CalcInterval(), nodes.count - begin}));
   }
 
   // What BRN_FindIndexRecord finds.
@@ -282,7 +301,8 @@ struct NetworkBuilder {
   // Link-node records and drawing records, in link order.
   int MakeLinkNodes() {
     if (BRN_BeginStep(texts.link_nodes) == 0) return 0;
-    return ForBlocks(links.count, texts.link_nodes_progress, [&](int32_t begin, int32_t end) {
+    const int32_t at_once = links.AtOnce();
+    const auto make = [&](int32_t begin, int32_t end) {
       int32_t count = end - begin;
       const LinkStoreRecord* records = links.Fetch(begin, &count);
       std::atomic<bool> whole{true};
@@ -308,7 +328,8 @@ struct NetworkBuilder {
         return 0;
       }
       return 1;
-    });
+    };
+    return ForBlocks(links.count, texts.link_nodes_progress, at_once, make);
   }
 
   // One connection error: the first is shown, all are logged. False when there are too many.
@@ -343,7 +364,7 @@ struct NetworkBuilder {
       if (found < 0) continue;
       const int32_t link = link_index[found].Number;
       if (link < 0) continue;
-      if (!has_city) cities[static_cast<uint64_t>(i)] = link_index[found].CityCode;
+      if (!has_city && cities) cities[static_cast<uint64_t>(i)] = link_index[found].CityCode;
       has_city = true;
       const LinkNodes& ends = link_nodes[static_cast<uint64_t>(link)];
       slot_links.Link[s] = link;
@@ -395,8 +416,7 @@ struct NetworkBuilder {
   // Begins the block at node `begin` on the other processors.
   void StartCalcNodes(int32_t begin, CalcNode* out, CalcWork* work) {
     work->begin = begin;
-    work->wanted = static_cast<int32_t>(
-        std::min(static_cast<int64_t>(CalcBlock()), int64_t{nodes.count} - begin));
+    work->wanted = CalcBlock(begin);
     work->count = work->wanted;
     if (work->wanted > 0) work->records = nodes.Fetch(begin, &work->count);
     work->out = out;
@@ -448,7 +468,8 @@ struct NetworkBuilder {
     StartCalcNodes(0, calc_nodes[0].data(), &work);
     while (work.wanted > 0 && result != 0 && writing) {
       workers.Finish();
-      if (progress != nullptr && SetStatusNumber(progress, work.begin) == 0) {
+      if (progress != nullptr && work.begin % kStatusInterval == 0 &&
+          SetStatusNumber(progress, work.begin) == 0) {
         result = 0;
         break;
       }
@@ -483,7 +504,8 @@ struct NetworkBuilder {
   // The city of a node is that of the link in its first slot.
   int SetCities() {
     if (BRN_BeginStep(texts.cities) == 0) return 0;
-    return ForBlocks(nodes.count, texts.cities_progress, [&](int32_t begin, int32_t end) {
+    const auto set = [&](int32_t begin, int32_t end) {
+      if (!cities) return SetCitiesFromLinks(begin, end);
       workers.RunRanges(end - begin, kGrain, [&](int64_t first, int64_t limit) {
         for (int64_t i = begin + first; i < begin + limit; ++i) {
           const auto node = static_cast<uint64_t>(node_index[i].Number);
@@ -491,7 +513,23 @@ struct NetworkBuilder {
         }
       });
       return 1;
-    });
+    };
+    return ForBlocks(nodes.count, texts.cities_progress, nodes.count, set);
+  }
+
+  // The same from the links' own records. Returns 1; 0 when one cannot be read (reported).
+  int SetCitiesFromLinks(int32_t begin, int32_t end) {
+    for (int32_t i = begin; i < end; ++i) {
+      const int32_t number = node_links[static_cast<uint64_t>(node_index[i].Number)].Link[0];
+      if (number == -1) continue;
+      const LinkStoreRecord* link = links.At(number);
+      if (link == nullptr) {
+        ReportLink(number);
+        return 0;
+      }
+      node_index[i].CityCode = link->CityCode;
+    }
+    return 1;
   }
 
   int Save(const char* name, const char* error, const void* data, uint64_t size) {
@@ -537,14 +575,13 @@ struct NetworkBuilder {
       ReportError(owner, texts.file_title, "Can't open the link store (%s) !", link_path.c_str());
       return 0;
     }
-    // Places save time only: they give way to what the step cannot do without.
+    // Places save time only: they give way.
     if (!Reserve() && !(DropPlaces(nodes) && Reserve())) {
       ReportError(owner, "Memory Error in BRN_CreateNetworkData",
                   "Can't allocate the momories for NodeLinkIndex, LinkNodeIndex, DrawMapL!");
       return 0;
     }
-    node_tree.Build(node_index, nodes.count);
-    link_tree.Build(link_index, links.count);
+    ReserveMore();
     if (MakeLinkNodes() == 0) return 0;
     // They have done their duty.
     DropPlaces(nodes);

@@ -43,7 +43,7 @@ int LoadStore(WindowHandle owner, const LoadTexts& texts, const char* control_fi
     result = 0;
   } else {
     count = store.count();
-    if (count > kMaxRecords || !reserve(static_cast<uint64_t>(count) + 2)) {
+    if (count > kMaxRecords || !reserve(RoomFor(count))) {
       ReportError(owner, texts.memory_title, texts.no_memory, ShownAs<long>(count));
       result = 0;
     }
@@ -139,7 +139,7 @@ struct NodeDataTexts {
 template <typename Source, typename Fill, typename NotRead>
 int FillFrom(Source& source, const char* progress, Fill fill, NotRead not_read) {
   Workers workers;
-  return ForBlocks(source.count, progress, [&](int32_t begin, int32_t end) {
+  return ForBlocks(source.count, progress, source.AtOnce(), [&](int32_t begin, int32_t end) {
     int32_t count = end - begin;
     const auto* records = source.Fetch(begin, &count);
     workers.RunRanges(count, kGrain, [&](int64_t first, int64_t limit) {
@@ -170,7 +170,7 @@ int SaveArray(WindowHandle owner, const char* status, const char* name, const ch
 template <typename Nodes>
 int FillNodeData(WindowHandle owner, const NodeDataTexts& texts, Nodes& nodes,
                  CodeIndexRecord* index, const char* control_file) {
-  const auto room = static_cast<uint64_t>(nodes.count) + 2;
+  const uint64_t room = RoomFor(nodes.count);
   PageArray<NodeLocation> locations;
   PageArray<NodeNameRecord> names;
   PageArray<SlotBytes> turns;
@@ -240,7 +240,7 @@ int FillLinkData(WindowHandle owner, const LinkDataTexts& texts, Links& links,
   RoadDefinition definition;
   BRN_LoadRoadDef(&definition, control_file);
   PageArray<LinkNameRecord> names;
-  if (!names.Allocate(static_cast<uint64_t>(links.count) + 2)) {
+  if (!names.Allocate(RoomFor(links.count))) {
     ReportError(owner, texts.memory_title, texts.no_memory, links.count);
     return 0;
   }

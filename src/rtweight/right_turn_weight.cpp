@@ -5,6 +5,7 @@
 #include <cstdarg>
 #include <cstring>
 #include <new>
+#include <tuple>
 #include <utility>
 
 #include "frd/control.h"
@@ -64,12 +65,12 @@ int Fail(WindowHandle owner, const char* format, ...) {
   return 0;
 }
 
-// Opens a node file, which must not be empty, and reads its first block.
+// Opens a node file, which must not be empty, and reads its first block of `block_nodes` nodes.
 int OpenInput(WindowHandle owner, const char* path, uint64_t least_size, uint32_t record_size,
-              BlockReader* file) {
+              int64_t block_nodes, BlockReader* file) {
   const FileResult result = FileSize(path) < least_size
                                 ? FileResult::kNoMemory
-                                : file->Open(path, record_size, kBlockNodes);
+                                : file->Open(path, record_size, block_nodes);
   if (result == FileResult::kDone) return 1;
   if (result == FileResult::kNoMemory) {
     return Fail(owner, "Can't find the file / allcate the memory : %s", path);
@@ -85,14 +86,16 @@ struct LinkShapes {
 };
 
 // Loads the codes of all links and looks their shapes up; the codes are not needed any longer then.
+// Where memory is short, the blocks of `nodes` give way.
 int FindShapes(WindowHandle owner, const char* control_file, const char* folder,
-               const ShapeHolder& shapes, Workers& workers, LinkShapes* links) {
+               const ShapeHolder& shapes, BlockReader& nodes, Workers& workers, LinkShapes* links) {
   const PathText path = PathIn(folder, kDrawingFile);
   const uint64_t size = FileSize(path.c_str());
   const uint64_t count = size / sizeof(DrawingRecord);
   links->count = static_cast<int64_t>(count);
   PageArray<FeatureCode> codes;
-  if (size == 0 || !codes.Allocate(count) || !links->positions.Allocate(count)) {
+  const auto reserve = [&] { return codes.Allocate(count) && links->positions.Allocate(count); };
+  if (size == 0 || (!reserve() && !(nodes.Shrink() && reserve()))) {
     return Fail(owner, "Can't find the file / allcate the memory : %s", path.c_str());
   }
   if (MM_SUB_LoadLinkCodes(links->count, codes.data(), control_file) == 0) {
@@ -499,7 +502,7 @@ int MM_RightTurnWeightMain(const TurnTables& tables, SlotBytes* weights, const c
     });
     const bool read = nodes.Advance() && node_links.Advance();
     workers.Finish();
-    if (!read || (count == kBlockNodes && BRN_SetStatus(nullptr) == 0)) return 0;
+    if (!read || (count == nodes.block_limit() && BRN_SetStatus(nullptr) == 0)) return 0;
   }
   return 1;
 }
@@ -525,13 +528,13 @@ int MM_CreateRightTurnWeight(WindowHandle owner, const char* control_file) {
   const PathText calc_path = PathIn(folder, kCalcNodeFile);
   const PathText node_link_path = PathIn(folder, kNodeLinkFile);
   BlockReader nodes;
-  if (OpenInput(owner, calc_path.c_str(), 1, sizeof(CalcNode), &nodes) == 0) return 0;
+  if (OpenInput(owner, calc_path.c_str(), 1, sizeof(CalcNode), kBlockNodes, &nodes) == 0) return 0;
   LinkShapes links;
-  if (FindShapes(owner, control_file, folder, *holder.get(), workers, &links) == 0) return 0;
+  if (FindShapes(owner, control_file, folder, *holder.get(), nodes, workers, &links) == 0) return 0;
   holder.get()->FreeIndex();
   BlockReader node_links;
-  if (OpenInput(owner, node_link_path.c_str(), sizeof(NodeLinks), sizeof(NodeLinks), &node_links) ==
-      0) {
+  if (OpenInput(owner, node_link_path.c_str(), sizeof(NodeLinks), sizeof(NodeLinks),
+                nodes.block_limit(), &node_links) == 0) {
     return 0;
   }
 
@@ -544,10 +547,22 @@ int MM_CreateRightTurnWeight(WindowHandle owner, const char* control_file) {
 
   const int64_t node_count = nodes.count();
   PageArray<SlotBytes> weights;
-  if (!weights.Allocate(static_cast<uint64_t>(node_count) + 10)) {
+  const auto reserve = [&] { return weights.Allocate(static_cast<uint64_t>(node_count) + 10); };
+  if (!reserve() && !(node_links.Shrink() && reserve()) && !(nodes.Shrink() && reserve())) {
     // The number has always been smaller than the request, by 64.
     return Fail(owner, "Can't allocate the memory for the RtWeight, size=%lld",
                 static_cast<long long>(node_count * 8 + 16));
+  }
+  // The blocks of both files go side by side.
+  const int64_t block_nodes = std::min(nodes.block_limit(), node_links.block_limit());
+  for (const auto& [file, path, record_size] :
+       {std::tuple(&nodes, &calc_path, sizeof(CalcNode)),
+        std::tuple(&node_links, &node_link_path, sizeof(NodeLinks))}) {
+    if (file->block_limit() > block_nodes &&
+        OpenInput(owner, path->c_str(), 1, static_cast<uint32_t>(record_size), block_nodes, file) ==
+            0) {
+      return 0;
+    }
   }
   if (MM_RightTurnWeightMain(tables, weights.data(), folder, workers) == 0) {
     for (const auto& [file, path] :

@@ -17,14 +17,14 @@ inline constexpr double kFirstCodeWithoutShape = 9.9e13;
 // The network as this step reads it. The node files are read block by block; a table that is
 // shorter than the numbers in another one promise is never read beyond its end.
 struct TurnTables {
-  BlockReader* nodes = nullptr;            // mapcalc.dat, in blocks of kBlockNodes
-  BlockReader* node_links = nullptr;       // nodelink.idx, likewise
+  BlockReader* nodes = nullptr;            // mapcalc.dat, in blocks of at most kBlockNodes
+  BlockReader* node_links = nullptr;       // nodelink.idx, in blocks of as many
   const int32_t* shape_of_link = nullptr;  // by link number: position of its shape, -1 = none
   int64_t link_count = 0;
   const ShapeHolder* shapes = nullptr;  // with the ends of the shapes
 };
 
-// Nodes read at a time, between two looks for a cancel.
+// Nodes read at a time, between two looks for a cancel; fewer where memory is short.
 inline constexpr int64_t kBlockNodes = 0x4000;
 
 // A coordinate in degrees: the double nearest to units / 1000000, as a division gives it, without

@@ -17,9 +17,10 @@ constexpr char kMemoryError[] = "Memory Error in SHAPE_OpenShape";
 
 constexpr int64_t kPointSize = sizeof(ShapePoint);
 constexpr int64_t kMaxShapeSize = kMaxShapePoints * kPointSize;  // bytes of one shape at most
-constexpr int64_t kWindowStep = 1 << 20;  // bytes from one window on the data to the next
+constexpr int64_t kWindowStep = 1 << 20;  // bytes from one window on the data to the next, at most
+constexpr int64_t kLeastStep = 1 << 12;   // and at least
 constexpr int64_t kEntriesOfPart = 4096;  // index entries that a thread takes at a time
-static_assert(kWindowStep % kPointSize == 0);
+static_assert(kLeastStep % kPointSize == 0);
 
 // Number of records of a file, as far as a 32-bit count goes.
 int32_t RecordCount(uint64_t size, uint64_t record_size) {
@@ -90,10 +91,11 @@ class DataOrder {
   PageArray<DataPlace> places_;  // empty: the order of the index
 };
 
-// The part of the data that is being looked at: kWindowStep bytes, and behind them as many as a
-// shape that begins there may need.
+// The part of the data that is being looked at: `step` bytes, and behind them as many as a shape
+// that begins there may need.
 struct DataWindow {
   char* bytes = nullptr;
+  int64_t step = kWindowStep;
   int64_t begin = 0;  // position in the file
   int64_t size = 0;   // bytes that could be read
   bool whole = true;  // all that the file should have there
@@ -112,11 +114,11 @@ void FillWindow(platform::File& file, int64_t held, int64_t wanted, DataWindow* 
 // The window behind `before`, of a file of which `limit` bytes count.
 void ReadNextWindow(platform::File& file, const DataWindow& before, int64_t limit,
                     DataWindow* window) {
-  window->begin = before.begin + kWindowStep;
-  const int64_t wanted = std::min(limit - window->begin, kWindowStep + kMaxShapeSize);
+  window->begin = before.begin + before.step;
+  const int64_t wanted = std::min(limit - window->begin, before.step + kMaxShapeSize);
   if (before.whole) {
     const int64_t held = before.end() - window->begin;
-    std::memcpy(window->bytes, before.bytes + kWindowStep, static_cast<size_t>(held));
+    std::memcpy(window->bytes, before.bytes + before.step, static_cast<size_t>(held));
     FillWindow(file, held, wanted - held, window);
   } else if (file.Seek(window->begin, platform::SeekFrom::kBegin) == window->begin) {
     FillWindow(file, 0, wanted, window);
@@ -124,6 +126,25 @@ void ReadNextWindow(platform::File& file, const DataWindow& before, int64_t limi
     window->size = 0;
     window->whole = false;
   }
+}
+
+// Takes memory for two windows on `limit` bytes, smaller ones where it is short. Returns the bytes
+// of one; 0 when there is no memory.
+int64_t TakeWindows(int64_t limit, PageArray<char>* buffer, DataWindow (&windows)[2]) {
+  int64_t refused = std::numeric_limits<int64_t>::max();
+  for (int64_t step = kWindowStep; step >= kLeastStep; step /= 2) {
+    const int64_t size = std::min(limit, step + kMaxShapeSize);
+    if (size == refused) continue;
+    if (!buffer->Allocate(2 * static_cast<uint64_t>(size))) {
+      refused = size;
+      continue;
+    }
+    windows[0].bytes = buffer->data();
+    windows[1].bytes = buffer->data() + size;
+    windows[0].step = windows[1].step = step;
+    return size;
+  }
+  return 0;
 }
 
 }  // namespace
@@ -195,7 +216,6 @@ struct ShapeAccess {
         memory_mode != 0
             ? holder->point_count_ * kPointSize
             : static_cast<int64_t>(std::min<uint64_t>(data.size, static_cast<uint64_t>(reach)));
-    const int64_t window_size = std::min(limit, kWindowStep + kMaxShapeSize);
     ShapeIndexEntry* const entries = holder->index_.data();
     const int64_t count = holder->entry_count_;
     // The memory operation is for machines that have room for all points.
@@ -206,18 +226,17 @@ struct ShapeAccess {
     all_points.Free();
     PageArray<char> buffer;
     DataOrder order;
-    if (!holder->ends_.Allocate(static_cast<uint64_t>(count)) ||
-        !buffer.Allocate(2 * static_cast<uint64_t>(window_size)) || !order.Make(entries, count)) {
+    if (!holder->ends_.Allocate(static_cast<uint64_t>(count)) || !order.Make(entries, count)) {
       return FailShapeData(owner, holder, data, FileResult::kNoMemory);
     }
+    DataWindow windows[2];
+    const int64_t window_size = TakeWindows(limit, &buffer, windows);
+    if (window_size == 0) return FailShapeData(owner, holder, data, FileResult::kNoMemory);
     platform::File file = OpenForReading(data.path.c_str());
     if (!file.IsOpen()) {
       return FailShapeData(owner, holder, data,
                            memory_mode != 0 ? FileResult::kNotRead : FileResult::kNotOpened);
     }
-    DataWindow windows[2];
-    windows[0].bytes = buffer.data();
-    windows[1].bytes = buffer.data() + window_size;
     FillWindow(file, 0, window_size, &windows[0]);
     int64_t first = 0;
     bool is_last = false;
@@ -226,8 +245,8 @@ struct ShapeAccess {
       if (memory_mode != 0 && !window.whole) {
         return FailShapeData(owner, holder, data, FileResult::kNotRead);
       }
-      is_last = window.begin + kWindowStep >= limit;
-      const int64_t behind = is_last ? count : order.FirstFrom(first, window.begin + kWindowStep);
+      is_last = window.begin + window.step >= limit;
+      const int64_t behind = is_last ? count : order.FirstFrom(first, window.begin + window.step);
       workers.StartRanges(behind - first, kEntriesOfPart, [&, first](int64_t begin, int64_t end) {
         for (int64_t i = first + begin; i < first + end; ++i) {
           const int64_t position = order.PositionAt(i);

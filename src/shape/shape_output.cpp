@@ -4,13 +4,13 @@ namespace zatlib {
 namespace {
 
 // Records whose entries wait for their points to be written: an entry must not get into the index
-// before its points are in the data.
-constexpr uint64_t kPendingRecords = 16384;
+// before its points are in the data. Fewer where memory is short.
+constexpr int64_t kPendingRecords = 16384;
 
 }  // namespace
 
 ShapeOutput::Opened ShapeOutput::Open(const char* data_path, const char* index_path, bool append) {
-  if (!pending_.Allocate(kPendingRecords)) return Opened::kNoData;
+  pending_.Take(kPendingRecords);
   if (!data_.Open(data_path, sizeof(ShapePoint), append)) return Opened::kNoData;
   if (!index_.Open(index_path, sizeof(ShapeIndexEntry), append)) return Opened::kNoIndex;
   start_ = data_.offset();
@@ -18,7 +18,7 @@ ShapeOutput::Opened ShapeOutput::Open(const char* data_path, const char* index_p
 }
 
 bool ShapeOutput::BeginRecord(FeatureCode code, bool line_object) {
-  if (pending_count_ == kPendingRecords && !WritePending()) return false;
+  if (pending_count_ == pending_.room() && !WritePending()) return false;
   ++record_;
   if (data_.offset() > kMaxOffset) return RefuseSize();
   pending_[pending_count_] = {
@@ -51,8 +51,8 @@ bool ShapeOutput::WritePending() {
   return stored;
 }
 
-bool ShapeOutput::StoreEntries(uint64_t count) {
-  for (uint64_t i = 0; i < count; ++i) {
+bool ShapeOutput::StoreEntries(int64_t count) {
+  for (int64_t i = 0; i < count; ++i) {
     if (!index_.Append(&pending_[i].entry)) {
       NoteFailedEntry();
       return false;
@@ -65,7 +65,7 @@ bool ShapeOutput::StoreEntries(uint64_t count) {
 void ShapeOutput::LocateFailedPoint() {
   const int64_t position =
       start_ + data_.failed_record() * static_cast<int64_t>(sizeof(ShapePoint));
-  uint64_t at = pending_count_ + (in_record_ ? 1 : 0);
+  int64_t at = pending_count_ + (in_record_ ? 1 : 0);
   if (at > 0) --at;
   while (at > 0 && pending_[at].entry.Offset > position) --at;
   const Pending& record = pending_[at];

@@ -6,7 +6,7 @@
 #include <limits>
 
 #include "frd/files.h"
-#include "frd/memory.h"
+#include "frd/work_buffer.h"
 #include "shape/shape_files.h"
 
 namespace zatlib {
@@ -75,17 +75,17 @@ class ShapeOutput {
 
   bool RefuseSize();
   bool WritePending();
-  bool StoreEntries(uint64_t count);
+  bool StoreEntries(int64_t count);
   void LocateFailedPoint();
   void NoteFailedEntry();
 
   RecordWriter data_;
   RecordWriter index_;
-  PageArray<Pending> pending_;  // records whose points may not be in the data file yet
-  uint64_t pending_count_ = 0;  // ended ones
-  bool in_record_ = false;      // one more has begun
-  int64_t start_ = 0;           // size of the data file before this source file
-  int64_t record_ = 0;          // begun so far
+  WorkBuffer<Pending> pending_;  // records whose points may not be in the data file yet
+  int64_t pending_count_ = 0;    // ended ones
+  bool in_record_ = false;       // one more has begun
+  int64_t start_ = 0;            // size of the data file before this source file
+  int64_t record_ = 0;           // begun so far
   ShapeIndexEntry last_entry_{};
   FailedShapeWrite failure_;
 };

@@ -31,7 +31,8 @@ int LoadTables(WindowHandle owner, const char* folder, Tables* tables) {
           0) {
     return 0;
   }
-  return LoadTable(owner, folder, kLinkNodeFile, &tables->links);
+  return LoadTable(owner, folder, kLinkNodeFile, &tables->links,
+                   {&tables->node_links.blocks, &tables->turns.blocks});
 }
 
 // Closes the connections of one node that no arrival there may take.
@@ -81,10 +82,11 @@ int CloseAllConnections(WindowHandle owner, Tables* tables) {
   // Nodes beyond the end of a table that is too short have no links or no turns.
   const int64_t known = std::min({node_count, node_links.count(), turns.count(), kMaxRecords});
   Workers workers;
-  for (int64_t first = 0; first < known; first += kBlockNodes) {
-    const int64_t end = std::min(first + kBlockNodes, known);
-    const auto* const links_of = node_links.records<NodeLinks>();
-    const auto* const turns_of = turns.records<SlotBytes>();
+  for (int64_t first = 0, end = 0; first < known; first = end) {
+    // Where memory is short, the blocks of one reader are smaller than those of the other.
+    end = std::min({node_links.end(), turns.end(), known});
+    const auto* const links_of = node_links.records<NodeLinks>() + (first - node_links.first());
+    const auto* const turns_of = turns.records<SlotBytes>() + (first - turns.first());
     // A link's two speeds belong to its two nodes, so no two threads write to one place.
     workers.StartRanges(end - first, kNodesOfPart, [=](int64_t begin, int64_t limit) {
       for (int64_t n = begin; n < limit; ++n) {
@@ -94,8 +96,8 @@ int CloseAllConnections(WindowHandle owner, Tables* tables) {
     });
     const TableReader* unread = nullptr;
     if (end < known) {
-      if (!turns.Advance()) unread = &tables->turns;
-      if (!node_links.Advance()) unread = &tables->node_links;
+      if (end == turns.end() && !turns.Advance()) unread = &tables->turns;
+      if (end == node_links.end() && !node_links.Advance()) unread = &tables->node_links;
     }
     workers.Finish();
     if (unread != nullptr) return ReportNotRead(owner, unread->path);

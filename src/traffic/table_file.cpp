@@ -26,9 +26,16 @@ int ReportNoMemory(WindowHandle owner, const PathText& path) {
   return 0;
 }
 
-int LoadTable(WindowHandle owner, const char* folder, const char* name, TableFile* table) {
+int LoadTable(WindowHandle owner, const char* folder, const char* name, TableFile* table,
+              std::initializer_list<BlockReader*> give_way) {
   table->path = PathIn(folder, name);
-  return Report(owner, LoadFile(table->path.c_str(), &table->content), table->path);
+  FileResult result = LoadFile(table->path.c_str(), &table->content);
+  if (result == FileResult::kNoMemory) {
+    bool given = false;
+    for (BlockReader* reader : give_way) given |= reader->Shrink();
+    if (given) result = LoadFile(table->path.c_str(), &table->content);
+  }
+  return Report(owner, result, table->path);
 }
 
 int OpenTable(WindowHandle owner, const char* folder, const char* name, uint32_t record_size,

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <initializer_list>
 
 #include "frd/block_reader.h"
 #include "frd/control.h"
@@ -38,10 +39,11 @@ struct TableReader {
   BlockReader blocks;
 };
 
-// Loads a file of the folder whole; an empty file loads. Returns 1, or 0 after reporting "Can't
-// open %s !" or "Can't read %s !" ("File Error") or "Can't allocate memory for %s !" ("Memory
-// Error") with the full path.
-int LoadTable(WindowHandle owner, const char* folder, const char* name, TableFile* table);
+// Loads a file of the folder whole; an empty file loads. Where memory is short, readers that stand
+// at their first block give way. Returns 1, or 0 after reporting "Can't open %s !" or "Can't read
+// %s !" ("File Error") or "Can't allocate memory for %s !" ("Memory Error") with the full path.
+int LoadTable(WindowHandle owner, const char* folder, const char* name, TableFile* table,
+              std::initializer_list<BlockReader*> give_way = {});
 
 // Opens a file of the folder for reading in blocks of `block_records` records of `record_size`
 // bytes and reads the first one. Fails and reports as LoadTable does.

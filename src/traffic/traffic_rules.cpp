@@ -11,6 +11,7 @@
 #include "frd/log.h"
 #include "frd/memory.h"
 #include "frd/parallel.h"
+#include "frd/work_buffer.h"
 #include "network/network_files.h"
 #include "network/workstore/work_stores.h"
 #include "traffic/table_file.h"
@@ -24,6 +25,7 @@ constexpr int64_t kProgressRecords = 10000;
 constexpr int64_t kBlockRecords = 0x4000;                     // of a network file, read at a time
 constexpr int64_t kBlockStoreRecords = 4 * kProgressRecords;  // of a store, likewise
 constexpr int64_t kRecordsOfPart = kProgressRecords / 4;      // that a thread takes at a time
+constexpr int64_t kRoomForStores = 0x10000;                   // bytes for the blocks of a store
 static_assert(kProgressRecords % kRecordsOfPart == 0);
 
 static_assert(sizeof(CodeIndexRecord) == sizeof(KeyedRecord));
@@ -101,10 +103,11 @@ int LoadNeighbours(WindowHandle owner, const char* folder, Workers& workers, Net
   BlockReader& blocks = file.blocks;
   const int64_t count = blocks.count();
   // Room for all slots: pages that nothing is written to cost no memory.
-  if (!network->starts.Allocate(static_cast<uint64_t>(count) + 1) ||
-      !network->neighbours.Allocate(static_cast<uint64_t>(count) * kSlots)) {
-    return ReportNoMemory(owner, file.path);
-  }
+  const auto reserve = [&] {
+    return network->starts.Allocate(static_cast<uint64_t>(count) + 1) &&
+           network->neighbours.Allocate(static_cast<uint64_t>(count) * kSlots);
+  };
+  if (!reserve() && !(blocks.Shrink() && reserve())) return ReportNoMemory(owner, file.path);
   network->node_count = count;
   uint32_t* const starts = network->starts.data();
   int32_t* const neighbours = network->neighbours.data();
@@ -165,6 +168,9 @@ int LoadNetwork(WindowHandle owner, const char* folder, Workers& workers, Networ
   network->turn_count = network->rule_file.count<SlotBytes>();
   network->node_index = network->node_index_file.records<KeyedRecord>();
   network->link_index = network->link_index_file.records<KeyedRecord>();
+  // The tables for look-ups save time only: they leave what the blocks of the stores need at least.
+  WorkBuffer<char> for_stores;
+  for_stores.Take(kRoomForStores);
   network->node_tree.Build(
       network->node_index,
       std::min(network->node_count, network->node_index_file.count<KeyedRecord>()));

@@ -7,13 +7,15 @@
 
 #include "frd/files.h"
 #include "frd/memory.h"
+#include "frd/work_buffer.h"
 
 namespace zatlib {
 
 template <typename Record>
 class StoreFile {
  public:
-  // Opens the store for reading, or for reading and writing. False when the system refuses.
+  // Opens the store for reading, or for reading and writing. False when the system refuses. The
+  // memory for the block is taken when the first record is asked for.
   bool Open(const char* path, platform::Access access) {
     file_ = platform::File::Open(path, access, platform::Share::kRead,
                                  platform::Disposition::kOpenExisting);
@@ -24,7 +26,7 @@ class StoreFile {
     first_ = 0;
     loaded_ = 0;
     window_ = kNearRecords;
-    return file_.IsOpen() && (block_ || block_.Allocate(static_cast<uint64_t>(kBlockRecords)));
+    return file_.IsOpen();
   }
 
   bool IsOpen() const { return file_.IsOpen(); }
@@ -37,7 +39,7 @@ class StoreFile {
     if (i < first_ || i >= first_ + loaded_) {
       if (!Load(i)) return nullptr;
     }
-    return &block_[static_cast<uint64_t>(i - first_)];
+    return &block_[i - first_];
   }
 
   // Record i and those behind it that are at hand with it, good until the next call; none when
@@ -65,8 +67,7 @@ class StoreFile {
   bool Write(int64_t i) {
     uint32_t written = 0;
     return file_.Seek(i * static_cast<int64_t>(sizeof(Record)), platform::SeekFrom::kBegin) >= 0 &&
-           file_.Write(&block_[static_cast<uint64_t>(i - first_)], sizeof(Record), &written) &&
-           written == sizeof(Record);
+           file_.Write(&block_[i - first_], sizeof(Record), &written) && written == sizeof(Record);
   }
 
  private:
@@ -81,7 +82,8 @@ class StoreFile {
     const bool goes_on = i >= end && i - end < kNearRecords;
     loaded_ = 0;
     if (i < 0 || i >= count_) return false;
-    window_ = goes_on ? std::min(window_ * 4, kBlockRecords) : kNearRecords;
+    block_.Take(kBlockRecords);
+    window_ = goes_on ? std::min(window_ * 4, block_.room()) : kNearRecords;
     first_ = goes_on ? i : i / kNearRecords * kNearRecords;
     const int64_t wanted = std::min(count_ - first_, window_);
     if (file_.Seek(first_ * static_cast<int64_t>(sizeof(Record)), platform::SeekFrom::kBegin) < 0) {
@@ -95,7 +97,7 @@ class StoreFile {
   }
 
   platform::File file_;
-  PageArray<Record> block_;
+  WorkBuffer<Record> block_;
   int64_t count_ = 0;
   int64_t first_ = 0;
   int64_t loaded_ = 0;

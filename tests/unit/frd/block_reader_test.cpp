@@ -95,5 +95,77 @@ TEST_F(BlockReaderTest, AFailedReadEndsTheBlocks) {
   EXPECT_FALSE(reader_.Advance());
 }
 
+// Records of 8 bytes, 0 to 39999, of which 10000 are wanted in a block.
+class ShortMemory : public BlockReaderTest {
+ protected:
+  static constexpr uint64_t kPage = 4096;
+
+  ShortMemory() {
+    Bytes bytes;
+    for (int i = 0; i < 40000; ++i) bytes.I64(i);
+    WriteBytes(path_, bytes);
+  }
+  ~ShortMemory() override { platform::PlayMachine(0, 0); }
+
+  FileResult Open(uint64_t limit) {
+    platform::PlayMachine(0, limit);
+    return reader_.Open(path_.c_str(), sizeof(int64_t), 10000);
+  }
+
+  void ExpectAll(int64_t block_records) {
+    EXPECT_EQ(reader_.block_limit(), block_records);
+    int64_t next = 0;
+    while (reader_.records_in_block() > 0) {
+      EXPECT_EQ(reader_.first(), next);
+      EXPECT_EQ(reader_.records_in_block(), std::min(block_records, 40000 - next));
+      for (int64_t i = 0; i < reader_.records_in_block(); ++i) {
+        ASSERT_EQ(reader_.records<int64_t>()[i], next++);
+      }
+      EXPECT_EQ(reader_.end(), next);
+      ASSERT_TRUE(reader_.Advance());
+    }
+    EXPECT_EQ(next, 40000);
+  }
+};
+
+TEST_F(ShortMemory, TheBlocksAreSmallerAndDivideTheWantedOnes) {
+  // Two blocks of 10000 records are 40 pages, of 5000 20, of 2500 10, of 1250 5, of 625 3, and of
+  // 125 one.
+  const struct {
+    uint64_t pages;
+    int64_t block;
+  } machines[] = {{40, 10000}, {39, 5000}, {19, 2500}, {9, 1250}, {4, 625}, {2, 125}, {1, 125}};
+  for (const auto& machine : machines) {
+    SCOPED_TRACE(machine.pages);
+    ASSERT_EQ(Open(machine.pages * kPage), FileResult::kDone);
+    ExpectAll(machine.block);
+  }
+  EXPECT_EQ(Open(kPage - 1), FileResult::kNoMemory);
+}
+
+TEST_F(ShortMemory, TheFirstBlockMayGiveWay) {
+  ASSERT_EQ(Open(0), FileResult::kDone);
+  EXPECT_TRUE(reader_.Shrink());
+  EXPECT_FALSE(reader_.Shrink());
+  platform::PlayMachine(0, 3 * kPage);
+  void* const others = platform::AllocPages(2 * kPage);
+  EXPECT_NE(others, nullptr);
+  platform::FreePages(others);
+  ExpectAll(125);
+  // Behind the first block nothing gives way any more.
+  ASSERT_EQ(Open(0), FileResult::kDone);
+  ASSERT_TRUE(reader_.Advance());
+  EXPECT_FALSE(reader_.Shrink());
+  EXPECT_EQ(reader_.records<int64_t>()[0], 10000);
+}
+
+TEST_F(ShortMemory, ABlockThatCannotBeReadAgainIsAFailure) {
+  ASSERT_EQ(Open(0), FileResult::kDone);
+  ArmFault(Operation::kRead, 1, false);
+  EXPECT_FALSE(reader_.Shrink());
+  EXPECT_TRUE(reader_.failed());
+  EXPECT_EQ(reader_.records_in_block(), 0);
+}
+
 }  // namespace
 }  // namespace zatlib::test

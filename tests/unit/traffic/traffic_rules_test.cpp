@@ -667,7 +667,7 @@ TEST_F(TrafficRulesTest, AFailedRuleStoreSkipsTheOneWays) {
     int number;
   } rows[] = {{Operation::kOpen, "Can't open ", "File Error", 6},
               {Operation::kRead, "Can't read ", "File Error", 6},
-              {Operation::kAllocate, "Can't allocate memory for ", "Memory Error", 9}};
+              {Operation::kAllocate, "Can't allocate memory for ", "Memory Error", 10}};
   for (const auto& row : rows) {
     ClearLog();
     ArmFault(row.operation, row.number, false);
@@ -692,7 +692,7 @@ TEST_F(TrafficRulesTest, AFailedOneWayStoreLeavesTheTableUnwritten) {
   EXPECT_EQ(ReadBytes(folder_ / "maprule.dat"), std::string(40, '\0'));
 
   ClearLog();
-  ArmFault(Operation::kAllocate, 10, false);
+  ArmFault(Operation::kAllocate, 11, false);
   EXPECT_EQ(Run(), 0);
   EXPECT_EQ(log()[1], ErrorLine("Can't allocate memory for ", "onewayst.~wk", "Memory Error"));
 
