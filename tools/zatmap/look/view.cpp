@@ -84,7 +84,8 @@ int32_t LinkInPage(const Part& part, int64_t l) { return part.link[static_cast<s
 // The columns of an array as the page gets them.
 Json Values(std::span<const Column> columns, const BuiltMap& map, const Part& part,
             int64_t record) {
-  Json values = Json::array();
+  Json::array_t values;
+  values.reserve(columns.size());
   for (const Column& column : columns) values.push_back(column.value(map, part, record));
   return values;
 }
@@ -135,7 +136,8 @@ Json SlotBytes(const BuiltMap& map, int64_t n, const zatlib::SlotBytes* bytes) {
 Json Shape(const BuiltMap& map, const Part&, int64_t l) {
   std::vector<zatlib::ShapePoint> points;
   map.LinkPoints(l, &points);
-  Json shape = Json::array();
+  Json::array_t shape;
+  shape.reserve(2 * points.size());
   zatlib::ShapePoint before{0, 0};
   for (const zatlib::ShapePoint& point : points) {
     shape.push_back(int64_t{point.X} - before.X);
@@ -207,9 +209,9 @@ constexpr Column kLinkColumns[] = {
 
 // JSON inside a script element: nothing in it may look like the element's end.
 std::string ScriptText(const Json& value) {
-  std::string text;
-  for (const char c : value.dump(-1, ' ', true, Json::error_handler_t::replace)) {
-    text += c == '<' ? std::string("\\u003c") : std::string(1, c);
+  std::string text = value.dump(-1, ' ', true, Json::error_handler_t::replace);
+  for (size_t at = text.find('<'); at != std::string::npos; at = text.find('<', at)) {
+    text.replace(at, 1, "\\u003c");
   }
   return text;
 }
