@@ -12,7 +12,7 @@
 namespace zatlib {
 
 // Number of lines (CRs outside quotes, and a last line without an end); -1 when the file cannot be
-// opened. The readers count the lines that they read (frd/files.h).
+// opened. The readers count the lines that they read (frd/line_source.h).
 int64_t FRD_CountLines(const char* path);
 
 inline constexpr size_t kCsvFieldSize = 1024;  // the output of FRD_GetCsvField

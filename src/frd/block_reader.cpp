@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "frd/files.h"
+#include "platform/file.h"
 
 namespace zatlib {
 namespace {

@@ -11,6 +11,11 @@ LongFieldNotice g_notice = nullptr;
 
 void SetLongFieldNotice(LongFieldNotice notice) { g_notice = notice; }
 
+void EndProcessAtLongField(const char* path, int64_t line, int column) {
+  if (g_notice != nullptr) g_notice(path, line, column);
+  platform::EndProcessOnRangeError();
+}
+
 bool FieldCursor::Next(std::string_view* field) {
   if (done_) return false;
   ++column_;
@@ -20,16 +25,10 @@ bool FieldCursor::Next(std::string_view* field) {
   while (p < end_ && *p != ',' && *p != '\t' && *p != '\r' && *p != '\0') ++p;
   auto length = static_cast<size_t>(p - begin);
   if (length > kFieldLimit) {
-    if (source_ != nullptr && source_->defers_long_fields()) {
-      source_->NoteLongField();
-      done_ = true;
-      return false;
-    }
-    if (g_notice != nullptr) {
-      g_notice(source_ != nullptr ? source_->path().c_str() : "",
-               source_ != nullptr ? source_->line_number() : 0, column_);
-    }
-    platform::EndProcessOnRangeError();
+    if (lines_ == nullptr) EndProcessAtLongField("", 0, column_);
+    lines_->EndAtLongField(column_);
+    done_ = true;
+    return false;
   }
   if (length > 0 && begin[length - 1] == '"') --length;
   *field = std::string_view(begin, length);

@@ -4,6 +4,8 @@
 #include <string>
 
 #include "frd/files.h"
+#include "frd/folder_tree.h"
+#include "platform/file.h"
 #include "platform/named_lock.h"
 
 namespace zatlib {

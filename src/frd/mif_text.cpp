@@ -4,6 +4,7 @@
 #include <initializer_list>
 #include <string>
 
+#include "frd/text.h"
 #include "platform/profile.h"
 
 namespace zatlib {
@@ -37,7 +38,7 @@ std::string_view NextToken(std::string_view* text) {
 
 }  // namespace
 
-int ReadMifHeader(LineReader& mif, uint32_t line_size, const char* info_path) {
+int ReadMifHeader(LineSource& mif, uint32_t line_size, const char* info_path) {
   std::string_view line;
   while (FRD_ReadLine(mif, line_size, &line) != 0) {
     const std::string text(line.substr(0, line.find('\0')));
@@ -52,9 +53,9 @@ int ReadMifHeader(LineReader& mif, uint32_t line_size, const char* info_path) {
   return 0;
 }
 
-MifPoint ReadMifPoint(LineReader& mif, MifPointTest test, int32_t* x, int32_t* y) {
+MifPoint ReadMifPoint(Lines& mif, MifPointTest test, int32_t* x, int32_t* y) {
   std::string_view line;
-  while (FRD_ReadLine(mif, kLineSize, &line) != 0) {
+  while (mif.Next(kLineSize, &line) == LineResult::kLine) {
     line = line.substr(0, line.find('\0'));
     std::string_view rest = line;
     const std::string_view word = NextToken(&rest);

@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "frd/files.h"
+#include "frd/line_source.h"
 #include "frd/record_stream.h"
 
 namespace zatlib {
@@ -12,7 +12,7 @@ namespace zatlib {
 // contains "DATA", "Data" or "data", and writes the lines that contain Charset or CoordSys, whole,
 // to [INFORMATION] of the INI file `info_path`. The tests are plain substring searches. Returns 1
 // when the data line was found, 0 when the file ended first; reports nothing.
-int ReadMifHeader(LineReader& mif, uint32_t line_size, const char* info_path);
+int ReadMifHeader(LineSource& mif, uint32_t line_size, const char* info_path);
 
 // What ReadMifPoint met.
 enum class MifPoint {
@@ -29,14 +29,14 @@ enum class MifPointTest {
 
 // Reads lines up to the next Point or NONE object (any case); other lines are skipped.
 // Coordinates in millionths of a degree.
-MifPoint ReadMifPoint(LineReader& mif, MifPointTest test, int32_t* x, int32_t* y);
+MifPoint ReadMifPoint(Lines& mif, MifPointTest test, int32_t* x, int32_t* y);
 
 // The Point and NONE objects of a file one after the other, as ReadMifPoint gives them, read on all
 // processors.
 class MifPoints {
  public:
   // `mif` is open, its header read. It is read to its end.
-  MifPoints(LineReader& mif, MifPointTest test) : objects_(mif, Read{test}) {}
+  MifPoints(LineSource& mif, MifPointTest test) : objects_(mif, Read{test}) {}
 
   // The next object; x and y are set for a point only.
   MifPoint Next(int32_t* x, int32_t* y);
@@ -49,7 +49,7 @@ class MifPoints {
   };
   struct Read {
     MifPointTest test;
-    ReadResult operator()(LineReader& lines, Object* object) const {
+    ReadResult operator()(Lines& lines, Object* object) const {
       object->kind = ReadMifPoint(lines, test, &object->x, &object->y);
       return object->kind == MifPoint::kEnd ? ReadResult::kEnd : ReadResult::kRecord;
     }

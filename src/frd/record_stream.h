@@ -7,7 +7,7 @@
 #include <memory>
 #include <vector>
 
-#include "frd/files.h"
+#include "frd/line_source.h"
 #include "frd/memory.h"
 #include "frd/parallel.h"
 
@@ -29,105 +29,89 @@ struct RecordRun {
   int64_t read = 0;  // records read for it, the unwanted ones included
 };
 
-// `Read` is called as read(lines, &record) with a LineReader and returns a ReadResult; it must
-// depend on the lines alone and must not touch files, logs or the user, since it runs on several
-// threads. It may end the file before its end.
+// `Read` is called as read(lines, &record) with Lines and returns a ReadResult; it must depend on
+// the lines alone and must not touch files, logs or the user, since it runs on several threads. It
+// may end the file before its end.
 template <typename Record, typename Read>
 class RecordStream {
  public:
-  // `file` is open; the stream reads it to its end and tells it how the reading ended (failed(),
-  // too_long(), line_number()).
-  RecordStream(LineReader& file, Read read) : file_(file), read_(std::move(read)) {}
+  // `source` is open; the stream reads it to its end and tells it how the reading ended.
+  RecordStream(LineSource& source, Read read) : source_(source), read_(std::move(read)) {}
 
-  // The next run, good until the next call. False at the end of the file.
+  // The next run, good until the next call. False when no record follows; source.TakeEnd() then
+  // tells why, and must be called when the records are where they belong.
   bool Next(RecordRun<Record>* run) {
     if (ended_) return false;
     while (true) {
       if (at_ == batch_[current_].used && !NextBatch()) return false;
-      Chunk& chunk = *batch_[current_].chunks[at_];
-      if (chunk.handed_out) {
-        if (chunk.outcome == Outcome::kFull) {
-          // More records than the chunk has room for.
-          Parse(chunk);
-        } else if (chunk.outcome == Outcome::kDrained) {
-          file_.TakeEndOf(chunk.lines);
+      Piece& piece = *batch_[current_].pieces[at_];
+      if (piece.handed_out) {
+        if (piece.full) {
+          // More records than there was room for.
+          Parse(piece);
+        } else if (piece.lines.result() == LineResult::kEnd) {
+          source_.AddLines(piece.lines);
           ++at_;
           continue;
         } else {
-          if (chunk.outcome == Outcome::kLongField) {
-            // Met once more, the field ends the process.
-            Record record;
-            chunk.lines.ReturnToLongField(file_, file_.line_number());
-            read_(chunk.lines, &record);
-          }
-          file_.TakeEndOf(chunk.lines);
+          source_.EndInPiece(piece.lines);
           ended_ = true;
           return false;
         }
       }
-      chunk.handed_out = true;
-      *run = {chunk.records.data(), chunk.count, chunk.read};
-      if (chunk.read > 0) return true;
+      piece.handed_out = true;
+      *run = {piece.records.data(), piece.count, piece.read};
+      if (piece.read > 0) return true;
     }
   }
 
-  // The chunk that the last run came from, for what stands in its lines.
-  const LineReader& lines() const { return batch_[current_].chunks[at_]->lines; }
-
  private:
-  static constexpr uint64_t kRoom = (768u << 10) / sizeof(Record);  // records of a chunk
+  static constexpr uint64_t kRoom = (768u << 10) / sizeof(Record);  // records of a piece
 
-  enum class Outcome { kDrained, kFull, kLongField, kEnded };
-
-  struct Chunk {
-    LineReader lines;
+  // Lines and what they hold.
+  struct Piece {
+    Lines lines;
     PageArray<Record> records;
     int64_t count = 0;
     int64_t read = 0;
-    Outcome outcome = Outcome::kDrained;
+    bool full = false;  // there may be more records in the lines
     bool handed_out = false;
   };
 
-  // Chunks that are read together; while one batch is used up, the other one is parsed.
+  // Pieces that are read together; while one batch is used up, the other one is parsed.
   struct Batch {
-    std::vector<std::unique_ptr<Chunk>> chunks;
+    std::vector<std::unique_ptr<Piece>> pieces;
     size_t used = 0;
   };
 
-  void Parse(Chunk& chunk) {
-    chunk.count = 0;
-    chunk.read = 0;
-    chunk.handed_out = false;
-    Record* const records = chunk.records.data();
-    while (true) {
-      if (static_cast<uint64_t>(chunk.count) == kRoom) {
-        chunk.outcome = Outcome::kFull;
-        return;
-      }
-      const ReadResult result = read_(chunk.lines, &records[chunk.count]);
-      if (result == ReadResult::kEnd) {
-        chunk.outcome = chunk.lines.long_field() ? Outcome::kLongField
-                        : chunk.lines.drained()  ? Outcome::kDrained
-                                                 : Outcome::kEnded;
-        return;
-      }
-      ++chunk.read;
-      if (result == ReadResult::kRecord) ++chunk.count;
+  void Parse(Piece& piece) {
+    piece.count = 0;
+    piece.read = 0;
+    piece.full = false;
+    piece.handed_out = false;
+    Record* const records = piece.records.data();
+    while (static_cast<uint64_t>(piece.count) < kRoom) {
+      const ReadResult result = read_(piece.lines, &records[piece.count]);
+      if (result == ReadResult::kEnd) return;
+      ++piece.read;
+      if (result == ReadResult::kRecord) ++piece.count;
     }
+    piece.full = true;
   }
 
-  // Reads the lines of the next chunks into a batch.
-  void Fill(Batch& batch, size_t chunks) {
+  // Reads the lines of the next pieces into a batch. Memory is taken only when there are lines.
+  void Fill(Batch& batch, size_t pieces) {
     batch.used = 0;
-    while (batch.used < chunks) {
-      if (batch.chunks.size() == batch.used) batch.chunks.push_back(std::make_unique<Chunk>());
-      Chunk& chunk = *batch.chunks[batch.used];
-      if (!chunk.records && !chunk.records.Allocate(kRoom)) {
+    while (batch.used < pieces && source_.HasMore()) {
+      if (batch.pieces.size() == batch.used) batch.pieces.push_back(std::make_unique<Piece>());
+      Piece& piece = *batch.pieces[batch.used];
+      if (!LineSource::MakeRoom(&piece.lines) ||
+          (!piece.records && !piece.records.Allocate(kRoom))) {
         // Fewer at a time will do, but not none.
         out_of_memory_ = batch.used == 0;
         return;
       }
-      if (!file_.NextChunk(&chunk.lines)) return;
+      if (!source_.NextPiece(&piece.lines)) return;
       ++batch.used;
     }
   }
@@ -136,11 +120,11 @@ class RecordStream {
   bool NextBatch() {
     at_ = 0;
     if (!started_) {
-      // A file of one chunk needs no threads.
+      // A file of one piece needs no threads.
       started_ = true;
       Fill(batch_[current_], 1);
       if (batch_[current_].used == 0) return End();
-      Parse(*batch_[current_].chunks[0]);
+      Parse(*batch_[current_].pieces[0]);
       Fill(batch_[1 - current_], BatchSize());
       Begin(batch_[1 - current_]);
       return true;
@@ -157,22 +141,26 @@ class RecordStream {
 
   void Begin(Batch& batch) {
     workers_.Start(static_cast<int64_t>(batch.used),
-                   [this, &batch](int64_t i) { Parse(*batch.chunks[static_cast<size_t>(i)]); });
+                   [this, &batch](int64_t i) { Parse(*batch.pieces[static_cast<size_t>(i)]); });
   }
 
   bool End() {
     ended_ = true;
-    if (out_of_memory_) file_.NoteFailure();
+    if (out_of_memory_) {
+      source_.EndWithoutMemory();
+    } else {
+      source_.EndOfPieces();
+    }
     return false;
   }
 
   static size_t BatchSize() { return static_cast<size_t>(ThreadCount()) + 1; }
 
-  LineReader& file_;
+  LineSource& source_;
   Read read_;
   Batch batch_[2];
   size_t current_ = 0;  // the batch that runs come from
-  size_t at_ = 0;       // and its chunk
+  size_t at_ = 0;       // and its piece
   bool started_ = false;
   bool ended_ = false;
   bool out_of_memory_ = false;
@@ -181,15 +169,16 @@ class RecordStream {
 
 // A stream of the records that `read` takes from the lines of an open file.
 template <typename Record, typename Read>
-RecordStream<Record, Read> StreamRecords(LineReader& file, Read read) {
-  return RecordStream<Record, Read>(file, std::move(read));
+RecordStream<Record, Read> StreamRecords(LineSource& source, Read read) {
+  return RecordStream<Record, Read>(source, std::move(read));
 }
 
-// Records of a stream one by one, or as many as stand side by side.
+// Records of a stream one by one, or as many as stand side by side. Where More() ends, TakeEnd() of
+// the source tells why, as for a stream.
 template <typename Record, typename Read>
 class RecordCursor {
  public:
-  RecordCursor(LineReader& file, Read read) : stream_(file, std::move(read)) {}
+  RecordCursor(LineSource& source, Read read) : stream_(source, std::move(read)) {}
 
   // False at the end of the file.
   bool More() {

@@ -31,7 +31,7 @@ int BRN_MSR_SetTukoujData(WindowHandle owner, const char* control_file) {
   }
   for (int i = 1; i <= files; ++i) {
     const PathText path = ControlFile(control_file, "TUKOUJ", i);
-    LineReader data;
+    LineSource data;
     if (!data.Open(path.c_str())) {
       ReportTaskModal(owner, kTitle, "Can't open TUKOUJ(%s) !", path.c_str());
       return 0;
@@ -39,12 +39,12 @@ int BRN_MSR_SetTukoujData(WindowHandle owner, const char* control_file) {
     const int64_t before = store.count();
     CopyProgress progress{"Reading Tukouj Record (%d)...", kStatusInterval, 0};
     const CopyResult copied = CopyRecords<RuleStoreRecord>(
-        data, store, &progress, [&](LineReader& lines, RuleStoreRecord* record) {
+        data, store, &progress, [&](Lines& lines, RuleStoreRecord* record) {
           return BRN_MSR_ReadTukoujRecord(lines, record, code_length) != 0 ? ReadResult::kRecord
                                                                            : ReadResult::kEnd;
         });
-    if (copied == CopyResult::kReadFailed) {
-      ReportTaskModal(owner, kTitle, "Can't read the file (%s) !", path.c_str());
+    if (copied == CopyResult::kReadFailed || copied == CopyResult::kNoMemory) {
+      ReportUnread(owner, kTitle, path.c_str(), data.end());
     } else if (copied == CopyResult::kWriteFailed) {
       ReportTaskModal(owner, kTitle, "Can't write the RuleStorage (%s) at rec=%d !",
                       store_path.c_str(), static_cast<int>(store.failed_record() - before + 1));

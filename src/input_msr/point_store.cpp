@@ -23,7 +23,7 @@ const AppendTexts kTexts = {kMidError, "Can't open the NodeStorage (%s) at %02d 
 int CopyPointFile(WindowHandle owner, const char* control_file, int number, const char* store_path,
                   int code_length) {
   const PathText path = ControlFile(control_file, "DROTEN", number);
-  LineReader mif;
+  LineSource mif;
   if (!mif.Open(path.c_str())) {
     ReportTaskModal(owner, "File Error", "Can't open the DROTEM.MIF(FILE%02d) [%s] !", number,
                     path.c_str());
@@ -31,7 +31,7 @@ int CopyPointFile(WindowHandle owner, const char* control_file, int number, cons
   }
   PathText mid_path;
   FRD_MakeMidPath(path.c_str(), mid_path.text);
-  LineReader mid;
+  LineSource mid;
   int64_t count = 0;
   // The header is read when all three files are open: a pair without its MID leaves [INFORMATION]
   // alone, and one without a data line leaves an empty store.
@@ -44,21 +44,21 @@ int CopyPointFile(WindowHandle owner, const char* control_file, int number, cons
         MifPoints points(mif, MifPointTest::kFirstWord);
         return CopyAmendedRecords<NodeStoreRecord>(
             mid, store, progress,
-            [&](LineReader& lines, NodeStoreRecord* record) {
+            [&](Lines& lines, NodeStoreRecord* record) {
               return BRN_MSR_ReadDrotenRecord(lines, record, code_length) != 0 ? ReadResult::kRecord
                                                                                : ReadResult::kEnd;
             },
             [&](NodeStoreRecord* record) {
               // The end of the MIF ends the file as the end of the MID does.
               if (points.Next(&record->X, &record->Y) == MifPoint::kEnd) {
-                return mif.failed() ? ReadResult::kUnfit : ReadResult::kEnd;
+                return IsCutShort(mif.end()) ? ReadResult::kUnfit : ReadResult::kEnd;
               }
               return record->X == 0 && record->Y == 0 ? ReadResult::kUnfit : ReadResult::kRecord;
             });
       });
   if (result == CopyResult::kStopped && in_header) return 0;
-  if (result == CopyResult::kStopped && mif.failed()) {
-    ReportTaskModal(owner, kTexts.read_title, "Can't read the file (%s) !", path.c_str());
+  if (result == CopyResult::kStopped && IsCutShort(mif.end())) {
+    ReportUnread(owner, kTexts.read_title, path.c_str(), mif.end());
   } else if (result == CopyResult::kStopped) {
     ReportTaskModal(owner, "Data Error in BRN_MSR_ReadDrotenRecord",
                     kCp932<u8"道路点オブジェクトがありません！\r\n%s (rec=%d)">, mid_path.c_str(),

@@ -28,12 +28,12 @@ int BRN_MSR_SetLinkStore(WindowHandle owner, const char* control_file) {
   for (int i = 1; i <= files; ++i) {
     PathText path = ControlFile(control_file, "DKUKAN", i);
     if (from_mif) FRD_MakeMidPath(path.c_str(), path.text);
-    LineReader data;
+    LineSource data;
     const CopyResult copied = AppendFile<LinkStoreRecord>(
         owner, kTexts, i, path.c_str(), store_path.c_str(), data, &count,
         [&](RecordWriter& store, CopyProgress* progress) {
           return CopyRecords<LinkStoreRecord>(
-              data, store, progress, [&](LineReader& lines, LinkStoreRecord* record) {
+              data, store, progress, [&](Lines& lines, LinkStoreRecord* record) {
                 return BRN_MSR_ReadDkukanRecord(lines, record, code_length, defaults) != 0
                            ? ReadResult::kRecord
                            : ReadResult::kEnd;

@@ -50,12 +50,12 @@ int BRN_ZAT_SetLinkStore(WindowHandle owner, const char* control_file) {
   for (int i = 1; i <= files && result != 0; ++i) {
     PathText path = ControlFile(control_file, "LINK", i);
     if (mif_mode) FRD_MakeMidPath(path.c_str(), path.text);
-    LineReader data;
+    LineSource data;
     const CopyResult copied = AppendFile<LinkStoreRecord>(
         owner, kTexts, i, path.c_str(), store_path.c_str(), data, &count,
         [&](RecordWriter& store, CopyProgress* progress) {
           return CopyRecords<LinkStoreRecord>(
-              data, store, progress, [&](LineReader& lines, LinkStoreRecord* record) {
+              data, store, progress, [&](Lines& lines, LinkStoreRecord* record) {
                 return BRN_ZAT_ReadLinkRecord(lines, record, code_length, defaults) != 0
                            ? ReadResult::kRecord
                            : ReadResult::kEnd;
@@ -80,14 +80,15 @@ int BRN_ZAT_SetLinkSpeedData(WindowHandle owner, const char* control_file) {
   if (files < 1) return 1;
 
   constexpr char kFileTitle[] = "File Error in BRN_ZAT_SetLinkSpeedData";
+  constexpr char kMemoryTitle[] = "Memory Error in BRN_ZAT_SetLinkSpeedData";
+  constexpr char kMemoryError[] = "Can't allocate the memory for the LinkStore !";
   const PathText store_path = OutputPath(control_file, kLinkStoreFile);
   int result = 1;
   int64_t count = 0;
   StoreTable<LinkStoreRecord> links;
   const StoreTableResult loaded = links.Load(store_path.c_str());
   if (loaded == StoreTableResult::kNoMemory) {
-    ReportTaskModal(owner, "Memory Error in BRN_ZAT_SetLinkSpeedData",
-                    "Can't allocate the memory for the LinkStore !");
+    ReportTaskModal(owner, kMemoryTitle, kMemoryError);
     result = 0;
   } else if (loaded == StoreTableResult::kNotRead) {
     ReportTaskModal(owner, kFileTitle, "Can't open / read the link storage %s !",
@@ -98,14 +99,14 @@ int BRN_ZAT_SetLinkSpeedData(WindowHandle owner, const char* control_file) {
   }
   for (int i = 1; i <= files && result != 0; ++i) {
     const PathText path = ControlFile(control_file, "LINKSPEED", i);
-    LineReader file;
+    LineSource file;
     if (!file.Open(path.c_str())) {
       ReportTaskModal(owner, kFileTitle, "Can't open LinkSpeed(%s) !", path.c_str());
       result = 0;
       break;
     }
     RecordStream rows =
-        StreamRecords<LinkSpeedRecord>(file, [&](LineReader& lines, LinkSpeedRecord* row) {
+        StreamRecords<LinkSpeedRecord>(file, [&](Lines& lines, LinkSpeedRecord* row) {
           if (BRN_ZAT_ReadLinkSpeed(lines, row, code_length, defaults) == 0)
             return ReadResult::kEnd;
           return row->LinkCode.IsEmpty() ? ReadResult::kUnwanted : ReadResult::kRecord;
@@ -118,8 +119,12 @@ int BRN_ZAT_SetLinkSpeedData(WindowHandle owner, const char* control_file) {
         if (link != nullptr && ApplySpeeds(run.records[n], link)) ++count;
       }
     }
-    if (file.failed()) {
-      ReportTaskModal(owner, kFileTitle, "Can't read the file (%s) !", path.c_str());
+    const SourceEnd end = file.TakeEnd();
+    if (end == SourceEnd::kNoMemory) {
+      ReportTaskModal(owner, kMemoryTitle, kMemoryError);
+      result = 0;
+    } else if (end == SourceEnd::kNotRead) {
+      ReportUnread(owner, kFileTitle, path.c_str(), end);
       result = 0;
     }
   }

@@ -25,7 +25,7 @@ int CopyNodeFile(WindowHandle owner, const char* control_file, int number, bool 
                  const char* store_path, int code_length, int64_t* count) {
   const PathText path = ControlFile(control_file, "NODE", number);
   PathText data_path = path;
-  LineReader mif;
+  LineSource mif;
   if (mif_mode) {
     if (!mif.Open(path.c_str())) {
       ReportTaskModal(owner, "File Error", "Can't open the node MIF (FILE%02d) [%s] !", number,
@@ -35,12 +35,12 @@ int CopyNodeFile(WindowHandle owner, const char* control_file, int number, bool 
     if (BRN_SetMifInformation(mif, control_file) == 0) return 0;
     FRD_MakeMidPath(path.c_str(), data_path.text);
   }
-  LineReader data;
+  LineSource data;
   const int64_t before = *count;
   const CopyResult result = AppendFile<NodeStoreRecord>(
       owner, kTexts, number, data_path.c_str(), store_path, data, count,
       [&](RecordWriter& store, CopyProgress* progress) {
-        const auto read = [&](LineReader& lines, NodeStoreRecord* record) {
+        const auto read = [&](Lines& lines, NodeStoreRecord* record) {
           return BRN_ZAT_ReadNodeRecord(lines, record, code_length) != 0 ? ReadResult::kRecord
                                                                          : ReadResult::kEnd;
         };
@@ -53,8 +53,8 @@ int CopyNodeFile(WindowHandle owner, const char* control_file, int number, bool 
               return record->X == 0 && record->Y == 0 ? ReadResult::kUnfit : ReadResult::kRecord;
             });
       });
-  if (result == CopyResult::kStopped && mif.failed()) {
-    ReportTaskModal(owner, kTexts.read_title, "Can't read the file (%s) !", path.c_str());
+  if (result == CopyResult::kStopped && IsCutShort(mif.end())) {
+    ReportUnread(owner, kTexts.read_title, path.c_str(), mif.end());
   } else if (result == CopyResult::kStopped) {
     ReportTaskModal(owner, "Data Error in BRN_ZAT_ReadNodeRecord",
                     kCp932<u8"道路点オブジェクトがありません！\r\n%s (rec=%d)">, data_path.c_str(),
@@ -91,14 +91,15 @@ int BRN_ZAT_SetNodeXYData(WindowHandle owner, const char* control_file) {
   const int code_length = BRN_GetCodeLength(control_file);
   if (!IsValidCodeLength(code_length)) return 0;
 
+  constexpr char kMemoryTitle[] = "Memory Error in BRN_ZAT_SetNodeXYData";
+  constexpr char kMemoryError[] = "Can't allocate the memory for the node store and the index !";
   const PathText store_path = OutputPath(control_file, kNodeStoreFile);
   int result = 1;
   int64_t count = 0;
   StoreTable<NodeStoreRecord> nodes;
   const StoreTableResult loaded = nodes.Load(store_path.c_str());
   if (loaded == StoreTableResult::kNoMemory) {
-    ReportError(owner, "Memory Error in BRN_ZAT_SetNodeXYData",
-                "Can't allocate the memory for the node store and the index !");
+    ReportError(owner, kMemoryTitle, kMemoryError);
     result = 0;
   } else if (loaded == StoreTableResult::kNotRead) {
     ReportError(owner, "File Error in BRN_ZAT_SetNodeXYData",
@@ -110,17 +111,16 @@ int BRN_ZAT_SetNodeXYData(WindowHandle owner, const char* control_file) {
   if (result != 0) {
     // Only the first file counts, whatever FILENUM says.
     const PathText path = ControlFile(control_file, "NODEXY", 1);
-    LineReader file;
+    LineSource file;
     if (!file.Open(path.c_str())) {
       ReportTaskModal(owner, "File Error in BRN_ZAT_SetNodeXYData",
                       "Can't open the Node XY data (FILE%02d) [%s] !", 1, path.c_str());
       result = 0;
     } else {
-      RecordStream rows =
-          StreamRecords<NodeXYRecord>(file, [&](LineReader& lines, NodeXYRecord* row) {
-            if (BRN_ZAT_ReadNodeXY(lines, row, code_length) == 0) return ReadResult::kEnd;
-            return row->Code.IsEmpty() ? ReadResult::kUnwanted : ReadResult::kRecord;
-          });
+      RecordStream rows = StreamRecords<NodeXYRecord>(file, [&](Lines& lines, NodeXYRecord* row) {
+        if (BRN_ZAT_ReadNodeXY(lines, row, code_length) == 0) return ReadResult::kEnd;
+        return row->Code.IsEmpty() ? ReadResult::kUnwanted : ReadResult::kRecord;
+      });
       RecordRun<NodeXYRecord> run;
       for (int64_t read = 0; result != 0 && rows.Next(&run); read += run.read) {
         if (CancelledWithin(read, read + run.read)) result = 0;
@@ -133,9 +133,12 @@ int BRN_ZAT_SetNodeXYData(WindowHandle owner, const char* control_file) {
           ++count;
         }
       }
-      if (file.failed()) {
-        ReportTaskModal(owner, "File Error in BRN_ZAT_SetNodeXYData", "Can't read the file (%s) !",
-                        path.c_str());
+      const SourceEnd end = file.TakeEnd();
+      if (end == SourceEnd::kNoMemory) {
+        ReportError(owner, kMemoryTitle, kMemoryError);
+        result = 0;
+      } else if (end == SourceEnd::kNotRead) {
+        ReportUnread(owner, "File Error in BRN_ZAT_SetNodeXYData", path.c_str(), end);
         result = 0;
       }
     }

@@ -16,46 +16,46 @@ constexpr SourceLayout kLinkTrfLayout = {zat::kOneWays, &SourceColumn::record};
 
 }  // namespace
 
-int BRN_ZAT_ReadNodeRecord(LineReader& file, NodeStoreRecord* record, int code_length) {
-  return ReadSourceRecord<kNodeLayout>(file, {code_length}, record);
+int BRN_ZAT_ReadNodeRecord(Lines& lines, NodeStoreRecord* record, int code_length) {
+  return ReadSourceRecord<kNodeLayout>(lines, {code_length}, record);
 }
 
-int BRN_ZAT_ReadNodeNameFromNode(LineReader& file, NameStoreRecord* record, int code_length) {
-  return ReadSourceRecord<kNodeNameInNodeLayout>(file, {code_length}, record);
+int BRN_ZAT_ReadNodeNameFromNode(Lines& lines, NameStoreRecord* record, int code_length) {
+  return ReadSourceRecord<kNodeNameInNodeLayout>(lines, {code_length}, record);
 }
 
-int BRN_ZAT_ReadNodeName(LineReader& file, NameStoreRecord* record, int code_length) {
-  return ReadSourceRecord<kNodeNameLayout>(file, {code_length}, record);
+int BRN_ZAT_ReadNodeName(Lines& lines, NameStoreRecord* record, int code_length) {
+  return ReadSourceRecord<kNodeNameLayout>(lines, {code_length}, record);
 }
 
-int BRN_ZAT_ReadNodeXY(LineReader& file, NodeXYRecord* record, int code_length) {
-  return ReadSourceRecord<kNodeXYLayout>(file, {code_length}, record);
+int BRN_ZAT_ReadNodeXY(Lines& lines, NodeXYRecord* record, int code_length) {
+  return ReadSourceRecord<kNodeXYLayout>(lines, {code_length}, record);
 }
 
-int BRN_ZAT_ReadLinkRecord(LineReader& file, LinkStoreRecord* record, int code_length,
+int BRN_ZAT_ReadLinkRecord(Lines& lines, LinkStoreRecord* record, int code_length,
                            DefaultSpeeds defaults) {
-  return ReadSourceRecord<kLinkLayout>(file, {code_length, defaults}, record);
+  return ReadSourceRecord<kLinkLayout>(lines, {code_length, defaults}, record);
 }
 
-int BRN_ZAT_ReadLinkNameFromLink(LineReader& file, NameStoreRecord* record, int code_length) {
-  return ReadSourceRecord<kLinkNameInLinkLayout>(file, {code_length}, record);
+int BRN_ZAT_ReadLinkNameFromLink(Lines& lines, NameStoreRecord* record, int code_length) {
+  return ReadSourceRecord<kLinkNameInLinkLayout>(lines, {code_length}, record);
 }
 
-int BRN_ZAT_ReadLinkName(LineReader& file, NameStoreRecord* record, int code_length) {
-  return ReadSourceRecord<kLinkNameLayout>(file, {code_length}, record);
+int BRN_ZAT_ReadLinkName(Lines& lines, NameStoreRecord* record, int code_length) {
+  return ReadSourceRecord<kLinkNameLayout>(lines, {code_length}, record);
 }
 
-int BRN_ZAT_ReadLinkSpeed(LineReader& file, LinkSpeedRecord* record, int code_length,
+int BRN_ZAT_ReadLinkSpeed(Lines& lines, LinkSpeedRecord* record, int code_length,
                           DefaultSpeeds defaults) {
-  return ReadSourceRecord<kLinkSpeedLayout>(file, {code_length, defaults}, record);
+  return ReadSourceRecord<kLinkSpeedLayout>(lines, {code_length, defaults}, record);
 }
 
-int BRN_ZAT_ReadNodeTrf(LineReader& file, RuleStoreRecord* record, int code_length) {
-  return ReadSourceRecord<kNodeTrfLayout>(file, {code_length}, record);
+int BRN_ZAT_ReadNodeTrf(Lines& lines, RuleStoreRecord* record, int code_length) {
+  return ReadSourceRecord<kNodeTrfLayout>(lines, {code_length}, record);
 }
 
-int BRN_ZAT_ReadLinkTrf(LineReader& file, OneWayStoreRecord* record, int code_length) {
-  return ReadSourceRecord<kLinkTrfLayout>(file, {code_length}, record);
+int BRN_ZAT_ReadLinkTrf(Lines& lines, OneWayStoreRecord* record, int code_length) {
+  return ReadSourceRecord<kLinkTrfLayout>(lines, {code_length}, record);
 }
 
 }  // namespace zatlib

@@ -7,6 +7,7 @@
 #include "frd/cp932.h"
 #include "frd/log.h"
 #include "frd/mif_text.h"
+#include "frd/source_report.h"
 #include "network/workstore/work_stores.h"
 #include "platform/clock.h"
 #include "platform/profile.h"
@@ -117,7 +118,7 @@ bool WriteHeader(const char* path) {
 // opened or read.
 int WriteClassFile(const ClassList& list, const char* control_file, DefinitionFile& definition) {
   const PathText source = ControlFile(control_file, list.section, 1);
-  LineReader file;
+  LineSource file;
   if (!file.Open(source.c_str())) {
     ReportTaskModal(nullptr, kTitle, list.open_error, source.c_str());
     return 0;
@@ -130,8 +131,8 @@ int WriteClassFile(const ClassList& list, const char* control_file, DefinitionFi
     definition.WriteEntry(list.section, ++count, value.c_str());
     if (count % kEntriesPerLook == 0) BRN_SetStatus(nullptr);
   }
-  if (file.failed()) {
-    ReportTaskModal(nullptr, kTitle, "Can't read the file (%s) !", source.c_str());
+  if (IsCutShort(file.end())) {
+    ReportUnread(nullptr, kTitle, source.c_str(), file.end());
     return 0;
   }
   definition.WriteNumber(list.section, "NUMDEF", count);
@@ -207,12 +208,16 @@ int BRN_CreateRoadDef(WindowHandle, const char* control_file, Prologue prologue)
   return 1;
 }
 
-int BRN_SetMifInformation(LineReader& mif, const char* control_file) {
+int BRN_SetMifInformation(LineSource& mif, const char* control_file) {
   const PathText path = OutputPath(control_file, kRoadDefinitionFile);
   if (ReadMifHeader(mif, kHeaderLineSize, path.c_str()) != 0) return 1;
+  constexpr char kHeaderTitle[] = "File Error in BRN_SetMifInformation";
+  if (mif.end() == SourceEnd::kNoMemory) {
+    ReportUnread(nullptr, kHeaderTitle, mif.path().c_str(), mif.end());
+    return 0;
+  }
   // The text's place for the file has always been left empty here.
-  ReportTaskModal(nullptr, "File Error in BRN_SetMifInformation",
-                  "Can't read the MIF file header : %s", "");
+  ReportTaskModal(nullptr, kHeaderTitle, "Can't read the MIF file header : %s", "");
   return 0;
 }
 

@@ -1,7 +1,7 @@
 // The road definition file linkdef.dat: how the codes in the link attributes are to be read.
 #pragma once
 
-#include "frd/files.h"
+#include "frd/line_source.h"
 #include "frd/progress.h"
 
 namespace zatlib {
@@ -18,6 +18,6 @@ int BRN_CreateRoadDef(WindowHandle, const char* control_file, Prologue prologue)
 
 // Copies the Charset and CoordSys lines of a MIF header to [INFORMATION] of linkdef.dat and leaves
 // the file behind its data line. Returns 1, or 0 when there is no such line (reported).
-int BRN_SetMifInformation(LineReader& mif, const char* control_file);
+int BRN_SetMifInformation(LineSource& mif, const char* control_file);
 
 }  // namespace zatlib

@@ -9,6 +9,7 @@
 #include "frd/keyed_table.h"
 #include "frd/memory.h"
 #include "frd/record_file.h"
+#include "frd/record_writer.h"
 #include "network/workstore/feature_code.h"
 #include "network/workstore/index_sort.h"
 

@@ -17,7 +17,7 @@ struct TrafficStep {
   const char* title;
   const char* section;
   const char* store;
-  int (*read)(LineReader& file, Record* record, int code_length);
+  int (*read)(Lines& lines, Record* record, int code_length);
   const char* store_error;  // with %s (store)
   const char* open_error;   // with %s (path)
   const char* progress;     // with %d (running number)
@@ -47,19 +47,19 @@ int RunTrafficStep(WindowHandle owner, const char* control_file, const TrafficSt
   CopyProgress progress{step.progress, kStatusInterval, 0};
   for (int i = 1; i <= files && result != 0; ++i) {
     const PathText path = ControlFile(control_file, step.section, i);
-    LineReader data;
+    LineSource data;
     if (!data.Open(path.c_str())) {
       ReportTaskModal(owner, step.file_title, step.open_error, path.c_str());
       result = 0;
       break;
     }
     const CopyResult copied =
-        CopyRecords<Record>(data, store, &progress, [&](LineReader& lines, Record* record) {
+        CopyRecords<Record>(data, store, &progress, [&](Lines& lines, Record* record) {
           return step.read(lines, record, code_length) != 0 ? ReadResult::kRecord
                                                             : ReadResult::kEnd;
         });
-    if (copied == CopyResult::kReadFailed) {
-      ReportTaskModal(owner, step.file_title, "Can't read the file (%s) !", path.c_str());
+    if (copied == CopyResult::kReadFailed || copied == CopyResult::kNoMemory) {
+      ReportUnread(owner, step.file_title, path.c_str(), data.end());
     } else if (copied == CopyResult::kWriteFailed) {
       ReportTaskModal(owner, step.file_title, step.write_error, store_path.c_str(),
                       static_cast<int>(store.failed_record()));

@@ -4,13 +4,13 @@
 #include <cstring>
 
 #include "frd/block_reader.h"
-#include "frd/files.h"
 #include "frd/key_tree.h"
 #include "frd/log.h"
 #include "frd/long_pass.h"
 #include "frd/memory.h"
 #include "frd/parallel.h"
 #include "frd/record_file.h"
+#include "frd/record_writer.h"
 #include "frd/step.h"
 #include "network/network_data.h"
 #include "network/network_files.h"

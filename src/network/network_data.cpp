@@ -10,8 +10,10 @@
 #include "frd/log.h"
 #include "frd/long_pass.h"
 #include "frd/parallel.h"
+#include "frd/record_writer.h"
 #include "frd/work_buffer.h"
 #include "network/connection_cost.h"
+#include "platform/file.h"
 
 namespace zatlib {
 namespace {

@@ -4,9 +4,11 @@
 #include <span>
 
 #include "frd/control.h"
+#include "frd/files.h"
 #include "frd/log.h"
 #include "frd/long_pass.h"
 #include "frd/parallel.h"
+#include "frd/record_writer.h"
 #include "network/road_attributes.h"
 #include "network/workstore/index_sort.h"
 

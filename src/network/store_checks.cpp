@@ -9,11 +9,11 @@
 
 #include "frd/control.h"
 #include "frd/cp932.h"
-#include "frd/files.h"
 #include "frd/key_tree.h"
 #include "frd/log.h"
 #include "frd/long_pass.h"
 #include "frd/parallel.h"
+#include "frd/record_writer.h"
 #include "network/workstore/index_sort.h"
 #include "network/workstore/store_file.h"
 #include "network/workstore/work_stores.h"

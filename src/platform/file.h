@@ -14,6 +14,7 @@ enum class Access { kRead, kWrite, kReadWrite };
 // excludes other users of this library and of flock.
 enum class Share { kNone, kRead, kReadWrite };
 
+// kCreateAlways leaves no byte of an earlier file. Windows refuses it for a hidden or system file.
 enum class Disposition { kOpenExisting, kOpenAlways, kCreateAlways };
 
 // How the file will be read; a hint to the system's cache, without influence on results.
@@ -54,9 +55,6 @@ class File {
 
   // Size of the file in bytes, -1 on an error.
   int64_t Size() const;
-
-  // Ends the file at the current position. True on success.
-  bool CutHere();
 
   // Hands buffered bytes to the system's disk cache (FlushFileBuffers on Windows). Returns true
   // on success.

@@ -11,6 +11,7 @@
 #include "frd/control.h"
 #include "frd/files.h"
 #include "frd/log.h"
+#include "platform/file.h"
 #include "platform/profile.h"
 
 namespace zatlib {

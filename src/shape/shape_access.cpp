@@ -7,6 +7,7 @@
 #include "frd/control.h"
 #include "frd/files.h"
 #include "frd/keyed_table.h"
+#include "platform/file.h"
 #include "shape/shape_report.h"
 
 namespace zatlib {

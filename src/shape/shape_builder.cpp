@@ -9,10 +9,13 @@
 #include "frd/fields.h"
 #include "frd/files.h"
 #include "frd/keyed_table.h"
+#include "frd/line_source.h"
 #include "frd/long_pass.h"
 #include "frd/mif_text.h"
 #include "frd/record_stream.h"
+#include "frd/source_report.h"
 #include "network/workstore/number_scan.h"
+#include "platform/file.h"
 #include "platform/profile.h"
 #include "shape/shape_output.h"
 #include "shape/shape_report.h"
@@ -44,6 +47,7 @@ enum class Outcome {
 // An error of the source, kept until all that came before it is written.
 struct Problem {
   ShapeBox box = ShapeBox::kTaskModal;
+  bool memory = false;  // for want of it
   char text[kMessageSize] = {};
 
   Outcome Set(const char* format, ...) ZATLIB_PRINTF(2, 3) {
@@ -53,6 +57,10 @@ struct Problem {
     va_end(arguments);
     return Outcome::kBad;
   }
+  Outcome SetMemory(const char* path) {
+    memory = true;
+    return Set("Can't allocate memory for %s !", path);
+  }
 };
 
 // A source file being read.
@@ -61,6 +69,8 @@ struct Source {
   const char* title;  // of its error reports
   const char* path;
   const char* mid_path;     // of a MIF file
+  const LineSource* mif;    // the MIF file
+  const LineSource* split;  // whose lines are split into fields: the MID or text file
   int64_t line_count = -1;  // of the MID file; counted when somebody looks
   Problem problem;
   ShapeOutput output;
@@ -123,22 +133,26 @@ int RunSource(Source& source, Read read) {
                             record);
   }
   if (outcome == Outcome::kBad) {
-    return ReportShapeError(nullptr, source.problem.box, source.title, "%s", source.problem.text);
+    const std::string title =
+        source.problem.memory ? MemoryTitle(source.title) : std::string(source.title);
+    return ReportShapeError(nullptr, source.problem.box, title.c_str(), "%s", source.problem.text);
   }
+  // What came before a field that is too long is in the files now.
+  if (outcome == Outcome::kEnd) source.split->TakeEnd();
   return outcome == Outcome::kEnd ? 1 : 0;
 }
 
 // The two ways in which MID records give a code.
-using CodeReader = FeatureCode (*)(std::string_view line, LineReader& mid, int code_length);
+using CodeReader = FeatureCode (*)(std::string_view line, Lines& mid, int code_length);
 
-FeatureCode ReadZatCode(std::string_view line, LineReader& mid, int code_length) {
+FeatureCode ReadZatCode(std::string_view line, Lines& mid, int code_length) {
   std::string_view field;
   FieldCursor fields(line, &mid);
   fields.Next(&field);
   return ParseCode(field, code_length);
 }
 
-FeatureCode ReadMsrCode(std::string_view line, LineReader& mid, int code_length) {
+FeatureCode ReadMsrCode(std::string_view line, Lines& mid, int code_length) {
   std::string_view number;
   std::string_view unused;
   std::string_view area;
@@ -165,9 +179,9 @@ struct MifLine {
   std::string_view text() const { return {begin, length}; }
 };
 
-ReadResult ReadMifLine(LineReader& lines, MifLine* line) {
+ReadResult ReadMifLine(Lines& lines, MifLine* line) {
   std::string_view text;
-  if (FRD_ReadLine(lines, kMifLineSize, &text) == 0) return ReadResult::kEnd;
+  if (lines.Next(kMifLineSize, &text) != LineResult::kLine) return ReadResult::kEnd;
   line->begin = text.data();
   line->length = static_cast<uint32_t>(text.size());
   const char* p = TakeCoordinate(text.data(), &line->point.X);
@@ -194,11 +208,12 @@ ShapePoint PointOf(const MifLine& line) {
   return {FRD_ParseFixed6(x), FRD_ParseFixed6(y)};
 }
 
-using MifLines = RecordCursor<MifLine, ReadResult (*)(LineReader&, MifLine*)>;
+using MifLines = RecordCursor<MifLine, ReadResult (*)(Lines&, MifLine*)>;
 
 Outcome CopyPline(Source& source, MifLines& mif, int32_t count, int record) {
   for (int32_t item = 0; item < count;) {
     if (!mif.More()) {
+      if (source.mif->end() == SourceEnd::kNoMemory) return source.problem.SetMemory(source.path);
       return source.problem.Set("Can't read the MIF file (%s) at rec=%d in ITEM section",
                                 source.path, record);
     }
@@ -250,7 +265,7 @@ Outcome CopyLine(Source& source, std::string_view line, int record) {
 
 // Counts the records of the MID, 0 when it cannot be opened. Returns 0 when the user has cancelled.
 int CountRecords(Source& source) {
-  LineReader mid;
+  LineSource mid;
   std::string_view line;
   int64_t count = 0;
   if (mid.Open(source.mid_path)) {
@@ -279,23 +294,25 @@ int ShowRecord(Source& source, int64_t record) {
   return FRD_SetProgress(static_cast<float>(cs.ProgressStart + share * cs.ProgressStep));
 }
 
-Outcome ReadMifRecords(Source& source, LineReader& mif_file, LineReader& mid_file,
+Outcome ReadMifRecords(Source& source, LineSource& mif_file, LineSource& mid_file,
                        CodeReader code_of) {
   const ShapeContext& cs = *source.cs;
   ShapeOutput& output = source.output;
   MifLines mif(mif_file, ReadMifLine);
-  const auto read_code = [&cs, code_of](LineReader& lines, FeatureCode* code) {
+  const auto read_code = [&cs, code_of](Lines& lines, FeatureCode* code) {
     std::string_view line;
-    if (FRD_ReadLine(lines, kLineSize, &line) == 0) return ReadResult::kEnd;
+    if (lines.Next(kLineSize, &line) != LineResult::kLine) return ReadResult::kEnd;
     *code = code_of(line, lines, cs.CodeLength);
-    return lines.long_field() ? ReadResult::kEnd : ReadResult::kRecord;
+    return lines.result() == LineResult::kLongField ? ReadResult::kEnd : ReadResult::kRecord;
   };
   RecordCursor<FeatureCode, decltype(read_code)> mid(mid_file, read_code);
   std::string_view line;
   for (int64_t number = 1;; ++number) {
     const int record = static_cast<int>(number);
     if (!mid.More()) {
-      if (!mid_file.too_long() && !mid_file.failed()) return Outcome::kEnd;
+      const SourceEnd end = mid_file.end();
+      if (end == SourceEnd::kEnd || end == SourceEnd::kLongField) return Outcome::kEnd;
+      if (end == SourceEnd::kNoMemory) return source.problem.SetMemory(source.mid_path);
       return source.problem.Set("Can't read the Mid File (%s) at rec=%d", source.mid_path, record);
     }
     const FeatureCode code = *mid.here();
@@ -303,6 +320,7 @@ Outcome ReadMifRecords(Source& source, LineReader& mif_file, LineReader& mid_fil
     bool is_line = false;
     for (bool found = false; !found; mif.Pass(1)) {
       if (!mif.More()) {
+        if (mif_file.end() == SourceEnd::kNoMemory) return source.problem.SetMemory(source.path);
         return source.problem.Set("Can't read the MIF file (%s) at rec=%d", source.path, record);
       }
       if (mif.here()->is_point) continue;
@@ -335,23 +353,29 @@ int BuildFromMif(const ShapeContext& cs, const char* title, CodeReader code_of) 
   source.cs = &cs;
   source.title = title;
   source.path = cs.Paths[cs.FileIndex].c_str();
-  LineReader mif;
+  LineSource mif;
   if (!mif.Open(source.path)) {
     return ReportShapeError(nullptr, ShapeBox::kTaskModal, title, "Can't open the MIF file (%s) !",
                             source.path);
   }
   if (ReadMifHeader(mif, kMifLineSize, PathIn(cs.Folder, kShapeInfoFile).c_str()) == 0) {
+    if (mif.end() == SourceEnd::kNoMemory) {
+      return ReportShapeError(nullptr, ShapeBox::kTaskModal, MemoryTitle(title).c_str(),
+                              "Can't allocate memory for %s !", source.path);
+    }
     return ReportShapeError(nullptr, ShapeBox::kTaskModal, title,
                             "Can't read the MIF file header (%s) !", source.path);
   }
   PathText mid_path;
   FRD_MakeMidPath(source.path, mid_path.text);
   source.mid_path = mid_path.c_str();
-  LineReader mid;
+  LineSource mid;
   if (!mid.Open(source.mid_path)) {
     return ReportShapeError(nullptr, ShapeBox::kTaskModal, title, "Can't open the MID file (%s) !",
                             source.mid_path);
   }
+  source.mif = &mif;
+  source.split = &mid;
   return RunSource(source, [&](Source& s) { return ReadMifRecords(s, mif, mid, code_of); });
 }
 
@@ -398,17 +422,17 @@ struct FieldPair {
   std::string_view second;
 };
 
-FieldPair FirstFields(std::string_view line, LineReader* source) {
+FieldPair FirstFields(std::string_view line, Lines* lines) {
   FieldPair pair;
-  FieldCursor fields(line, source);
+  FieldCursor fields(line, lines);
   fields.Next(&pair.first);
   fields.Next(&pair.second);
   return pair;
 }
 
-ReadResult ReadShapeLine(LineReader& lines, int code_length, ShapeLine* line) {
+ReadResult ReadShapeLine(Lines& lines, int code_length, ShapeLine* line) {
   std::string_view text;
-  if (FRD_ReadLine(lines, kLineSize, &text) == 0) return ReadResult::kEnd;
+  if (lines.Next(kLineSize, &text) != LineResult::kLine) return ReadResult::kEnd;
   line->begin = text.data();
   line->length = static_cast<uint32_t>(text.size());
   if (TakePoint(line->begin, &line->point)) {
@@ -418,7 +442,7 @@ ReadResult ReadShapeLine(LineReader& lines, int code_length, ShapeLine* line) {
   } else {
     line->kind = ShapeLine::Kind::kText;
     FirstFields(text, &lines);
-    if (lines.long_field()) return ReadResult::kEnd;
+    if (lines.result() == LineResult::kLongField) return ReadResult::kEnd;
   }
   return ReadResult::kRecord;
 }
@@ -429,17 +453,20 @@ ShapePoint PointOf(const ShapeLine& line) {
   return {FRD_ParseFixed6(fields.first), FRD_ParseFixed6(fields.second)};
 }
 
-Outcome ReadTextBlocks(Source& source, LineReader& text) {
+Outcome ReadTextBlocks(Source& source, LineSource& text) {
   const ShapeContext& cs = *source.cs;
   ShapeOutput& output = source.output;
-  const auto read_line = [&cs](LineReader& file, ShapeLine* line) {
-    return ReadShapeLine(file, cs.CodeLength, line);
+  const auto read_line = [&cs](Lines& piece, ShapeLine* line) {
+    return ReadShapeLine(piece, cs.CodeLength, line);
   };
   RecordCursor<ShapeLine, decltype(read_line)> lines(text, read_line);
   for (int64_t number = 1;; ++number) {
     const int record = ShownAs<int>(number);
     if (!lines.More()) {
-      if (text.failed()) return source.problem.Set("Can't read the file (%s) !", source.path);
+      if (text.end() == SourceEnd::kNoMemory) return source.problem.SetMemory(source.path);
+      if (text.end() == SourceEnd::kNotRead) {
+        return source.problem.Set("Can't read the file (%s) !", source.path);
+      }
       return Outcome::kEnd;
     }
     ShapeLine head = *lines.here();
@@ -453,6 +480,8 @@ Outcome ReadTextBlocks(Source& source, LineReader& text) {
     if (!output.BeginRecord(head.code, false)) return Outcome::kNotWritten;
     for (int32_t item = 0; item < count;) {
       if (!lines.More()) {
+        if (text.end() == SourceEnd::kLongField) return Outcome::kEnd;
+        if (text.end() == SourceEnd::kNoMemory) return source.problem.SetMemory(source.path);
         return source.problem.Set("Can't read the Item Data (%s) at rec=%d item=%d", source.path,
                                   record, static_cast<int>(item + 1));
       }
@@ -571,11 +600,12 @@ int SHAPE_CreateShapeFileFromZatText(ShapeContext* cs) {
   source.cs = cs;
   source.title = kZatTextError;
   source.path = cs->Paths[cs->FileIndex].c_str();
-  LineReader text;
+  LineSource text;
   if (!text.Open(source.path)) {
     return ReportShapeError(nullptr, ShapeBox::kTaskModal, kZatTextError,
                             "Can't open the MIF file (%s) !", source.path);
   }
+  source.split = &text;
   return RunSource(source, [&](Source& s) { return ReadTextBlocks(s, text); });
 }
 

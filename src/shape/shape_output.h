@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <limits>
 
-#include "frd/files.h"
+#include "frd/record_writer.h"
 #include "frd/work_buffer.h"
 #include "shape/shape_files.h"
 

@@ -4,6 +4,7 @@
 
 #include "frd/control.h"
 #include "frd/parallel.h"
+#include "frd/record_writer.h"
 #include "network/network_files.h"
 #include "traffic/table_file.h"
 

@@ -263,6 +263,35 @@ TEST_F(KilledBuild, MsrLayoutThroughFiles) {
   KillEverywhere();
 }
 
+// A map that lay in the folder is not mixed with the new one: a file is the old one, or it holds
+// bytes of the new one only and may be too short.
+TEST_F(KilledBuild, NoFileMixesTwoMaps) {
+  MakeSources(kFormatZat, "M", 14);
+  ASSERT_NO_FATAL_FAILURE(Undisturbed());
+  const std::string end(8, '\xEE');
+  int begun = 0;
+  for (const bool half : {false, true}) {
+    for (int64_t n = 1; n < counts_[Operation::kWrite] && !HasFailure(); ++n) {
+      SCOPED_TRACE("write " + std::to_string(n) + (half ? ", half of it done" : ""));
+      for (const auto& [name, bytes] : good_) {
+        if (name.ends_with(".dat") || name.ends_with(".idx")) {
+          WriteBytes(OutPath(name), std::string(bytes.size() + 64, '\xEE'));
+        }
+      }
+      ASSERT_NO_FATAL_FAILURE(Kill({Operation::kWrite, n, half}));
+      for (const auto& [name, bytes] : good_) {
+        if (!name.ends_with(".dat") && !name.ends_with(".idx")) continue;
+        const std::string left = Out(name);
+        if (left == std::string(bytes.size() + 64, '\xEE')) continue;
+        ++begun;
+        EXPECT_FALSE(left.ends_with(end)) << name;
+        EXPECT_LE(left.size(), bytes.size()) << name;
+      }
+    }
+  }
+  EXPECT_GT(begun, 1000);
+}
+
 // --- The disk is full ---------------------------------------------------------------------------
 
 constexpr int kPage = 4096;         // bytes that a file of the small disk grows by
@@ -411,8 +440,7 @@ class FullDisk : public InterruptedBuild {
         report.erase(at, out().size() + 1);
       }
       if (result != 0 && report == "ICFLAG=OK\r\n") {
-        // Records changed in place and files saved again took no more room.
-        // room.
+        // Records changed in place took no more room.
         ExpectGood();
       } else {
         reported.insert(report);
@@ -438,7 +466,8 @@ class FullDisk : public InterruptedBuild {
     listing_ = true;
     ASSERT_NO_FATAL_FAILURE(Undisturbed());
     listing_ = false;
-    // What does not say where it stopped. Files that are saved again stay within their room.
+    // What does not say where it stopped. Files that are saved again are made anew: the room that
+    // they had is gone.
     const std::set<std::string> common = {
         "[Can't write the NodeNameStore (nnamestr.~wk) at file=01 !]"
         "[File Error in BRN_ZAT_SetNodeNameStore]",
@@ -459,6 +488,20 @@ class FullDisk : public InterruptedBuild {
         "[Can't write the CalcAttribute file (mapattr.dat) !]"
         "[File Error in BRN_FinishNodeAttribute]",
         "[Can't write the output file : rtweight.dat][Fatal Error in MM_CreateRightTurnWeight]",
+        "[Can't write the node store !][File Error in BRN_ZAT_SetNodeXYData]",
+        "[Can't write the link storage linkstr.~wk !][File Error in BRN_ZAT_SetLinkSpeedData]",
+        "[Can't write the index DBL file (shapedbl.idx)][File Error in SHAPE_FinishShapeIndex]",
+        "[Can't write the NodeAttribute file (nodeattr.dat) !]"
+        "[File Error in BRN_FinishNodeAttribute]",
+        "[Can't write the NodeName file (nodename.dat) !][File Error in BRN_FinishNodeAttribute]",
+        "[Can't save the NodeName (nodename.dat) !][File Error in BRN_FinishNodeName]",
+        "[Can't save the LinkName (linkname.dat) !][File Error in BRN_FinishLinkName]",
+        "[Can't write maprule.dat !][File Error]",
+        "[Can't write linknode.idx !][File Error]",
+        // 4,949 nodes of 64 bytes; 4,950 links of 16
+        "[Can't write mapcalc.dat !\r\n(org/written=316736/79200)][File Error]",
+        "ICFLAG=ERROR\r\nICFLAG_ERROR=Can't write the CalcAttribute : mapattr.dat\r\n",
+        "ICFLAG=ERROR\r\nICFLAG_ERROR=Can't write the LinkName : linkname.dat\r\n",
     };
     {
       SCOPED_TRACE("nothing left");

@@ -729,6 +729,31 @@ class WorkStores(Case):
         self.good("verify", "out", "--strict")
 
 
+class LongField(unittest.TestCase):
+    """A field of 64 bytes ends the process; what came before it is in the store."""
+
+    def test_the_records_of_good_lines_stay(self):
+        for mif in (0, 1):
+            with self.subTest(mif=mif), tempfile.TemporaryDirectory() as name:
+                folder = pathlib.Path(name)
+                lines = ["%d,7" % i for i in range(1, 1001)] + ["x" * 64, "9999,7"]
+                data = "nodes.mid" if mif else "nodes.txt"
+                (folder / data).write_bytes("".join(l + "\r\n" for l in lines).encode("ascii"))
+                (folder / "nodes.mif").write_bytes(
+                    b"Version 300\r\nData\r\n\r\n" + b"Point 135.5 35.5\r\n" * len(lines))
+                (folder / "control.ini").write_bytes(
+                    b"[SYSTEM]\r\nSILENTMODE=1\r\n[FOLDER]\r\nCALCMAPDIR=out\r\n[NODE]\r\n"
+                    b"FILENUM=1\r\nFILE01=nodes.%s\r\nMIF=%d\r\n" % (b"mif" if mif else b"txt", mif))
+                status, out, err = build(folder)
+                self.assertNotIn(status, (0, 1, 2), out)
+                self.assertIn("record 1001: column 1 holds 64 bytes or more", err)
+                x, y = (135500000, 35500000) if mif else (0, 0)
+                # 96 bytes a node: code, partner, attribute word, city, place, eight links.
+                self.assertEqual((folder / "out" / "nodestr.~wk").read_bytes(),
+                                 b"".join(struct.pack("<ddHHIii8d", i, 0, 7, 0, 0, x, y, *[0] * 8)
+                                          for i in range(1, 1001)))
+
+
 class FareData(Case):
     """A map with an interchange link, 201, that the fare data list."""
 

@@ -3,7 +3,7 @@
 #include <string>
 
 #include "compat/services.h"
-#include "frd/files.h"
+#include "frd/line_source.h"
 #include "naive.h"
 
 namespace zatlib::fuzz {
@@ -16,7 +16,7 @@ constexpr size_t kFiller = 16;        // bytes of a line nearer to the border
 
 // Reads on with both, the sizes taking turns. A line that is too long is not the end: both go on
 // behind the bytes that they have read.
-void ReadOn(LineReader* reader, NaiveLines* naive, uint32_t first_size, uint32_t second_size) {
+void ReadOn(LineSource* reader, NaiveLines* naive, uint32_t first_size, uint32_t second_size) {
   int64_t number = reader->line_number();
   int refusals = 0;
   for (uint32_t size = first_size; refusals < 3;) {
@@ -24,7 +24,7 @@ void ReadOn(LineReader* reader, NaiveLines* naive, uint32_t first_size, uint32_t
     std::string expected;
     const int result = FRD_ReadLine(*reader, size, &line);
     FUZZ_CHECK(result == naive->Next(size, &expected));
-    FUZZ_CHECK(!reader->failed());
+    FUZZ_CHECK(!IsCutShort(reader->end()));
     if (result == 0) {
       ++refusals;
     } else {
@@ -38,7 +38,7 @@ void ReadOn(LineReader* reader, NaiveLines* naive, uint32_t first_size, uint32_t
 void Compare(const ScratchFile& file, const std::string& text, uint32_t first_size,
              uint32_t second_size) {
   file.Write(text);
-  LineReader reader;
+  LineSource reader;
   FUZZ_CHECK(reader.Open(file.path()));
   NaiveLines naive(text);
   ReadOn(&reader, &naive, first_size, second_size);
@@ -64,7 +64,7 @@ void CompareAtBorder(const ScratchFile& file, const std::string& text, size_t be
   const size_t start = padded.size();
   padded += text;
   file.Write(padded);
-  LineReader reader;
+  LineSource reader;
   FUZZ_CHECK(reader.Open(file.path()));
   std::string_view line;
   for (size_t i = 0; i < kQuietLines; ++i) FUZZ_CHECK(FRD_ReadLine(reader, 2048, &line) == 1);

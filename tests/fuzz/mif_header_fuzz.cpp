@@ -45,7 +45,7 @@ std::string Stored(const std::string& line) {
   return value;
 }
 
-void CheckHeader(const ScratchFile& info, NaiveLines* naive, LineReader* mif) {
+void CheckHeader(const ScratchFile& info, NaiveLines* naive, LineSource* mif) {
   std::string charset;
   std::string coordinates;
   bool plain = true;  // no line feed inside a kept line: it would open a line of its own there
@@ -71,7 +71,8 @@ void CheckHeader(const ScratchFile& info, NaiveLines* naive, LineReader* mif) {
   FUZZ_CHECK(value == Stored(coordinates));
 }
 
-void CheckPoints(NaiveLines* naive, LineReader* mif, MifPointTest test) {
+void CheckPoints(NaiveLines* naive, LineSource* mif, MifPointTest test) {
+  MifPoints points(*mif, test);
   for (bool more = true; more;) {
     std::string line;
     MifPoint expected = MifPoint::kEnd;
@@ -93,7 +94,7 @@ void CheckPoints(NaiveLines* naive, LineReader* mif, MifPointTest test) {
     }
     int32_t x = 0;
     int32_t y = 0;
-    FUZZ_CHECK(ReadMifPoint(*mif, test, &x, &y) == expected);
+    FUZZ_CHECK(points.Next(&x, &y) == expected);
     FUZZ_CHECK(x == expected_x && y == expected_y);
     more = expected != MifPoint::kEnd;
   }
@@ -106,7 +107,7 @@ int Run(const uint8_t* data, size_t size) {
   const std::string text(reinterpret_cast<const char*>(data), size);
   mif_file.Write(text);
   for (const MifPointTest test : {MifPointTest::kFirstLetters, MifPointTest::kFirstWord}) {
-    LineReader mif;
+    LineSource mif;
     FUZZ_CHECK(mif.Open(mif_file.path()));
     NaiveLines naive(text);
     CheckHeader(info, &naive, &mif);

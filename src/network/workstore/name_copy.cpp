@@ -23,7 +23,7 @@ int CopyNames(WindowHandle owner, const char* control_file, const NameStoreTexts
   for (int i = 1; i <= files && result != 0; ++i) {
     PathText path = ControlFile(control_file, source.section, i);
     if (source.derive_mid) FRD_MakeMidPath(path.c_str(), path.text);
-    LineReader data;
+    LineSource data;
     if (!data.Open(path.c_str())) {
       ReportTaskModal(owner, source.data_title, source.data_error, i, path.c_str());
       result = 0;
@@ -31,16 +31,16 @@ int CopyNames(WindowHandle owner, const char* control_file, const NameStoreTexts
     }
     CopyProgress progress;
     const CopyResult copied = CopyRecords<NameStoreRecord>(
-        data, store, &progress, [&](LineReader& lines, NameStoreRecord* record) {
-          if (lines.SkipLineIf(
+        data, store, &progress, [&](Lines& lines, NameStoreRecord* record) {
+          if (lines.SkipIf(
                   [&](std::string_view line) { return IsNarrow(line, source.name_column); })) {
             return ReadResult::kUnwanted;
           }
           if (source.read(lines, record, code_length) == 0) return ReadResult::kEnd;
           return record->Name[0] != 0 ? ReadResult::kRecord : ReadResult::kUnwanted;
         });
-    if (copied == CopyResult::kReadFailed) {
-      ReportTaskModal(owner, texts.title, "Can't read the file (%s) !", path.c_str());
+    if (copied == CopyResult::kReadFailed || copied == CopyResult::kNoMemory) {
+      ReportUnread(owner, texts.title, path.c_str(), data.end());
     } else if (copied == CopyResult::kWriteFailed) {
       ReportTaskModal(owner, texts.title, texts.write_error,
                       OutputPath(control_file, texts.file).c_str(), i);

@@ -1,8 +1,9 @@
 // Names from the files of one section into a name store.
 #pragma once
 
-#include "frd/files.h"
+#include "frd/lines.h"
 #include "frd/progress.h"
+#include "frd/record_writer.h"
 #include "network/workstore/work_stores.h"
 
 namespace zatlib {
@@ -11,7 +12,7 @@ namespace zatlib {
 struct NameSource {
   const char* section;
   bool derive_mid;  // the names stand in the ".mid" beside the file named
-  int (*read)(LineReader& file, NameStoreRecord* record, int code_length);
+  int (*read)(Lines& lines, NameStoreRecord* record, int code_length);
   int name_column;         // of the name in the line, from 1
   const char* data_error;  // a file cannot be opened; with %02d (file), %s (path)
   const char* data_title;

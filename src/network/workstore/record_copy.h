@@ -6,9 +6,11 @@
 #include <utility>
 
 #include "frd/control.h"
-#include "frd/files.h"
+#include "frd/line_source.h"
 #include "frd/long_pass.h"
 #include "frd/record_stream.h"
+#include "frd/record_writer.h"
+#include "frd/source_report.h"
 
 namespace zatlib {
 
@@ -17,6 +19,7 @@ enum class CopyResult {
   kDone,
   kCancelled,
   kReadFailed,   // the system refused a read
+  kNoMemory,     // for the lines of the source
   kWriteFailed,  // the store's failed_record() tells where
   kStopped       // the record reader found the data unfit; `records` tells where
 };
@@ -28,11 +31,23 @@ struct CopyProgress {
   int64_t records = 0;           // records read so far
 };
 
+// The end of a copy that reached the end of its source, after the records are in the store.
+inline CopyResult EndOfSource(const LineSource& source) {
+  switch (source.TakeEnd()) {
+    case SourceEnd::kNotRead:
+      return CopyResult::kReadFailed;
+    case SourceEnd::kNoMemory:
+      return CopyResult::kNoMemory;
+    default:
+      return CopyResult::kDone;
+  }
+}
+
 // Copies records from a file that is open into the store until the file ends; what was copied is in
-// the file when this returns. `read(lines, &record)` takes a record from its line, on any thread
-// (see RecordStream).
+// the file when this returns, and when a field that is too long ends the process.
+// `read(lines, &record)` takes a record from its line, on any thread (see RecordStream).
 template <typename Record, typename Read>
-CopyResult CopyRecords(LineReader& source, RecordWriter& store, CopyProgress* progress, Read read) {
+CopyResult CopyRecords(LineSource& source, RecordWriter& store, CopyProgress* progress, Read read) {
   CopyResult result = CopyResult::kDone;
   RecordStream<Record, Read> stream(source, std::move(read));
   RecordRun<Record> run;
@@ -61,14 +76,13 @@ CopyResult CopyRecords(LineReader& source, RecordWriter& store, CopyProgress* pr
   }
   // Records wait in the store's block: a refused write comes before whatever ended the loop.
   if (!store.WriteOut()) return CopyResult::kWriteFailed;
-  if (result == CopyResult::kDone && source.failed()) return CopyResult::kReadFailed;
-  return result;
+  return result == CopyResult::kDone ? EndOfSource(source) : result;
 }
 
 // The same for records that another file completes: `amend(&record)` is called for each in turn, on
 // the calling thread, and tells what has become of it.
 template <typename Record, typename Read, typename Amend>
-CopyResult CopyAmendedRecords(LineReader& source, RecordWriter& store, CopyProgress* progress,
+CopyResult CopyAmendedRecords(LineSource& source, RecordWriter& store, CopyProgress* progress,
                               Read read, Amend amend) {
   CopyResult result = CopyResult::kDone;
   RecordStream<Record, Read> stream(source, std::move(read));
@@ -99,8 +113,7 @@ CopyResult CopyAmendedRecords(LineReader& source, RecordWriter& store, CopyProgr
     }
   }
   if (!store.WriteOut()) return CopyResult::kWriteFailed;
-  if (result == CopyResult::kDone && source.failed()) return CopyResult::kReadFailed;
-  return result;
+  return result == CopyResult::kDone ? EndOfSource(source) : result;
 }
 
 // The texts of a step that appends source files to a store.
@@ -109,7 +122,7 @@ struct AppendTexts {
   const char* store_error;  // the store cannot be opened; with %s (store), %02d (file)
   const char* write_error;  // with %s (store), %02d (file), %d (record, from 0)
   const char* status;       // with %d
-  const char* read_title;   // of the error report for a read that the system refused
+  const char* read_title;   // "File Error in ...", for ReportUnread
 };
 
 inline constexpr int64_t kAppendInterval = 5000;  // records between two looks at the user
@@ -119,7 +132,7 @@ inline constexpr int64_t kAppendInterval = 5000;  // records between two looks a
 // by the records that are in the store.
 template <typename Record, typename Copy>
 CopyResult AppendFile(WindowHandle owner, const AppendTexts& texts, int number,
-                      const char* data_path, const char* store_path, LineReader& data,
+                      const char* data_path, const char* store_path, LineSource& data,
                       int64_t* count, Copy copy) {
   if (!data.Open(data_path)) {
     ReportTaskModal(owner, "File Error", texts.data_error, number, data_path);
@@ -133,8 +146,8 @@ CopyResult AppendFile(WindowHandle owner, const AppendTexts& texts, int number,
   CopyProgress progress{texts.status, kAppendInterval, 0};
   const CopyResult result = copy(store, &progress);
   *count += store.count();
-  if (result == CopyResult::kReadFailed) {
-    ReportTaskModal(owner, texts.read_title, "Can't read the file (%s) !", data_path);
+  if (result == CopyResult::kReadFailed || result == CopyResult::kNoMemory) {
+    ReportUnread(owner, texts.read_title, data_path, data.end());
   } else if (result == CopyResult::kWriteFailed) {
     ReportTaskModal(owner, "File Error", texts.write_error, store_path, number,
                     static_cast<int>(store.failed_record()));

@@ -86,8 +86,8 @@ bool PassRest(const char* p, const char* line_end) {
   return true;
 }
 
-void MeetLongField(std::string_view line, LineReader& file) {
-  FieldCursor cursor(line, &file);
+void EndAtLongField(std::string_view line, Lines& lines) {
+  FieldCursor cursor(line, &lines);
   std::string_view field;
   while (cursor.Next(&field)) {
   }

@@ -7,7 +7,7 @@
 #include <cstring>
 #include <string_view>
 
-#include "frd/files.h"
+#include "frd/lines.h"
 #include "network/workstore/number_scan.h"
 #include "network/workstore/source_layout.h"
 #include "network/workstore/work_stores.h"
@@ -113,9 +113,8 @@ const char* TakeField(const char* p, FieldKind kind, const SourceRules& rules, c
 // Passes over the fields from `p` to the end of the line. False when one is too long.
 bool PassRest(const char* p, const char* line_end);
 
-// Meets a field that is too long again, as the walk over a file's line does: a chunk of lines notes
-// it; else the process ends.
-void MeetLongField(std::string_view line, LineReader& file);
+// Ends the lines at the field of `line`, the one read last, that is too long.
+void EndAtLongField(std::string_view line, Lines& lines);
 
 // Composes the numbers that a layout has left in the record with the line's areas.
 void ComposeCodes(const SourceLayout& layout, int code_length, const LineAreas& areas,
@@ -145,18 +144,18 @@ bool Fill(const char* p, const char* line_end, const SourceRules& rules, char* r
 }  // namespace fields
 
 // Clears the record, reads the next line and fills the record's fields by the layout, taking fields
-// as FieldCursor does. Returns 1, or 0 at the end of the file. `areas` (may be null) receives the
+// as FieldCursor does. Returns 1, or 0 at the end of the lines. `areas` (may be null) receives the
 // line's areas.
 template <const SourceLayout& kLayout, typename Record>
-int ReadSourceRecord(LineReader& file, const SourceRules& rules, Record* record,
+int ReadSourceRecord(Lines& lines, const SourceRules& rules, Record* record,
                      LineAreas* areas = nullptr) {
   std::memset(static_cast<void*>(record), 0, sizeof(Record));
   std::string_view line;
-  if (FRD_ReadLine(file, rules.line_size, &line) == 0) return 0;
+  if (lines.Next(rules.line_size, &line) != LineResult::kLine) return 0;
   auto* bytes = reinterpret_cast<char*>(record);
   LineAreas found;
   if (!fields::Fill<kLayout, 0>(line.data(), line.data() + line.size(), rules, bytes, &found)) {
-    fields::MeetLongField(line, file);
+    fields::EndAtLongField(line, lines);
     return 0;
   }
   if constexpr (kLayout.composes) fields::ComposeCodes(kLayout, rules.code_length, found, bytes);

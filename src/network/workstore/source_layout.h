@@ -7,7 +7,7 @@
 #include <cstdint>
 #include <span>
 
-#include "frd/files.h"
+#include "frd/lines.h"
 #include "network/workstore/feature_code.h"
 
 namespace zatlib {

@@ -5,9 +5,9 @@
 #include <cstdint>
 #include <span>
 
-#include "frd/files.h"
 #include "frd/memory.h"
 #include "frd/work_buffer.h"
+#include "platform/file.h"
 
 namespace zatlib {
 

@@ -34,6 +34,37 @@ std::string NativePath(const char* path) {
   return native;
 }
 
+namespace {
+
+// Takes the lock of a share mode. False when another user holds one that excludes it; a file system
+// without locks cannot exclude anybody, which is no reason to refuse the file.
+bool Lock(int fd, Share share) {
+  if (share == Share::kReadWrite) return true;
+  const int lock = share == Share::kNone ? LOCK_EX : LOCK_SH;
+  return ::flock(fd, lock | LOCK_NB) == 0 || errno != EWOULDBLOCK;
+}
+
+// Empties the file that is open as `*fd`: puts a new one in its place where that is possible, since
+// some file systems write an emptied file out to the disk when it is closed, but leave a new one in
+// their cache. `path` may be a link, and the file may have other names or another owner: it then
+// stays the same file. False when the system refuses.
+bool MakeAnew(const char* path, int flags, Share share, const struct stat& old, int* fd) {
+  struct stat named {};
+  if (!S_ISREG(old.st_mode) || old.st_nlink != 1 || old.st_uid != ::geteuid() ||
+      ::lstat(path, &named) != 0 || named.st_ino != old.st_ino || named.st_dev != old.st_dev ||
+      ::unlink(path) != 0) {
+    return ::ftruncate(*fd, 0) == 0;
+  }
+  const int anew = ::open(path, flags | O_EXCL, 0666);
+  if (anew < 0) return false;
+  (void)::fchmod(anew, old.st_mode & 07777);
+  ::close(*fd);
+  *fd = anew;
+  return Lock(anew, share);
+}
+
+}  // namespace
+
 File& File::operator=(File&& other) noexcept {
   if (this != &other) {
     Close();
@@ -59,23 +90,21 @@ File File::Open(const char* path, Access access, Share share, Disposition dispos
       break;
   }
   if (disposition != Disposition::kOpenExisting) flags |= O_CREAT;
-  const int fd = ::open(NativePath(path).c_str(), flags, 0666);
+  const std::string native = NativePath(path);
+  int fd = ::open(native.c_str(), flags, 0666);
   if (fd < 0) return file;
   struct stat status {};
   if (::fstat(fd, &status) != 0 || S_ISDIR(status.st_mode)) {
     ::close(fd);
     return file;
   }
-  if (share != Share::kReadWrite) {
-    // A file system without locks cannot exclude anybody; that is no reason to refuse the file.
-    const int lock = share == Share::kNone ? LOCK_EX : LOCK_SH;
-    if (::flock(fd, lock | LOCK_NB) != 0 && errno == EWOULDBLOCK) {
-      ::close(fd);
-      return file;
-    }
+  if (!Lock(fd, share)) {
+    ::close(fd);
+    return file;
   }
   // Emptied only once the lock is held: a refused open leaves the other user's file alone.
-  if (disposition == Disposition::kCreateAlways && status.st_size > 0 && ::ftruncate(fd, 0) != 0) {
+  if (disposition == Disposition::kCreateAlways && status.st_size > 0 &&
+      !MakeAnew(native.c_str(), flags, share, status, &fd)) {
     ::close(fd);
     return file;
   }
@@ -146,12 +175,6 @@ int64_t File::Size() const {
   struct stat status {};
   if (::fstat(static_cast<int>(handle_), &status) != 0) return -1;
   return status.st_size;
-}
-
-bool File::CutHere() {
-  const int fd = static_cast<int>(handle_);
-  const off_t position = ::lseek(fd, 0, SEEK_CUR);
-  return position >= 0 && (Size() == position || ::ftruncate(fd, position) == 0);
 }
 
 bool File::Flush() {

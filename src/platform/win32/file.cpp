@@ -95,8 +95,6 @@ int64_t File::Size() const {
   return static_cast<int64_t>(high) * 0x100000000 + low;
 }
 
-bool File::CutHere() { return ::SetEndOfFile(ToHandle(handle_)) != 0; }
-
 bool File::Flush() {
   if (ShouldFail(Operation::kFlush)) return false;
   return ::FlushFileBuffers(ToHandle(handle_)) != 0;

@@ -1,11 +1,13 @@
 #include "frd/files.h"
 
 #include <cstring>
+#include <filesystem>
 #include <string>
 #include <vector>
 
 #include "frd/control.h"
 #include "frd/log.h"
+#include "frd/memory.h"
 #include "frd/parallel.h"
 #include "platform/clock.h"
 #include "platform/fault.h"
@@ -24,7 +26,7 @@ using platform::WriteFault;
 using test::ReadBytes;
 using test::WriteBytes;
 
-constexpr size_t kBlock = 1 << 20;  // bytes that the line reader takes at a time
+using Strings = std::vector<std::string>;
 
 class FilesTest : public test::LibraryTest {
  protected:
@@ -39,27 +41,7 @@ class FilesTest : public test::LibraryTest {
     return File::Open((folder_ / name).c_str(), Access::kWrite, Share::kNone,
                       Disposition::kCreateAlways);
   }
-
-  void OpenText(LineReader* reader, const std::string& content) {
-    const std::string path = folder_ / "lines.txt";
-    WriteBytes(path, content);
-    ASSERT_TRUE(reader->Open(path.c_str()));
-  }
-
-  // The lines up to the first result 0.
-  std::vector<std::string> Lines(const std::string& content, uint32_t size = kLineSize) {
-    std::vector<std::string> lines;
-    LineReader reader;
-    OpenText(&reader, content);
-    std::string_view line;
-    while (FRD_ReadLine(reader, size, &line) != 0) lines.emplace_back(line);
-    EXPECT_FALSE(reader.failed());
-    EXPECT_EQ(reader.line_number(), static_cast<int64_t>(lines.size()));
-    return lines;
-  }
 };
-
-using Strings = std::vector<std::string>;
 
 // The service log of a day long ago, so that neither real logs nor other tests are met.
 class ServiceLog {
@@ -260,6 +242,28 @@ TEST_F(FilesTest, SaveFileReplacesTheOldContent) {
   EXPECT_EQ(ReadBytes(path), "new");
 }
 
+// Size of the file that is being saved, at the first write.
+std::string g_saved_path;
+uint64_t g_size_at_write = 0;
+
+TEST_F(FilesTest, SaveFileMakesTheFileAnew) {
+  g_saved_path = folder_ / "anew.dat";
+  g_size_at_write = 99;
+  WriteBytes(g_saved_path, "old content");
+  platform::CountOperations();
+  platform::WatchOperations([](Operation operation, int64_t) {
+    if (operation == Operation::kWrite) {
+      g_size_at_write = std::filesystem::file_size(g_saved_path);
+    }
+  });
+  const SaveResult result = SaveFile(g_saved_path.c_str(), "new", 3);
+  platform::WatchOperations(nullptr);
+  platform::ClearFaults();
+  EXPECT_EQ(result, SaveResult::kSaved);
+  EXPECT_EQ(g_size_at_write, 0u);
+  EXPECT_EQ(ReadBytes(g_saved_path), "new");
+}
+
 TEST_F(FilesTest, SaveFileTellsWhatFailed) {
   ServiceLog log(7);
   EXPECT_EQ(SaveFile((folder_ / "none/save.dat").c_str(), "new", 3), SaveResult::kNotOpened);
@@ -286,356 +290,6 @@ TEST_F(FilesTest, ReadExactlyWantsAllBytes) {
   EXPECT_TRUE(ReadExactly(file, data, 4));
   EXPECT_STREQ(data, "abcd");
   EXPECT_FALSE(ReadExactly(file, data, 4));
-}
-
-TEST_F(FilesTest, CreateFolderTreeMakesTheParents) {
-  const std::string path =
-      folder_ / "a" + platform::NativeSeparator() + "b" + platform::NativeSeparator() + "c";
-  EXPECT_NE(FRD_CreateFolderTree(path.c_str()), 0);
-  EXPECT_TRUE(platform::IsFolder(path.c_str()));
-  // It exists: nothing was created.
-  EXPECT_EQ(FRD_CreateFolderTree(path.c_str()), 0);
-}
-
-TEST_F(FilesTest, CreateFolderTreeFailsWithItsParent) {
-  WriteBytes(folder_ / "file", "x");
-  const std::string path =
-      folder_ / "file" + platform::NativeSeparator() + "b" + platform::NativeSeparator() + "c";
-  EXPECT_EQ(FRD_CreateFolderTree(path.c_str()), 0);
-  EXPECT_FALSE(platform::IsFolder(path.c_str()));
-}
-
-// ---- FRD_ReadLine --------------------------------------------------------------------------
-
-TEST_F(FilesTest, AMissingFileIsNotOpen) {
-  LineReader reader;
-  EXPECT_FALSE(reader.Open((folder_ / "missing.txt").c_str()));
-  EXPECT_FALSE(reader.IsOpen());
-}
-
-TEST_F(FilesTest, LinesEndAtCrLf) {
-  EXPECT_EQ(Lines("one,1\r\ntwo,2\r\n"), (Strings{"one,1", "two,2"}));
-}
-
-TEST_F(FilesTest, TheLastLineNeedsNoEnd) {
-  EXPECT_EQ(Lines("one\r\ntwo"), (Strings{"one", "two"}));
-  EXPECT_EQ(Lines("one"), (Strings{"one"}));
-  EXPECT_EQ(Lines("one\r"), (Strings{"one"}));
-}
-
-TEST_F(FilesTest, AnEmptyFileHasNoLine) { EXPECT_EQ(Lines(""), Strings{}); }
-
-TEST_F(FilesTest, EmptyLinesAreLines) {
-  EXPECT_EQ(Lines("\r\n\r\nx\r\n\r\n"), (Strings{"", "", "x", ""}));
-}
-
-TEST_F(FilesTest, TheByteBehindCrIsSkippedWhateverItIs) {
-  EXPECT_EQ(Lines("a\rbc\r\nd"), (Strings{"a", "c", "d"}));
-  EXPECT_EQ(Lines("a\r\r\nb"), (Strings{"a", "\nb"}));
-}
-
-TEST_F(FilesTest, ALfOutsideQuotesIsAnOrdinaryByte) {
-  EXPECT_EQ(Lines("a\nb\nc\n"), (Strings{"a\nb\nc\n"}));
-  EXPECT_EQ(Lines("a\nb\r\nc"), (Strings{"a\nb", "c"}));
-}
-
-TEST_F(FilesTest, QuotedBreaksAreRemoved) {
-  EXPECT_EQ(Lines("1,\"a\r\nb\",2\r\n3\r\n"), (Strings{"1,\"ab\",2", "3"}));
-  EXPECT_EQ(Lines("\"\r\n\r\n\"\r\n"), (Strings{"\"\""}));
-  EXPECT_EQ(Lines("\"a\nb\"\r\nc"), (Strings{"\"ab\"", "c"}));
-}
-
-TEST_F(FilesTest, WithEmbeddedBreaksEveryBreakGoes) {
-  EXPECT_EQ(Lines("x\ny,\"a\rb\",\nz\r\nw"), (Strings{"xy,\"ab\",z", "w"}));
-}
-
-TEST_F(FilesTest, EachQuoteToggles) {
-  // Two pairs, then CR outside; an empty pair between.
-  EXPECT_EQ(Lines("\"a\"\"b\"\r\n\"\"\r\nc"), (Strings{"\"a\"\"b\"", "\"\"", "c"}));
-}
-
-TEST_F(FilesTest, AnOpenQuoteTakesTheRestOfTheFile) {
-  EXPECT_EQ(Lines("a\r\n\"b\r\nc\r\n"), (Strings{"a", "\"bc"}));
-}
-
-TEST_F(FilesTest, AnOpenQuoteLongerThanTheBufferEndsTheReading) {
-  EXPECT_EQ(Lines("a\r\n\"" + std::string(600, 'b') + "\r\nc\r\n", 512), (Strings{"a"}));
-}
-
-TEST_F(FilesTest, ZeroBytesStay) {
-  EXPECT_EQ(Lines(std::string("a\0b\r\n\0\r\nc", 9)),
-            (Strings{std::string("a\0b", 3), std::string("\0", 1), "c"}));
-}
-
-TEST_F(FilesTest, ALineThatFillsItsBufferWithItsCrIsRead) {
-  const std::string text(2047, 'x');
-  EXPECT_EQ(Lines(text + "\r\nnext\r\n"), (Strings{text, "next"}));
-}
-
-TEST_F(FilesTest, ALineWhoseCrLiesBehindTheBufferIsTooLong) {
-  EXPECT_EQ(Lines("first\r\n" + std::string(2048, 'x') + "\r\nnext\r\n"), (Strings{"first"}));
-}
-
-TEST_F(FilesTest, ALastLineWithoutEndMustBeShorterThanTheBuffer) {
-  EXPECT_EQ(Lines(std::string(2047, 'x')), (Strings{std::string(2047, 'x')}));
-  EXPECT_EQ(Lines(std::string(2048, 'x')), Strings{});
-}
-
-TEST_F(FilesTest, A600ByteLineDoesNotFitA512ByteBuffer) {
-  LineReader reader;
-  OpenText(&reader, std::string(600, 'x') + "\r\nb\r\n");
-  std::string_view line;
-  EXPECT_EQ(FRD_ReadLine(reader, 512, &line), 0);
-  EXPECT_FALSE(reader.failed());
-  EXPECT_TRUE(reader.too_long());
-  // The position is behind the 512 bytes that were read.
-  EXPECT_EQ(FRD_ReadLine(reader, 512, &line), 1);
-  EXPECT_EQ(line, std::string(88, 'x'));
-  EXPECT_EQ(FRD_ReadLine(reader, 512, &line), 1);
-  EXPECT_EQ(line, "b");
-  EXPECT_FALSE(reader.too_long());
-  EXPECT_EQ(FRD_ReadLine(reader, 512, &line), 0);
-  EXPECT_FALSE(reader.too_long());
-}
-
-TEST_F(FilesTest, ABufferOf512BytesTakes511AndTheCr) {
-  EXPECT_EQ(Lines(std::string(511, 'x') + "\r\ny\r\n", 512), (Strings{std::string(511, 'x'), "y"}));
-  EXPECT_EQ(Lines(std::string(512, 'x') + "\r\ny\r\n", 512), Strings{});
-}
-
-TEST_F(FilesTest, TheLfBehindACrAtTheBufferEndBelongsToTheLine) {
-  EXPECT_EQ(Lines(std::string(2047, 'x') + "\r"), (Strings{std::string(2047, 'x')}));
-  EXPECT_EQ(Lines(std::string(2047, 'x') + "\r\n"), (Strings{std::string(2047, 'x')}));
-}
-
-// `lines` full lines of 1,024 bytes, the last one `less` bytes shorter.
-std::string Kibibytes(size_t lines, size_t less) {
-  std::string text;
-  for (size_t i = 0; i < lines; ++i) {
-    text += std::string(1022 - (i + 1 == lines ? less : 0), 'x') + "\r\n";
-  }
-  return text;
-}
-
-TEST_F(FilesTest, ABlockBorderBetweenCrAndLf) {
-  // 1,023 lines and 1,023 bytes bring the CR to the last byte of the first block.
-  const std::string text = Kibibytes(1023, 0) + std::string(1023, 'y') + "\r\nafter\r\n";
-  ASSERT_EQ(text[kBlock - 1], '\r');
-  ASSERT_EQ(text[kBlock], '\n');
-  const Strings lines = Lines(text);
-  ASSERT_EQ(lines.size(), 1025u);
-  EXPECT_EQ(lines[1022], std::string(1022, 'x'));
-  EXPECT_EQ(lines[1023], std::string(1023, 'y'));
-  EXPECT_EQ(lines[1024], "after");
-}
-
-TEST_F(FilesTest, ABlockThatEndsWithTheCrOfAFullBuffer) {
-  // 1,022 lines and 2,048 bytes make a block; the buffer has taken all of it.
-  const std::string text = Kibibytes(1022, 0) + std::string(2047, 'y') + "\r\nafter\r\n";
-  ASSERT_EQ(text[kBlock - 1], '\r');
-  const Strings lines = Lines(text);
-  ASSERT_EQ(lines.size(), 1024u);
-  EXPECT_EQ(lines[1022], std::string(2047, 'y'));
-  EXPECT_EQ(lines[1023], "after");
-}
-
-TEST_F(FilesTest, ABlockThatEndsWithTheCrOfAFullSmallBuffer) {
-  std::string text;
-  for (int i = 0; i < 2047; ++i) text += std::string(510, 'x') + "\r\n";
-  text += std::string(511, 'y') + "\r\nafter\r\n";
-  ASSERT_EQ(text[kBlock - 1], '\r');
-  const Strings lines = Lines(text, 512);
-  ASSERT_EQ(lines.size(), 2049u);
-  EXPECT_EQ(lines[2047], std::string(511, 'y'));
-  EXPECT_EQ(lines[2048], "after");
-}
-
-TEST_F(FilesTest, ABlockBorderInsideAQuotedBreak) {
-  const std::string text = Kibibytes(1023, 0) + "\"" + std::string(1022, 'y') + "\r\nz\"\r\nafter";
-  ASSERT_EQ(text[kBlock - 1], '\r');
-  const Strings lines = Lines(text);
-  ASSERT_EQ(lines.size(), 1025u);
-  EXPECT_EQ(lines[1023], "\"" + std::string(1022, 'y') + "z\"");
-  EXPECT_EQ(lines[1024], "after");
-}
-
-TEST_F(FilesTest, EveryPositionAroundABlockBorder) {
-  for (size_t less = 0; less <= 12; ++less) {
-    const std::string text = Kibibytes(1023, less) + "ab\r\n\"c\r\nd\"\r\n\r\n" +
-                             std::string(1020, 'y') + "\r\ne\r\n" + Kibibytes(1024, 0) + "end";
-    const Strings lines = Lines(text);
-    ASSERT_EQ(lines.size(), 2053u) << less;
-    EXPECT_EQ(lines[1022], std::string(1022 - less, 'x'));
-    EXPECT_EQ(lines[1023], "ab");
-    EXPECT_EQ(lines[1024], "\"cd\"");
-    EXPECT_EQ(lines[1025], "");
-    EXPECT_EQ(lines[1026], std::string(1020, 'y'));
-    EXPECT_EQ(lines[1027], "e");
-    EXPECT_EQ(lines[1028], std::string(1022, 'x'));
-    EXPECT_EQ(lines[2052], "end");
-  }
-}
-
-TEST_F(FilesTest, AFileOfExactlyOneBlock) {
-  const Strings lines = Lines(Kibibytes(1024, 0));
-  ASSERT_EQ(lines.size(), 1024u);
-  EXPECT_EQ(lines[1023], std::string(1022, 'x'));
-}
-
-TEST_F(FilesTest, ARefusedReadIsToldApartFromTheEnd) {
-  LineReader reader;
-  OpenText(&reader, "a\r\nb\r\n");
-  platform::ArmFault(Operation::kRead, 1, false);
-  std::string_view line;
-  EXPECT_EQ(FRD_ReadLine(reader, kLineSize, &line), 0);
-  EXPECT_TRUE(reader.failed());
-}
-
-TEST_F(FilesTest, ARefusedReadOfALaterBlockEndsTheLines) {
-  LineReader reader;
-  OpenText(&reader, Kibibytes(2048, 0));
-  platform::ArmFault(Operation::kRead, 2, false);
-  std::string_view line;
-  int64_t count = 0;
-  while (FRD_ReadLine(reader, kLineSize, &line) != 0) ++count;
-  EXPECT_EQ(count, 1024);
-  EXPECT_TRUE(reader.failed());
-}
-
-TEST_F(FilesTest, WithoutMemoryNothingIsRead) {
-  LineReader reader;
-  OpenText(&reader, "a\r\n");
-  platform::ArmFault(Operation::kAllocate, 1, false);
-  std::string_view line;
-  EXPECT_EQ(FRD_ReadLine(reader, kLineSize, &line), 0);
-  EXPECT_TRUE(reader.failed());
-}
-
-TEST_F(FilesTest, AReaderCanBeOpenedAgain) {
-  LineReader reader;
-  OpenText(&reader, "a\r\nb\r\n");
-  std::string_view line;
-  EXPECT_EQ(FRD_ReadLine(reader, kLineSize, &line), 1);
-  EXPECT_EQ(reader.line_number(), 1);
-  const std::string path = folder_ / "other.txt";
-  WriteBytes(path, "c\r\n");
-  ASSERT_TRUE(reader.Open(path.c_str()));
-  EXPECT_EQ(reader.path(), path);
-  EXPECT_EQ(reader.line_number(), 0);
-  EXPECT_EQ(FRD_ReadLine(reader, kLineSize, &line), 1);
-  EXPECT_EQ(line, "c");
-  EXPECT_EQ(FRD_ReadLine(reader, kLineSize, &line), 0);
-}
-
-TEST_F(FilesTest, OthersMayReadTheFileMeanwhile) {
-  LineReader first;
-  OpenText(&first, "a\r\n");
-  LineReader second;
-  EXPECT_TRUE(second.Open((folder_ / "lines.txt").c_str()));
-}
-
-// ---- RecordWriter --------------------------------------------------------------------------
-
-TEST_F(FilesTest, RecordsAreWrittenInOrder) {
-  RecordWriter writer;
-  const std::string path = folder_ / "records.dat";
-  WriteBytes(path, "old content");
-  ASSERT_TRUE(writer.Open(path.c_str(), 4, false));
-  EXPECT_TRUE(writer.Append("abcd"));
-  EXPECT_TRUE(writer.Append("efgh"));
-  EXPECT_EQ(writer.count(), 2);
-  EXPECT_EQ(writer.offset(), 8);
-  EXPECT_TRUE(writer.Close());
-  EXPECT_FALSE(writer.IsOpen());
-  EXPECT_EQ(ReadBytes(path), "abcdefgh");
-}
-
-TEST_F(FilesTest, RecordsAreAppended) {
-  RecordWriter writer;
-  const std::string path = folder_ / "records.dat";
-  WriteBytes(path, "1234");
-  ASSERT_TRUE(writer.Open(path.c_str(), 4, true));
-  EXPECT_EQ(writer.offset(), 4);
-  EXPECT_TRUE(writer.Append("abcd"));
-  EXPECT_EQ(writer.count(), 1);
-  EXPECT_EQ(writer.offset(), 8);
-  EXPECT_TRUE(writer.Close());
-  EXPECT_EQ(ReadBytes(path), "1234abcd");
-}
-
-TEST_F(FilesTest, AppendingCreatesTheFile) {
-  RecordWriter writer;
-  const std::string path = folder_ / "new.dat";
-  ASSERT_TRUE(writer.Open(path.c_str(), 4, true));
-  EXPECT_TRUE(writer.Append("abcd"));
-  EXPECT_TRUE(writer.Close());
-  EXPECT_EQ(ReadBytes(path), "abcd");
-}
-
-TEST_F(FilesTest, AFileOfRecordsExcludesOthers) {
-  RecordWriter first;
-  RecordWriter second;
-  const std::string path = folder_ / "records.dat";
-  ASSERT_TRUE(first.Open(path.c_str(), 4, false));
-  EXPECT_FALSE(second.Open(path.c_str(), 4, false));
-}
-
-TEST_F(FilesTest, RecordsOfManyBlocks) {
-  RecordWriter writer;
-  const std::string path = folder_ / "many.dat";
-  ASSERT_TRUE(writer.Open(path.c_str(), 12, false));
-  std::string expected;
-  for (int i = 0; i < 200000; ++i) {
-    const std::string record(12, static_cast<char>('a' + i % 26));
-    expected += record;
-    ASSERT_TRUE(writer.Append(record.data()));
-  }
-  EXPECT_EQ(writer.offset(), 2400000);
-  EXPECT_TRUE(writer.Close());
-  EXPECT_TRUE(ReadBytes(path) == expected);
-}
-
-TEST_F(FilesTest, ARefusedWriteTellsTheRecord) {
-  RecordWriter writer;
-  const std::string path = folder_ / "refused.dat";
-  ASSERT_TRUE(writer.Open(path.c_str(), 8, false));
-  for (int i = 0; i < 5; ++i) EXPECT_TRUE(writer.Append("abcdefgh"));
-  // 20 of 40 bytes: records 0 and 1 are whole.
-  platform::ArmFault(Operation::kWrite, 1, false, WriteFault::kHalfWritten);
-  EXPECT_FALSE(writer.WriteOut());
-  EXPECT_EQ(writer.failed_record(), 2);
-  EXPECT_FALSE(writer.Close());
-}
-
-TEST_F(FilesTest, ARecordFileThatCannotBeMade) {
-  RecordWriter writer;
-  EXPECT_FALSE(writer.Open((folder_ / "none/records.dat").c_str(), 8, false));
-  EXPECT_FALSE(writer.IsOpen());
-}
-
-// Without memory the records go to the file in smaller parts.
-TEST_F(FilesTest, ARecordFileNeedsNoMemory) {
-  platform::ArmFault(Operation::kAllocate, 1, true);
-  RecordWriter writer;
-  ASSERT_TRUE(writer.Open((folder_ / "records.dat").c_str(), 12, false));
-  std::string all;
-  for (int i = 0; i < 1000; ++i) {
-    const std::string record = test::Bytes().I32(i).I64(-i);
-    all += record;
-    EXPECT_TRUE(writer.Append(record.data()));
-  }
-  EXPECT_TRUE(writer.AppendMany(all.data(), 1000));
-  EXPECT_TRUE(writer.Close());
-  EXPECT_EQ(ReadBytes(folder_ / "records.dat"), all + all);
-}
-
-TEST_F(FilesTest, ARefusedSeekRefusesTheAppending) {
-  RecordWriter writer;
-  const std::string path = folder_ / "seek.dat";
-  WriteBytes(path, "1234");
-  platform::ArmFault(Operation::kSeek, 1, false);
-  EXPECT_FALSE(writer.Open(path.c_str(), 4, true));
-  EXPECT_EQ(ReadBytes(path), "1234");
 }
 
 // ---- Cancel during long transfers --------------------------------------------------------

@@ -5,7 +5,6 @@
 #include <string>
 #include <thread>
 
-#include "frd/files.h"
 #include "platform/clock.h"
 #include "platform/code_page.h"
 #include "platform/fault.h"

@@ -1,5 +1,6 @@
 #include "frd/mif_text.h"
 
+#include <optional>
 #include <string>
 
 #include "test_support.h"
@@ -11,6 +12,12 @@ using test::Exists;
 using test::ReadBytes;
 using test::WriteBytes;
 
+struct Object {
+  MifPoint kind;
+  int32_t x = -7;
+  int32_t y = -7;
+};
+
 class MifTextTest : public test::LibraryTest {
  protected:
   void Open(const std::string& content) {
@@ -18,6 +25,7 @@ class MifTextTest : public test::LibraryTest {
     const std::string path = folder_ / ("objects" + std::to_string(++files_) + ".mif");
     WriteBytes(path, content);
     ASSERT_TRUE(mif_.Open(path.c_str()));
+    points_.reset();
   }
 
   int Header(const std::string& content, uint32_t line_size = 512) {
@@ -25,26 +33,23 @@ class MifTextTest : public test::LibraryTest {
     return ReadMifHeader(mif_, line_size, info().c_str());
   }
 
+  // The next object of the file.
+  Object Next(LineSource& mif, MifPointTest test = MifPointTest::kFirstLetters) {
+    if (!points_) points_.emplace(mif, test);
+    Object object{};
+    object.x = object.y = -7;
+    object.kind = points_->Next(&object.x, &object.y);
+    return object;
+  }
+
   std::string info() const { return folder_ / "info.inf"; }
 
-  LineReader mif_;
+  LineSource mif_;
 
  private:
+  std::optional<MifPoints> points_;
   int files_ = 0;
 };
-
-struct Object {
-  MifPoint kind;
-  int32_t x = -7;
-  int32_t y = -7;
-};
-
-Object Next(LineReader& mif, MifPointTest test = MifPointTest::kFirstLetters) {
-  Object object{};
-  object.x = object.y = -7;
-  object.kind = ReadMifPoint(mif, test, &object.x, &object.y);
-  return object;
-}
 
 // ---- Header --------------------------------------------------------------------------------
 

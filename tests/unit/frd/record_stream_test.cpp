@@ -33,7 +33,7 @@ class RecordStreamTest : public test::LibraryTest, public ::testing::WithParamIn
   RecordStreamTest() { SetThreadCount(GetParam()); }
   ~RecordStreamTest() override { SetThreadCount(0); }
 
-  void Open(LineReader* file, const std::string& content) {
+  void Open(LineSource* file, const std::string& content) {
     const std::string path = folder_ / "lines.txt";
     test::WriteBytes(path, content);
     ASSERT_TRUE(file->Open(path.c_str()));
@@ -42,19 +42,17 @@ class RecordStreamTest : public test::LibraryTest, public ::testing::WithParamIn
   // What reading line by line gives, and how it ends.
   struct Reading {
     std::vector<LineRecord> lines;
-    bool too_long = false;
-    bool failed = false;
+    SourceEnd end = SourceEnd::kEnd;
     int64_t line_number = 0;
-    void TakeEnd(const LineReader& file) {
-      too_long = file.too_long();
-      failed = file.failed();
+    void TakeEnd(const LineSource& file) {
+      end = file.end();
       line_number = file.line_number();
     }
   };
 
   Reading OneByOne(const std::string& content, uint32_t size) {
     Reading reading;
-    LineReader file;
+    LineSource file;
     Open(&file, content);
     std::string_view line;
     while (FRD_ReadLine(file, size, &line) != 0) reading.lines.push_back(RecordOf(line));
@@ -64,15 +62,14 @@ class RecordStreamTest : public test::LibraryTest, public ::testing::WithParamIn
 
   Reading Streamed(const std::string& content, uint32_t size) {
     Reading reading;
-    LineReader file;
+    LineSource file;
     Open(&file, content);
-    RecordStream stream =
-        StreamRecords<LineRecord>(file, [size](LineReader& lines, LineRecord* record) {
-          std::string_view line;
-          if (FRD_ReadLine(lines, size, &line) == 0) return ReadResult::kEnd;
-          *record = RecordOf(line);
-          return ReadResult::kRecord;
-        });
+    RecordStream stream = StreamRecords<LineRecord>(file, [size](Lines& lines, LineRecord* record) {
+      std::string_view line;
+      if (lines.Next(size, &line) != LineResult::kLine) return ReadResult::kEnd;
+      *record = RecordOf(line);
+      return ReadResult::kRecord;
+    });
     RecordRun<LineRecord> run;
     while (stream.Next(&run)) {
       EXPECT_EQ(run.count, run.read);
@@ -92,8 +89,7 @@ class RecordStreamTest : public test::LibraryTest, public ::testing::WithParamIn
           << i;
       ASSERT_EQ(streamed.lines[i].length, expected.lines[i].length) << i;
     }
-    EXPECT_EQ(streamed.too_long, expected.too_long);
-    EXPECT_EQ(streamed.failed, expected.failed);
+    EXPECT_EQ(streamed.end, expected.end);
     EXPECT_EQ(streamed.line_number, expected.line_number);
   }
 };
@@ -175,28 +171,30 @@ TEST_P(RecordStreamTest, AnyBytesGiveTheLinesOfReadingLineByLine) {
   }
 }
 
-TEST_P(RecordStreamTest, TheFileCanBeReadOnBehindAChunk) {
-  LineReader file;
+TEST_P(RecordStreamTest, TheFileCanBeReadOnBehindAPiece) {
+  LineSource file;
   Open(&file, NumberedLines(200000));
-  LineReader chunk;
-  ASSERT_TRUE(file.NextChunk(&chunk));
+  Lines piece;
+  ASSERT_TRUE(LineSource::MakeRoom(&piece));
+  ASSERT_TRUE(file.NextPiece(&piece));
   std::string_view line;
   int count = 0;
-  for (LineReader* lines : {&chunk, &file}) {
-    while (FRD_ReadLine(*lines, kLineSize, &line) != 0) {
-      ASSERT_EQ(line, "line," + std::to_string(count));
-      ++count;
-    }
+  while (piece.Next(kLineSize, &line) == LineResult::kLine) {
+    ASSERT_EQ(line, "line," + std::to_string(count++));
+  }
+  EXPECT_GT(count, 10000);
+  while (FRD_ReadLine(file, kLineSize, &line) != 0) {
+    ASSERT_EQ(line, "line," + std::to_string(count++));
   }
   EXPECT_EQ(count, 200000);
 }
 
 TEST_P(RecordStreamTest, UnwantedRecordsAreCountedAndLeftOut) {
-  LineReader file;
+  LineSource file;
   Open(&file, NumberedLines(100000));
-  RecordStream stream = StreamRecords<LineRecord>(file, [](LineReader& lines, LineRecord* record) {
+  RecordStream stream = StreamRecords<LineRecord>(file, [](Lines& lines, LineRecord* record) {
     std::string_view line;
-    if (FRD_ReadLine(lines, kLineSize, &line) == 0) return ReadResult::kEnd;
+    if (lines.Next(kLineSize, &line) != LineResult::kLine) return ReadResult::kEnd;
     *record = RecordOf(line);
     return line.ends_with('7') ? ReadResult::kRecord : ReadResult::kUnwanted;
   });
@@ -215,11 +213,12 @@ TEST_P(RecordStreamTest, UnwantedRecordsAreCountedAndLeftOut) {
 }
 
 TEST_P(RecordStreamTest, ARecordMayEndTheFileEarly) {
-  LineReader file;
+  LineSource file;
   Open(&file, NumberedLines(100000));
-  RecordStream stream = StreamRecords<LineRecord>(file, [](LineReader& lines, LineRecord* record) {
+  RecordStream stream = StreamRecords<LineRecord>(file, [](Lines& lines, LineRecord* record) {
     std::string_view line;
-    if (FRD_ReadLine(lines, kLineSize, &line) == 0 || line == "line,70000") return ReadResult::kEnd;
+    if (lines.Next(kLineSize, &line) != LineResult::kLine || line == "line,70000")
+      return ReadResult::kEnd;
     *record = RecordOf(line);
     return ReadResult::kRecord;
   });
@@ -232,12 +231,12 @@ TEST_P(RecordStreamTest, ARecordMayEndTheFileEarly) {
 }
 
 TEST_P(RecordStreamTest, ARefusedReadEndsTheLinesAndIsTold) {
-  LineReader file;
+  LineSource file;
   Open(&file, NumberedLines(100000));
   platform::ArmFault(Operation::kRead, 3, true);
-  RecordStream stream = StreamRecords<LineRecord>(file, [](LineReader& lines, LineRecord* record) {
+  RecordStream stream = StreamRecords<LineRecord>(file, [](Lines& lines, LineRecord* record) {
     std::string_view line;
-    if (FRD_ReadLine(lines, kLineSize, &line) == 0) return ReadResult::kEnd;
+    if (lines.Next(kLineSize, &line) != LineResult::kLine) return ReadResult::kEnd;
     *record = RecordOf(line);
     return ReadResult::kRecord;
   });
@@ -245,21 +244,95 @@ TEST_P(RecordStreamTest, ARefusedReadEndsTheLinesAndIsTold) {
   int64_t count = 0;
   while (stream.Next(&run)) count += run.count;
   platform::ClearFaults();
-  EXPECT_TRUE(file.failed());
+  EXPECT_EQ(file.end(), SourceEnd::kNotRead);
   EXPECT_GT(count, 0);
   EXPECT_LT(count, 100000);
 }
 
-TEST_P(RecordStreamTest, WithoutMemoryThereIsAFailureAndNoRecord) {
-  LineReader file;
-  Open(&file, NumberedLines(100));
-  platform::ArmFault(Operation::kAllocate, 1, true);
-  RecordStream stream =
-      StreamRecords<LineRecord>(file, [](LineReader&, LineRecord*) { return ReadResult::kRecord; });
+// Counts the records of a file of lines; `end` receives how it ended.
+int64_t CountRecords(LineSource* file, SourceEnd* end) {
+  RecordStream stream = StreamRecords<LineRecord>(*file, [](Lines& lines, LineRecord* record) {
+    std::string_view line;
+    if (lines.Next(kLineSize, &line) != LineResult::kLine) return ReadResult::kEnd;
+    *record = RecordOf(line);
+    return ReadResult::kRecord;
+  });
   RecordRun<LineRecord> run;
-  EXPECT_FALSE(stream.Next(&run));
+  int64_t count = 0;
+  while (stream.Next(&run)) count += run.count;
+  *end = file->end();
+  return count;
+}
+
+TEST_P(RecordStreamTest, WithoutMemoryThereIsNoRecordAndThatIsTold) {
+  // The lines of a piece, and its records.
+  for (const int refused : {1, 2}) {
+    LineSource file;
+    Open(&file, NumberedLines(100));
+    platform::ArmFault(Operation::kAllocate, refused, true);
+    SourceEnd end = SourceEnd::kEnd;
+    EXPECT_EQ(CountRecords(&file, &end), 0);
+    platform::ClearFaults();
+    EXPECT_EQ(end, SourceEnd::kNoMemory);
+  }
+}
+
+TEST_P(RecordStreamTest, AFileThatHasBeenReadToItsEndTakesNoMemory) {
+  {
+    LineSource file;
+    Open(&file, NumberedLines(100));
+    // One piece is enough.
+    platform::ArmFault(Operation::kAllocate, 3, true);
+    SourceEnd end = SourceEnd::kNoMemory;
+    EXPECT_EQ(CountRecords(&file, &end), 100);
+    EXPECT_EQ(platform::OperationCount(Operation::kAllocate), 2);
+    EXPECT_EQ(end, SourceEnd::kEnd);
+  }
+  {
+    LineSource file;
+    Open(&file, "");
+    platform::ArmFault(Operation::kAllocate, 1, true);
+    SourceEnd end = SourceEnd::kNoMemory;
+    EXPECT_EQ(CountRecords(&file, &end), 0);
+    EXPECT_EQ(platform::OperationCount(Operation::kAllocate), 0);
+    EXPECT_EQ(end, SourceEnd::kEnd);
+  }
+  // Lines of 16 bytes: the file ends where its first piece does.
+  {
+    std::string content;
+    for (int i = 0; i < 16384; ++i) content += "abcdefghijklmn\r\n";
+    ASSERT_EQ(content.size(), kChunk);
+    LineSource file;
+    Open(&file, content);
+    platform::ArmFault(Operation::kAllocate, 3, true);
+    SourceEnd end = SourceEnd::kNoMemory;
+    EXPECT_EQ(CountRecords(&file, &end), 16384);
+    EXPECT_EQ(platform::OperationCount(Operation::kAllocate), 2);
+    EXPECT_EQ(end, SourceEnd::kEnd);
+  }
   platform::ClearFaults();
-  EXPECT_TRUE(file.failed());
+}
+
+TEST_P(RecordStreamTest, TwoPiecesAreEnoughForALongFile) {
+  LineSource file;
+  Open(&file, NumberedLines(200000));
+  platform::ArmFault(Operation::kAllocate, 5, true);
+  SourceEnd end = SourceEnd::kNoMemory;
+  EXPECT_EQ(CountRecords(&file, &end), 200000);
+  platform::ClearFaults();
+  EXPECT_EQ(end, SourceEnd::kEnd);
+}
+
+TEST_P(RecordStreamTest, MemoryThatIsLackingWhileTheFileHasMoreIsTold) {
+  LineSource file;
+  Open(&file, NumberedLines(200000));
+  platform::ArmFault(Operation::kAllocate, 3, true);
+  SourceEnd end = SourceEnd::kEnd;
+  const int64_t count = CountRecords(&file, &end);
+  platform::ClearFaults();
+  EXPECT_GT(count, 10000);
+  EXPECT_LT(count, 200000);
+  EXPECT_EQ(end, SourceEnd::kNoMemory);
 }
 
 #ifndef _WIN32
@@ -274,9 +347,9 @@ TEST_P(RecordStreamTest, AFieldThatIsTooLongEndsTheProcessWhenItsTurnComes) {
     SetLongFieldNotice([](const char* path, int64_t line, int column) {
       std::fprintf(stderr, "%s line %d column %d\n", path, static_cast<int>(line), column);
     });
-    LineReader file;
+    LineSource file;
     Open(&file, content);
-    RecordStream stream = StreamRecords<int64_t>(file, [](LineReader& lines, int64_t* record) {
+    RecordStream stream = StreamRecords<int64_t>(file, [](Lines& lines, int64_t* record) {
       return ReadSourceRecord<kLayout>(lines, {14}, record) != 0 ? ReadResult::kRecord
                                                                  : ReadResult::kEnd;
     });
@@ -287,8 +360,10 @@ TEST_P(RecordStreamTest, AFieldThatIsTooLongEndsTheProcessWhenItsTurnComes) {
         if (run.records[i] != expected++) std::abort();
       }
     }
+    std::fprintf(stderr, "%d records, then ", static_cast<int>(expected));
+    file.TakeEnd();
   };
-  EXPECT_DEATH(read_all(), "lines.txt line 90001 column 3");
+  EXPECT_DEATH(read_all(), "90000 records, then .*lines.txt line 90001 column 3");
 }
 #endif
 

@@ -561,12 +561,12 @@ TEST_F(RoadDefinitionTest, EveryReadOfAValueMayFail) {
 class MifInformationTest : public test::ZatTest {
  protected:
   int Run(const std::string& mif) {
-    mif_ = LineReader();  // a file that is open cannot be written on every system
+    mif_.Close();  // a file that is open cannot be written on every system
     EXPECT_TRUE(mif_.Open(Source("nodes.mif", mif).c_str()));
     return BRN_SetMifInformation(mif_, WriteControl("").c_str());
   }
 
-  LineReader mif_;
+  LineSource mif_;
 };
 
 TEST_F(MifInformationTest, TheHeadersLinesGoToTheRoadDefinition) {

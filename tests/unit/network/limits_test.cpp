@@ -4,7 +4,7 @@
 #include <limits>
 
 #include "compat/shape_points.h"
-#include "frd/files.h"
+#include "frd/record_writer.h"
 #include "input_zat/link_store.h"
 #include "input_zat/node_store.h"
 #include "network/finishing.h"
@@ -13,6 +13,7 @@
 #include "network/store_checks.h"
 #include "network/workstore/work_stores.h"
 #include "network_stores.h"
+#include "platform/file.h"
 #include "shape/shape_access.h"
 #include "shape/shape_builder.h"
 #include "traffic/traffic_rules.h"

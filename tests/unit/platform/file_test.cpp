@@ -2,6 +2,13 @@
 
 #include <gtest/gtest.h>
 
+#ifdef _WIN32
+#include <windows.h>
+#else
+#include <sys/stat.h>
+#include <unistd.h>
+#endif
+
 #include <algorithm>
 #include <cstdlib>
 #include <string>
@@ -55,6 +62,64 @@ TEST_F(FileTest, OpenAlwaysCreatesOrKeeps) {
   ASSERT_TRUE(file.IsOpen());
   EXPECT_EQ(file.Size(), 3);
 }
+
+#ifdef _WIN32
+TEST_F(FileTest, CreateAlwaysRefusesHiddenAndSystemFiles) {
+  for (const DWORD attribute : {FILE_ATTRIBUTE_HIDDEN, FILE_ATTRIBUTE_SYSTEM}) {
+    WriteBytes(path_, "abc");
+    ASSERT_NE(::SetFileAttributesA(path_.c_str(), attribute), 0);
+    if ((::GetFileAttributesA(path_.c_str()) & attribute) == 0) GTEST_SKIP() << "not kept here";
+    // What the system itself does with such a file.
+    const HANDLE same = ::CreateFileA(path_.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS,
+                                      FILE_ATTRIBUTE_NORMAL, nullptr);
+    const bool refused = same == INVALID_HANDLE_VALUE;
+    if (!refused) ::CloseHandle(same);
+    ASSERT_NE(::SetFileAttributesA(path_.c_str(), attribute), 0);
+    EXPECT_EQ(Open(Access::kWrite, Share::kNone, Disposition::kCreateAlways).IsOpen(), !refused);
+    if (!test::UnderWine()) EXPECT_TRUE(refused);
+    ::SetFileAttributesA(path_.c_str(), FILE_ATTRIBUTE_NORMAL);
+  }
+}
+#else
+TEST_F(FileTest, CreateAlwaysKeepsTheModeOfTheFile) {
+  WriteBytes(path_, "abc");
+  ASSERT_EQ(::chmod(path_.c_str(), 0640), 0);
+  ASSERT_TRUE(Open(Access::kWrite, Share::kNone, Disposition::kCreateAlways).IsOpen());
+  struct stat status {};
+  ASSERT_EQ(::stat(path_.c_str(), &status), 0);
+  EXPECT_EQ(status.st_mode & 07777, 0640u);
+  EXPECT_EQ(status.st_size, 0);
+}
+
+TEST_F(FileTest, CreateAlwaysKeepsLinksAndOtherNames) {
+  const std::string target = folder_ / "target.dat";
+  for (const bool symbolic : {true, false}) {
+    WriteBytes(target, "abc");
+    ASSERT_EQ(
+        symbolic ? ::symlink(target.c_str(), path_.c_str()) : ::link(target.c_str(), path_.c_str()),
+        0);
+    File file = Open(Access::kWrite, Share::kNone, Disposition::kCreateAlways);
+    uint32_t written = 0;
+    ASSERT_TRUE(file.Write("z", 1, &written));
+    file.Close();
+    EXPECT_EQ(ReadBytes(target), "z");
+    struct stat status {};
+    ASSERT_EQ(::lstat(path_.c_str(), &status), 0);
+    EXPECT_EQ(S_ISLNK(status.st_mode), symbolic);
+    RemoveFile(path_.c_str());
+    RemoveFile(target.c_str());
+  }
+}
+
+TEST_F(FileTest, CreateAlwaysHoldsTheLockOfTheNewFile) {
+  WriteBytes(path_, "abc");
+  File file = Open(Access::kWrite, Share::kNone, Disposition::kCreateAlways);
+  ASSERT_TRUE(file.IsOpen());
+  EXPECT_FALSE(Open(Access::kRead, Share::kRead, Disposition::kOpenExisting).IsOpen());
+  file.Close();
+  EXPECT_TRUE(Open(Access::kRead, Share::kRead, Disposition::kOpenExisting).IsOpen());
+}
+#endif
 
 TEST_F(FileTest, CreateAlwaysEmptiesTheFile) {
   WriteBytes(path_, "abc");

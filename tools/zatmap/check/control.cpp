@@ -5,6 +5,7 @@
 
 #include "check/words.h"
 #include "frd/control.h"
+#include "frd/files.h"
 #include "interface/driver/build_driver.h"
 #include "platform/profile.h"
 #include "shell/ini_text.h"

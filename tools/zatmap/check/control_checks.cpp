@@ -5,6 +5,7 @@
 #include "check/control.h"
 #include "check/words.h"
 #include "frd/control.h"
+#include "frd/files.h"
 #include "network/workstore/work_stores.h"
 #include "platform/profile.h"
 #include "shape/shape_files.h"

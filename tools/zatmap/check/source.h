@@ -10,7 +10,7 @@
 #include <string_view>
 
 #include "check/findings.h"
-#include "frd/files.h"
+#include "frd/lines.h"
 #include "frd/memory.h"
 #include "network/workstore/feature_code.h"
 #include "network/workstore/source_layout.h"
