@@ -14,6 +14,8 @@ END = "_test.cpp"
 
 # Tests that belong to no single source file, each with the reason.
 SUBJECTS = {
+    "input_zat/long_field_test.cpp": "what a field that ends the process leaves, for all steps",
+    "input_zat/source_memory_test.cpp": "lack of memory for source lines, for all steps",
     "network/large_network_test.cpp": "networks of many blocks go through every step of the folder",
     "network/limits_test.cpp": "the edge of 32-bit numbers is one subject of all steps and stores",
 }

@@ -324,17 +324,15 @@ void FillAtWrite(Operation operation, int64_t number) {
 
 class FullDisk : public InterruptedBuild {
  protected:
-  FullDisk() {
-    g_hog.path = OutPath("ballast");
-    SetLogListener([this](const char* text) {
-      heard_.emplace_back(text);
-      // The log lies on another disk; one line is three writes.
-      const int64_t next = platform::OperationCount(Operation::kWrite) + 1;
-      if (listing_) log_writes_.insert({next, next + 1, next + 2});
-    });
-  }
+  FullDisk() { g_hog.path = OutPath("ballast"); }
   ~FullDisk() override {
     if (mounted_) ::umount2(out().c_str(), MNT_DETACH);
+  }
+
+  void Hear(const std::string& /*line*/) override {
+    // The log lies on another disk; one line is three writes.
+    const int64_t next = platform::OperationCount(Operation::kWrite) + 1;
+    if (listing_) log_writes_.insert({next, next + 1, next + 2});
   }
 
   // A ring of 4,949 nodes and links: every file is larger than a page, and the store of the links
@@ -417,7 +415,7 @@ class FullDisk : public InterruptedBuild {
       if (log_writes_.count(n) != 0) continue;
       SCOPED_TRACE("full at write " + std::to_string(n));
       g_hog.at_write = n;
-      heard_.clear();
+      ClearLog();
       // A file of an earlier map would keep its room.
       for (const std::string& name : OutputNames()) platform::RemoveFile(OutPath(name).c_str());
       platform::CountOperations();
@@ -428,9 +426,9 @@ class FullDisk : public InterruptedBuild {
       EXPECT_TRUE(platform::RemoveFile(g_hog.path.c_str()));
       std::string report;
       if (result == 0) {
-        EXPECT_EQ(heard_.back(), "End Error.");
+        EXPECT_EQ(log().back(), "End Error.");
         EXPECT_EQ(Out("PayData.Inf"), kPayData);
-        for (const std::string& line : heard_) {
+        for (const std::string& line : log()) {
           if (line.front() == '[') report += line;
         }
       } else {
@@ -552,7 +550,6 @@ class FullDisk : public InterruptedBuild {
  private:
   bool mounted_ = false;
   bool listing_ = false;
-  Lines heard_;
   std::set<int64_t> log_writes_;
 };
 

@@ -6,6 +6,7 @@
 #include <set>
 
 #include "every_stage.h"
+#include "fault_each.h"
 #include "frd/log.h"
 #include "platform/fault.h"
 #include "platform/memory.h"
@@ -44,18 +45,16 @@ enum class Outcome {
 
 class FaultyBuild : public EveryStage {
  protected:
-  FaultyBuild() {
-    SetLogListener([this](const char* text) {
-      heard_.emplace_back(text);
-      if (!listing_) return;
-      // The line goes to the file next: one open, one seek, and the stamp, the text and its end.
-      log_operations_[Operation::kOpen].insert(platform::OperationCount(Operation::kOpen) + 1);
-      log_operations_[Operation::kSeek].insert(platform::OperationCount(Operation::kSeek) + 1);
-      for (int i = 1; i <= 3; ++i) {
-        log_operations_[Operation::kWrite].insert(platform::OperationCount(Operation::kWrite) + i);
-      }
-    });
-    platform::StepTickCount(20000);
+  FaultyBuild() { platform::StepTickCount(20000); }
+
+  void Hear(const std::string& /*line*/) override {
+    if (!listing_) return;
+    // The line goes to the file next: one open, one seek, and the stamp, the text and its end.
+    log_operations_[Operation::kOpen].insert(platform::OperationCount(Operation::kOpen) + 1);
+    log_operations_[Operation::kSeek].insert(platform::OperationCount(Operation::kSeek) + 1);
+    for (int i = 1; i <= 3; ++i) {
+      log_operations_[Operation::kWrite].insert(platform::OperationCount(Operation::kWrite) + i);
+    }
   }
 
   // Names of the build's inputs in the output folder, written anew before every run.
@@ -64,7 +63,7 @@ class FaultyBuild : public EveryStage {
   int Run() {
     for (const std::string& name : OutputNames()) platform::RemoveFile(OutPath(name).c_str());
     MakeFareData(fare_link_);
-    heard_.clear();
+    ClearLog();
     return BRN_BuildRoadNetworks(nullptr, Format(), control_.c_str());
   }
 
@@ -84,16 +83,6 @@ class FaultyBuild : public EveryStage {
       if (a.count(name) == 0) names.push_back(name);
     }
     return names;
-  }
-
-  Lines Reports() const {
-    Lines reports;
-    for (const std::string& line : heard_) {
-      if (line.front() == '[' && line.back() == ']' && line.find("][") != std::string::npos) {
-        reports.push_back(line);
-      }
-    }
-    return reports;
   }
 
   // The undisturbed build, and what it would have left behind without the interchange flags.
@@ -131,12 +120,12 @@ class FaultyBuild : public EveryStage {
   Outcome Judge(int result, Operation operation, bool half) const {
     EXPECT_TRUE(result == 0 || result == 1) << result;
     if (result == 0) {
-      EXPECT_EQ(heard_.back(), "End Error.");
+      EXPECT_EQ(log().back(), "End Error.");
       EXPECT_NE(Reports(), Lines{})
-          << "a failure without a message behind " << heard_[heard_.size() - 2];
+          << "a failure without a message behind " << log()[log().size() - 2];
       return Outcome::kReported;
     }
-    EXPECT_EQ(heard_.back(), "End OK.");
+    EXPECT_EQ(log().back(), "End OK.");
     Files files = Outputs();
     const Lines different = Differences(good_, files);
     if (different.empty()) return Outcome::kSameMap;
@@ -215,9 +204,9 @@ class FaultyBuild : public EveryStage {
         continue;
       }
       SCOPED_TRACE("operation " + std::to_string(n));
-      platform::ArmFault(operation, n, false, write_fault);
-      const int result = Run();
-      platform::ClearFaults();
+      const int result =
+          RunWithFault({.operation = operation, .number = n, .write_fault = write_fault},
+                       [this] { return Run(); });
       ExpectNothingHeld();
       const Outcome outcome = Judge(result, operation, write_fault == WriteFault::kHalfWritten);
       if (logs) {
@@ -302,7 +291,6 @@ class FaultyBuild : public EveryStage {
 
  private:
   std::string control_;
-  Lines heard_;
   bool listing_ = false;
   std::map<Operation, std::set<int64_t>> log_operations_;
   int64_t counts_[static_cast<int>(Operation::kCount)] = {};

@@ -16,8 +16,6 @@
 
 namespace zatlib::test {
 
-using Lines = std::vector<std::string>;
-
 inline std::string CrLf(const Lines& lines) {
   std::string text;
   for (const std::string& line : lines) text += line + "\r\n";

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <iterator>
 
 #ifdef _WIN32
 #include <windows.h>
@@ -188,6 +189,11 @@ std::string Record(const std::string& content, size_t number, size_t size) {
   return content.substr(number * size, size);
 }
 
+bool IsReport(const std::string& line) {
+  return line.size() > 3 && line.front() == '[' && line.back() == ']' &&
+         line.find("][") != std::string::npos;
+}
+
 LibraryTest::LibraryTest() {
 #ifndef _WIN32
   const char* before = std::getenv("XDG_DATA_HOME");
@@ -197,7 +203,13 @@ LibraryTest::LibraryTest() {
 #endif
   platform::ClearFaults();
   g_silent = 1;
-  SetLogListener([this](const char* text) { log_.emplace_back(text); });
+  SetLogListener([this](const char* text) {
+    log_.emplace_back(text);
+    if (!cancel_at_.empty() && log_.back().compare(0, cancel_at_.size(), cancel_at_) == 0) {
+      FRD_SetCancelled(true);
+    }
+    Hear(log_.back());
+  });
 }
 
 LibraryTest::~LibraryTest() {
@@ -215,6 +227,20 @@ LibraryTest::~LibraryTest() {
     ::unsetenv("XDG_DATA_HOME");
   }
 #endif
+}
+
+void LibraryTest::Hear(const std::string& /*line*/) {}
+
+void LibraryTest::CancelAt(const std::string& line) {
+  ClearLog();
+  g_silent = 0;
+  cancel_at_ = line;
+}
+
+Lines LibraryTest::Reports() const {
+  Lines reports;
+  std::copy_if(log_.begin(), log_.end(), std::back_inserter(reports), IsReport);
+  return reports;
 }
 
 std::string LibraryTest::WriteControl(const std::string& text) {

@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstddef>
 #include <cstdint>
 #include <cstring>
 #include <string>
@@ -64,6 +66,27 @@ class Bytes {
 // The record `number` of `size` bytes of a file's content, "" when it is not there.
 std::string Record(const std::string& content, size_t number, size_t size);
 
+using Lines = std::vector<std::string>;
+
+// The line that an error report leaves in the log.
+inline std::string Report(const std::string& message, const std::string& title) {
+  return "[" + message + "][" + title + "]";
+}
+bool IsReport(const std::string& line);
+
+// How many reports with this message are among the lines, whatever their title.
+template <typename Container>
+std::ptrdiff_t CountMessages(const Container& lines, const std::string& message) {
+  const std::string head = "[" + message + "][";
+  return std::count_if(lines.begin(), lines.end(), [&head](const std::string& line) {
+    return line.compare(0, head.size(), head) == 0;
+  });
+}
+template <typename Container>
+bool Reported(const Container& lines, const std::string& message) {
+  return CountMessages(lines, message) != 0;
+}
+
 // A test with silent mode on, a temporary folder, the build log in that folder (POSIX) and heard
 // line by line (without time stamps), and no armed faults.
 class LibraryTest : public ::testing::Test {
@@ -76,13 +99,23 @@ class LibraryTest : public ::testing::Test {
   std::string WriteControl(const std::string& text);
 
   // Lines of the build log so far.
-  const std::vector<std::string>& log() const { return log_; }
+  const Lines& log() const { return log_; }
   void ClearLog() { log_.clear(); }
+  // Those of them that report errors.
+  Lines Reports() const;
+
+  // Called with every line of the build log, before it is written to the file.
+  virtual void Hear(const std::string& line);
+
+  // From now on the build is not silent, and as soon as a line of the log begins with `line` the
+  // user presses Cancel; never at "". The log begins anew.
+  void CancelAt(const std::string& line);
 
   TempFolder folder_;
 
  private:
-  std::vector<std::string> log_;
+  Lines log_;
+  std::string cancel_at_;
 };
 
 }  // namespace zatlib::test

@@ -3,6 +3,7 @@
 #include <memory>
 #include <string>
 
+#include "fault_each.h"
 #include "platform/fault.h"
 #include "test_support.h"
 
@@ -11,6 +12,7 @@ namespace {
 
 using test::Bytes;
 using test::LibraryTest;
+using test::RunWithFault;
 using test::WriteBytes;
 
 class ShapePointsTest : public LibraryTest {
@@ -245,64 +247,47 @@ TEST_F(ShapePointsTest, AMissingOrEmptyFileIsReported) {
 TEST_F(ShapePointsTest, AFileThatCannotBeOpenedAgainIsReported) {
   WriteSmallShapes();
   const std::string title = "File Error in SHAPE_OpenShape";
-  platform::ArmFault(platform::Operation::kOpen, 2, false);
-  EXPECT_EQ(Open(1), 0);
-  platform::ClearFaults();
+  EXPECT_EQ(RunWithFault({platform::Operation::kOpen, 2}, [&] { return Open(1); }), 0);
   ExpectError("Can't open / read the shape index DBL (" + (folder_ / "shapedbl.idx") + ") !",
               title);
 
   ClearLog();
-  platform::ArmFault(platform::Operation::kOpen, 4, false);
-  EXPECT_EQ(Open(1), 0);
-  platform::ClearFaults();
+  EXPECT_EQ(RunWithFault({platform::Operation::kOpen, 4}, [&] { return Open(1); }), 0);
   ExpectError("Can't open / read the shape data (" + (folder_ / "shapedat.dat") + ") !", title);
 
   ClearLog();
-  platform::ArmFault(platform::Operation::kOpen, 4, false);
-  EXPECT_EQ(Open(0), 0);
-  platform::ClearFaults();
+  EXPECT_EQ(RunWithFault({platform::Operation::kOpen, 4}, [&] { return Open(0); }), 0);
   ExpectError("Can't open the shape data (" + (folder_ / "shapedat.dat") + ") !", title);
 }
 
 TEST_F(ShapePointsTest, AReadThatFailsIsReported) {
   WriteSmallShapes();
   const std::string title = "File Error in SHAPE_OpenShape";
-  platform::ArmFault(platform::Operation::kRead, 1, false);
-  EXPECT_EQ(Open(0), 0);
-  platform::ClearFaults();
+  EXPECT_EQ(RunWithFault({platform::Operation::kRead}, [&] { return Open(0); }), 0);
   ExpectError("Can't open / read the shape index DBL (" + (folder_ / "shapedbl.idx") + ") !",
               title);
 
   ClearLog();
-  platform::ArmFault(platform::Operation::kRead, 2, false);
-  EXPECT_EQ(Open(1), 0);
-  platform::ClearFaults();
+  EXPECT_EQ(RunWithFault({platform::Operation::kRead, 2}, [&] { return Open(1); }), 0);
   ExpectError("Can't open / read the shape data (" + (folder_ / "shapedat.dat") + ") !", title);
 }
 
 TEST_F(ShapePointsTest, MemoryThatIsRefusedIsReported) {
   WriteSmallShapes();
   const std::string title = "Memory Error in SHAPE_OpenShape";
-  platform::ArmFault(platform::Operation::kAllocate, 1, false);
-  EXPECT_EQ(Open(0), 0);
-  platform::ClearFaults();
+  EXPECT_EQ(RunWithFault({platform::Operation::kAllocate}, [&] { return Open(0); }), 0);
   ExpectError("Can't allocate the memory for the shape index, size=64", title);
 
   ClearLog();
-  platform::ArmFault(platform::Operation::kAllocate, 2, false);
-  EXPECT_EQ(Open(1), 0);
-  platform::ClearFaults();
+  EXPECT_EQ(RunWithFault({platform::Operation::kAllocate, 2}, [&] { return Open(1); }), 0);
   ExpectError("Can't allocate the memory for the shape data, size=32", title);
 }
 
 TEST_F(ShapePointsTest, ALookupInTheFileThatCannotSeekOrReadGivesMinusOne) {
   WriteSmallShapes();
   ASSERT_EQ(Open(0), 1);
-  platform::ArmFault(platform::Operation::kSeek, 1, false);
-  EXPECT_EQ(Get(100), -1);
-  platform::ArmFault(platform::Operation::kRead, 1, false);
-  EXPECT_EQ(Get(100), -1);
-  platform::ClearFaults();
+  EXPECT_EQ(RunWithFault({platform::Operation::kSeek}, [&] { return Get(100); }), -1);
+  EXPECT_EQ(RunWithFault({platform::Operation::kRead}, [&] { return Get(100); }), -1);
   EXPECT_EQ(Get(100), 3);
   EXPECT_TRUE(log().empty());
 }

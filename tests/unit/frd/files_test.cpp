@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "fault_each.h"
 #include "frd/control.h"
 #include "frd/log.h"
 #include "frd/memory.h"
@@ -24,6 +25,7 @@ using platform::Operation;
 using platform::Share;
 using platform::WriteFault;
 using test::ReadBytes;
+using test::RunWithFault;
 using test::WriteBytes;
 
 using Strings = std::vector<std::string>;
@@ -73,9 +75,11 @@ class ServiceLog {
 
 TEST_F(FilesTest, WriteOfNothingSucceeds) {
   File file = Create("empty.dat");
-  platform::ArmFault(Operation::kWrite, 1, true);
-  EXPECT_EQ(FRD_WriteFile(file, "x", 0), 1);
-  EXPECT_EQ(platform::OperationCount(Operation::kWrite), 0);
+  int64_t count = -1;
+  EXPECT_EQ(RunWithFault(
+                {Operation::kWrite, 1, true}, [&] { return FRD_WriteFile(file, "x", 0); }, &count),
+            1);
+  EXPECT_EQ(count, 0);
 }
 
 TEST_F(FilesTest, WritesAllBytes) {
@@ -107,9 +111,7 @@ TEST_F(FilesTest, AChunkOfExactlyEightMebibytesIsOneWrite) {
 TEST_F(FilesTest, ARetriedChunkStandsInTheFileTwice) {
   ServiceLog log(1);
   File file = Create("twice.dat");
-  platform::ArmFault(Operation::kWrite, 1, false);
-  EXPECT_EQ(FRD_WriteFile(file, "abc", 3), 1);
-  platform::ClearFaults();
+  EXPECT_EQ(RunWithFault({Operation::kWrite}, [&] { return FRD_WriteFile(file, "abc", 3); }), 1);
   file.Close();
   EXPECT_EQ(ReadBytes(folder_ / "twice.dat"), "abcabc");
   if (log.usable()) {
@@ -123,9 +125,9 @@ TEST_F(FilesTest, OnlyTheRetriedChunkIsDoubled) {
   std::string data(8388608, 'a');
   data += "0123456789";
   File file = Create("second.dat");
-  platform::ArmFault(Operation::kWrite, 2, false);
-  EXPECT_EQ(FRD_WriteFile(file, data.data(), data.size()), 1);
-  platform::ClearFaults();
+  EXPECT_EQ(RunWithFault({Operation::kWrite, 2},
+                         [&] { return FRD_WriteFile(file, data.data(), data.size()); }),
+            1);
   file.Close();
   const std::string content = ReadBytes(folder_ / "second.dat");
   ASSERT_EQ(content.size(), 8388628u);
@@ -142,8 +144,7 @@ TEST_F(FilesTest, TheRetryWaitsTenSeconds) {
   platform::StepTickCount(1);
   File file = Create("wait.dat");
   const uint64_t before = platform::TickCount();
-  platform::ArmFault(Operation::kWrite, 1, false);
-  EXPECT_EQ(FRD_WriteFile(file, "abc", 3), 1);
+  EXPECT_EQ(RunWithFault({Operation::kWrite}, [&] { return FRD_WriteFile(file, "abc", 3); }), 1);
   const uint64_t passed = platform::TickCount() - before;
   EXPECT_GE(passed, 10000u);
   EXPECT_LE(passed, 10010u);
@@ -169,9 +170,9 @@ TEST_F(FilesTest, AFailedRetryEndsTheWrite) {
 TEST_F(FilesTest, APartialWriteIsNotTriedAgain) {
   ServiceLog log(5);
   File file = Create("half.dat");
-  platform::ArmFault(Operation::kWrite, 1, false, WriteFault::kHalfWritten);
-  EXPECT_EQ(FRD_WriteFile(file, "abcdefgh", 8), 0);
-  platform::ClearFaults();
+  EXPECT_EQ(RunWithFault({Operation::kWrite, 1, false, WriteFault::kHalfWritten},
+                         [&] { return FRD_WriteFile(file, "abcdefgh", 8); }),
+            0);
   file.Close();
   EXPECT_EQ(ReadBytes(folder_ / "half.dat"), "abcd");
   if (log.usable()) {
@@ -184,9 +185,9 @@ TEST_F(FilesTest, APartialSecondChunkTellsWhatWasWrittenBefore) {
   ServiceLog log(6);
   const std::string data(8388608 + 10, 'a');
   File file = Create("half2.dat");
-  platform::ArmFault(Operation::kWrite, 2, false, WriteFault::kHalfWritten);
-  EXPECT_EQ(FRD_WriteFile(file, data.data(), data.size()), 0);
-  platform::ClearFaults();
+  EXPECT_EQ(RunWithFault({Operation::kWrite, 2, false, WriteFault::kHalfWritten},
+                         [&] { return FRD_WriteFile(file, data.data(), data.size()); }),
+            0);
   file.Close();
   EXPECT_EQ(ReadBytes(folder_ / "half2.dat").size(), 8388613u);
   if (log.usable()) {
@@ -211,9 +212,9 @@ TEST_F(FilesTest, ARefusedWriteOfMoreThanAGibibyteTellsTheWholeSize) {
   {
     ServiceLog log(8);
     // 128 chunks of 8 MiB are a gibibyte: the 130th has 129 in front.
-    platform::ArmFault(Operation::kWrite, 130, false, WriteFault::kHalfWritten);
-    EXPECT_EQ(FRD_WriteFile(file, data.data(), kSize), 0);
-    platform::ClearFaults();
+    EXPECT_EQ(RunWithFault({Operation::kWrite, 130, false, WriteFault::kHalfWritten},
+                           [&] { return FRD_WriteFile(file, data.data(), kSize); }),
+              0);
     if (log.usable()) {
       EXPECT_EQ(log.text(),
                 "19820708 12:34:56.789 ERROR! OriginalSize=1090519050, WrittenSize=1082130432, "
@@ -221,11 +222,13 @@ TEST_F(FilesTest, ARefusedWriteOfMoreThanAGibibyteTellsTheWholeSize) {
     }
   }
   ServiceLog log(9);
-  platform::ArmFault(Operation::kWrite, 131, false);
-  EXPECT_EQ(FRD_WriteFile(file, data.data(), kSize), 1);
+  int64_t count = 0;
+  EXPECT_EQ(RunWithFault(
+                {Operation::kWrite, 131}, [&] { return FRD_WriteFile(file, data.data(), kSize); },
+                &count),
+            1);
   // 131 chunks, the last of 10 bytes, which is tried again and then written once more.
-  EXPECT_GE(platform::OperationCount(Operation::kWrite), 133);
-  platform::ClearFaults();
+  EXPECT_GE(count, 133);
   if (log.usable()) {
     EXPECT_EQ(log.text(),
               "19820709 12:34:56.789 RETRY... OriginalSize=1090519050, WrittenSize=1090519040, "

@@ -5,6 +5,7 @@
 #include <string>
 #include <thread>
 
+#include "fault_each.h"
 #include "platform/clock.h"
 #include "platform/code_page.h"
 #include "platform/fault.h"
@@ -23,6 +24,7 @@ using platform::Operation;
 using platform::Share;
 using test::Exists;
 using test::ReadBytes;
+using test::RunWithFault;
 using test::WriteBytes;
 
 // A tag of the tests' own: no real log is touched.
@@ -201,19 +203,21 @@ TEST_F(LogTest, AnyFailedWriteIsAFailure) {
   // Stamp, text and line end are written one after the other.
   for (int64_t nth = 1; nth <= 3; ++nth) {
     UserLog(kTag);
-    platform::ArmFault(Operation::kWrite, nth, false);
-    EXPECT_EQ(FRD_WriteLog(kPerUser, kTag, "text", 1), 0) << nth;
-    platform::ClearFaults();
+    EXPECT_EQ(RunWithFault({Operation::kWrite, nth},
+                           [&] { return FRD_WriteLog(kPerUser, kTag, "text", 1); }),
+              0)
+        << nth;
   }
   UserLog(kTag);
-  platform::ArmFault(Operation::kWrite, 4, false);
-  EXPECT_EQ(FRD_WriteLog(kPerUser, kTag, "text", 1), 1);
+  EXPECT_EQ(
+      RunWithFault({Operation::kWrite, 4}, [&] { return FRD_WriteLog(kPerUser, kTag, "text", 1); }),
+      1);
 }
 
 TEST_F(LogTest, AnOpenThatFailsLosesTheLine) {
   const std::string path = UserLog(kTag);
-  platform::ArmFault(Operation::kOpen, 1, false);
-  EXPECT_EQ(FRD_WriteLog(kPerUser, kTag, "text", 1), 0);
+  EXPECT_EQ(
+      RunWithFault({Operation::kOpen}, [&] { return FRD_WriteLog(kPerUser, kTag, "text", 1); }), 0);
   EXPECT_FALSE(Exists(path));
 }
 

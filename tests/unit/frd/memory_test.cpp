@@ -5,6 +5,7 @@
 #include <string>
 #include <utility>
 
+#include "fault_each.h"
 #include "frd/log.h"
 #include "platform/clock.h"
 #include "platform/fault.h"
@@ -51,9 +52,7 @@ TEST_F(MemoryTest, ABlockThatTheSystemKeepsIsLogged) {
   char path[kPathSize] = {};
   ASSERT_EQ(FRD_GetUserLogPath(kServiceTag, path), 1);
   void* block = platform::AllocPages(1);
-  platform::ArmFault(Operation::kFree, 1, false);
-  EXPECT_EQ(FRD_FreeMem(block), 0);
-  platform::ClearFaults();
+  EXPECT_EQ(test::RunWithFault({Operation::kFree}, [&] { return FRD_FreeMem(block); }), 0);
   EXPECT_EQ(FRD_GetMemSize(block), 4096u);
   EXPECT_EQ(test::ReadBytes(path),
             "19830103 03:04:05.006 VirtualFree function fails in FRD_FreeMem !\r\n");

@@ -6,6 +6,7 @@
 #include <limits>
 #include <string>
 
+#include "fault_each.h"
 #include "frd/control.h"
 #include "frd/files.h"
 #include "frd/log.h"
@@ -142,9 +143,9 @@ TEST_F(ProgressTest, AWindowTemplateThatTheSystemKeepsIsLogged) {
   char path[kPathSize] = {};
   ASSERT_EQ(FRD_GetUserLogPath(kServiceTag, path), 1);
   platform::RemoveFile(path);
-  platform::ArmFault(platform::Operation::kFree, 1, false);
-  EXPECT_EQ(FRD_RunDialog(nullptr, Succeed, 0, ""), 7);
-  platform::ClearFaults();
+  EXPECT_EQ(test::RunWithFault({platform::Operation::kFree},
+                               [&] { return FRD_RunDialog(nullptr, Succeed, 0, ""); }),
+            7);
   EXPECT_EQ(test::ReadBytes(path),
             "19830104 03:04:05.006 VirtualFree function fails in FRD_FreeMem !\r\n");
   platform::RemoveFile(path);

@@ -154,9 +154,9 @@ TEST_F(ConditionStoreTest, TheStatusLineCountsTheRecordsOfAFile) {
 TEST_F(ConditionStoreTest, EveryOperationMayFail) {
   const std::string path = Source("a.csv", Line(1) + Line(2));
   const auto fail = [&](platform::Operation operation, platform::WriteFault fault) {
-    return FailEach(
-        operation, [&] { return Run({path}); }, [this] { EXPECT_EQ(Store(), Rule(1) + Rule(2)); },
-        false, fault);
+    return FailEach(operation, {.run = [&] { return Run({path}); },
+                                .check_good = [this] { EXPECT_EQ(Store(), Rule(1) + Rule(2)); },
+                                .write_fault = fault});
   };
   constexpr auto kNothing = platform::WriteFault::kNothingWritten;
   EXPECT_EQ(fail(platform::Operation::kOpen, kNothing),

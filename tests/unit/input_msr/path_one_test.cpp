@@ -329,23 +329,27 @@ class MsrPathOneFaultTest : public MsrPathOneTest {
     Source("attributes.txt", "1,a\r\n");
     return FailEach(
         operation,
-        [this, control] {
-          for (const char* name :
-               {"linkdef.dat", "nodestr.~wk", "linkstr.~wk", "nnamestr.~wk", "lnamestr.~wk",
-                "trafrule.~wk", "shapedat.dat", "shapedbl.idx", "shapedat.inf"}) {
-            platform::RemoveFile((folder_ / name).c_str());
-          }
-          return Run(control);
-        },
-        [this] {
-          EXPECT_EQ(Output("nodestr.~wk"), nodes_);
-          EXPECT_EQ(Output("nnamestr.~wk"), names_);
-          EXPECT_EQ(Output("linkstr.~wk"), links_);
-          EXPECT_EQ(Output("lnamestr.~wk"), link_names_);
-          EXPECT_EQ(Output("trafrule.~wk"), rules_);
-          EXPECT_NE(Output("linkdef.dat").find("CODELENGTH=14"), std::string::npos);
-        },
-        sticky, fault);
+        {.run =
+             [this, control] {
+               for (const char* name :
+                    {"linkdef.dat", "nodestr.~wk", "linkstr.~wk", "nnamestr.~wk", "lnamestr.~wk",
+                     "trafrule.~wk", "shapedat.dat", "shapedbl.idx", "shapedat.inf"}) {
+                 platform::RemoveFile((folder_ / name).c_str());
+               }
+               return Run(control);
+             },
+         .check_good =
+             [this] {
+               EXPECT_EQ(Output("nodestr.~wk"), nodes_);
+               EXPECT_EQ(Output("nnamestr.~wk"), names_);
+               EXPECT_EQ(Output("linkstr.~wk"), links_);
+               EXPECT_EQ(Output("lnamestr.~wk"), link_names_);
+               EXPECT_EQ(Output("trafrule.~wk"), rules_);
+               EXPECT_NE(Output("linkdef.dat").find("CODELENGTH=14"), std::string::npos);
+             },
+         .sticky = sticky,
+         .write_fault = fault,
+         .goes_on = true});
   }
 };
 

@@ -306,9 +306,9 @@ class PointStoreFaultTest : public PointStoreTest {
 
   std::set<std::string> Fail(platform::Operation operation,
                              platform::WriteFault fault = platform::WriteFault::kNothingWritten) {
-    return FailEach(
-        operation, [this] { return Run({mif_}); }, [this] { EXPECT_EQ(Store(), first_ + second_); },
-        false, fault);
+    return FailEach(operation, {.run = [this] { return Run({mif_}); },
+                                .check_good = [this] { EXPECT_EQ(Store(), first_ + second_); },
+                                .write_fault = fault});
   }
 
   std::string mif_;
@@ -444,10 +444,12 @@ TEST_F(PointNameStoreTest, EveryOperationMayFail) {
   const char title[] = "File Error in BRN_MSR_SetNodeNameStore";
   const auto fail = [&](platform::Operation operation) {
     return FailEach(
-        operation, [&] { return Run({mif}); },
-        [this] {
-          EXPECT_EQ(Store(), std::string(NameBytes{3000000000001.0, "Central", 0, 7}));
-        });
+        operation,
+        {.run = [&] { return Run({mif}); },
+         .check_good =
+             [this] {
+               EXPECT_EQ(Store(), std::string(NameBytes{3000000000001.0, "Central", 0, 7}));
+             }});
   };
   EXPECT_EQ(fail(platform::Operation::kOpen),
             (std::set<std::string>{

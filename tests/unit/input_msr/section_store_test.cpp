@@ -221,9 +221,10 @@ class SectionStoreFaultTest : public SectionStoreTest {
  protected:
   std::set<std::string> Fail(platform::Operation operation,
                              platform::WriteFault fault = platform::WriteFault::kNothingWritten) {
-    return FailEach(
-        operation, [this] { return Run({path_}); },
-        [this] { EXPECT_EQ(Store(), Section(1) + Section(2)); }, false, fault);
+    return FailEach(operation,
+                    {.run = [this] { return Run({path_}); },
+                     .check_good = [this] { EXPECT_EQ(Store(), Section(1) + Section(2)); },
+                     .write_fault = fault});
   }
 
   const std::string path_ = Source("a.csv", Line(1) + Line(2));
@@ -340,8 +341,9 @@ TEST_F(SectionNameStoreTest, EveryOperationMayFail) {
   const std::string path = Source("a.csv", "3,1,1,N\r\n");
   const auto fail = [&](platform::Operation operation) {
     return FailEach(
-        operation, [&] { return Run({path}); },
-        [this] { EXPECT_EQ(Store(), SectionName(3000000000001.0, "N", 1, 0)); });
+        operation,
+        {.run = [&] { return Run({path}); },
+         .check_good = [this] { EXPECT_EQ(Store(), SectionName(3000000000001.0, "N", 1, 0)); }});
   };
   EXPECT_EQ(
       fail(platform::Operation::kOpen),

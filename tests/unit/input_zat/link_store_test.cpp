@@ -14,6 +14,7 @@ using test::Lines;
 using test::LinkBytes;
 using test::Report;
 using test::Reported;
+using test::RunWithFault;
 using test::WriteBytes;
 
 constexpr char kTitle[] = "Setting Link Storage...";
@@ -244,8 +245,9 @@ TEST_F(LinkStoreTest, TheStatusLineCountsTheRecordsOfAFile) {
 
 TEST_F(LinkStoreTest, AfterAFailedWriteOnlyWholeRecordsCount) {
   const std::string path = Source("a.txt", "1\r\n2\r\n3\r\n4\r\n");
-  const auto logs = LogsOfFailedWrites([&] { return Run(Files("LINK", {path})); },
-                                       platform::WriteFault::kHalfWritten);
+  const auto logs = LogsOfFailures(platform::Operation::kWrite,
+                                   {.run = [&] { return Run(Files("LINK", {path})); },
+                                    .write_fault = platform::WriteFault::kHalfWritten});
   ASSERT_EQ(logs.size(), 1u);
   EXPECT_EQ(logs[0].back(), Ended("ERROR", 2));
 }
@@ -259,24 +261,25 @@ TEST_F(LinkStoreTest, EveryOperationMayFail) {
                                Link(3, 0, 0, 0, 0, 0), Link(4, 0, 0, 0, 0, 0)}));
     EXPECT_EQ(log().back(), Ended("OK", 4));
   };
-  auto reports = FailEach(platform::Operation::kOpen, run, check);
+  auto reports = FailEach(platform::Operation::kOpen, {.run = run, .check_good = check});
   EXPECT_EQ(reports.size(), 2u);
   EXPECT_TRUE(Reported(reports, "Can't open the link data (FILE01) [" + path + "] !"));
   EXPECT_TRUE(Reported(reports, "Can't open the LinkStorage (" + store + ") at 01 !"));
-  reports = FailEach(platform::Operation::kRead, run, check);
+  reports = FailEach(platform::Operation::kRead, {.run = run, .check_good = check});
   EXPECT_EQ(reports.size(), 1u);
   EXPECT_TRUE(Reported(reports, "Can't read the file (" + path + ") !"));
-  reports = FailEach(platform::Operation::kWrite, run, check);
+  reports = FailEach(platform::Operation::kWrite, {.run = run, .check_good = check});
   EXPECT_EQ(reports.size(), 1u);
   EXPECT_TRUE(Reported(reports, "Can't write the LinkStorage (" + store + ") at 01, 0 !"));
   // Half of four records: the third one is missing.
-  reports =
-      FailEach(platform::Operation::kWrite, run, check, false, platform::WriteFault::kHalfWritten);
+  reports = FailEach(
+      platform::Operation::kWrite,
+      {.run = run, .check_good = check, .write_fault = platform::WriteFault::kHalfWritten});
   EXPECT_EQ(reports.size(), 1u);
   EXPECT_TRUE(Reported(reports, "Can't write the LinkStorage (" + store + ") at 01, 2 !"));
-  reports = FailEach(platform::Operation::kSeek, run, check);
+  reports = FailEach(platform::Operation::kSeek, {.run = run, .check_good = check});
   EXPECT_TRUE(Reported(reports, "Can't open the LinkStorage (" + store + ") at 01 !"));
-  FailEach(platform::Operation::kAllocate, run, check);
+  FailEach(platform::Operation::kAllocate, {.run = run, .check_good = check});
 }
 
 // ---- Speeds --------------------------------------------------------------------------------
@@ -439,9 +442,8 @@ TEST_F(LinkSpeedTest, WithoutMemory) {
   for (const int nth : {1, 2}) {
     ClearLog();
     const std::string control = Files("LINKSPEED", {Source("speeds.txt", "100,,,1,1\r\n")});
-    platform::ArmFault(platform::Operation::kAllocate, nth, true);
-    EXPECT_EQ(Run(control), 0);
-    platform::ClearFaults();
+    EXPECT_EQ(
+        RunWithFault({platform::Operation::kAllocate, nth, true}, [&] { return Run(control); }), 0);
     ASSERT_GE(log().size(), 2u);
     EXPECT_EQ(log()[1], Report("Can't allocate the memory for the LinkStore !",
                                "Memory Error in BRN_ZAT_SetLinkSpeedData"));
@@ -472,19 +474,21 @@ TEST_F(LinkSpeedTest, EveryOperationMayFail) {
     return Run(Files("LINKSPEED", {path}));
   };
   const auto check = [&] { EXPECT_EQ(Store(), With(Link(100, 12, 13, 30, 50, 7))); };
-  auto reports = FailEach(platform::Operation::kOpen, run, check);
+  auto reports = FailEach(platform::Operation::kOpen, {.run = run, .check_good = check});
   EXPECT_TRUE(Reported(reports, "Can't open / read the link storage " + store + " !"));
   EXPECT_TRUE(Reported(reports, "Can't open LinkSpeed(" + path + ") !"));
   EXPECT_TRUE(Reported(reports, "Can't write the link storage " + store + " !"));
-  reports = FailEach(platform::Operation::kRead, run, check);
+  reports = FailEach(platform::Operation::kRead, {.run = run, .check_good = check});
   EXPECT_TRUE(Reported(reports, "Can't open / read the link storage " + store + " !"));
   EXPECT_TRUE(Reported(reports, "Can't read the file (" + path + ") !"));
-  reports = FailEach(platform::Operation::kAllocate, run, check);
+  reports = FailEach(platform::Operation::kAllocate, {.run = run, .check_good = check});
   EXPECT_TRUE(Reported(reports, "Can't allocate the memory for the LinkStore !"));
-  reports = FailEach(platform::Operation::kWrite, run, check, true);
-  EXPECT_TRUE(Reported(reports, "Can't write the link storage " + store + " !"));
   reports =
-      FailEach(platform::Operation::kWrite, run, check, false, platform::WriteFault::kHalfWritten);
+      FailEach(platform::Operation::kWrite, {.run = run, .check_good = check, .sticky = true});
+  EXPECT_TRUE(Reported(reports, "Can't write the link storage " + store + " !"));
+  reports = FailEach(
+      platform::Operation::kWrite,
+      {.run = run, .check_good = check, .write_fault = platform::WriteFault::kHalfWritten});
   EXPECT_TRUE(Reported(reports, "Can't write the link storage " + store + " !"));
 }
 

@@ -178,18 +178,19 @@ TEST_F(NodeNameStoreTest, EveryOperationMayFail) {
               Concat({NameBytes{1, "A", 0, 1}, NameBytes{2, "B", 0, 1}, NameBytes{3, "C", 0, 3}}));
     EXPECT_EQ(log(), (Lines{kNodeTitle, FromNodes("OK", 2), FromNodeNames("OK", 1)}));
   };
-  auto reports = FailEach(platform::Operation::kOpen, run, check);
+  auto reports = FailEach(platform::Operation::kOpen, {.run = run, .check_good = check});
   EXPECT_EQ(reports.size(), 3u);
   EXPECT_TRUE(Reported(reports, "Can't open the NodeNameStorage " + store + " !"));
   EXPECT_TRUE(Reported(reports, "Can't open the node MID (FILE01) [" + mid + "] !"));
   EXPECT_TRUE(Reported(reports, "Can't open the node MID (FILE01) [" + names + "] !"));
-  reports = FailEach(platform::Operation::kRead, run, check);
+  reports = FailEach(platform::Operation::kRead, {.run = run, .check_good = check});
   EXPECT_EQ(reports.size(), 2u);
   EXPECT_TRUE(Reported(reports, "Can't read the file (" + mid + ") !"));
   EXPECT_TRUE(Reported(reports, "Can't read the file (" + names + ") !"));
   for (const auto fault :
        {platform::WriteFault::kNothingWritten, platform::WriteFault::kHalfWritten}) {
-    reports = FailEach(platform::Operation::kWrite, run, check, false, fault);
+    reports = FailEach(platform::Operation::kWrite,
+                       {.run = run, .check_good = check, .write_fault = fault});
     EXPECT_FALSE(reports.empty());
     for (const std::string& report : reports) {
       EXPECT_TRUE(
@@ -197,7 +198,7 @@ TEST_F(NodeNameStoreTest, EveryOperationMayFail) {
           << report;
     }
   }
-  FailEach(platform::Operation::kAllocate, run, check);
+  FailEach(platform::Operation::kAllocate, {.run = run, .check_good = check});
 }
 
 // ---- Link names ----------------------------------------------------------------------------
@@ -319,17 +320,18 @@ TEST_F(LinkNameStoreTest, EveryOperationMayFail) {
               Concat({NameBytes{1, "A", 1, 0}, NameBytes{2, "B", 1, 0}, NameBytes{3, "C", 3, 0}}));
     EXPECT_EQ(log(), (Lines{kLinkTitle, FromLinks(1, 2), FromLinkNames(1, 1)}));
   };
-  auto reports = FailEach(platform::Operation::kOpen, run, check);
+  auto reports = FailEach(platform::Operation::kOpen, {.run = run, .check_good = check});
   EXPECT_EQ(reports.size(), 3u);
   EXPECT_TRUE(Reported(reports, "Can't open the Link Name Storage (" + store + ")"));
   EXPECT_TRUE(Reported(reports, "Can't open the LINKNAME FILE01=" + names));
-  reports = FailEach(platform::Operation::kRead, run, check);
+  reports = FailEach(platform::Operation::kRead, {.run = run, .check_good = check});
   EXPECT_EQ(reports.size(), 2u);
   EXPECT_TRUE(Reported(reports, "Can't read the file (" + links + ") !"));
   EXPECT_TRUE(Reported(reports, "Can't read the file (" + names + ") !"));
   for (const auto fault :
        {platform::WriteFault::kNothingWritten, platform::WriteFault::kHalfWritten}) {
-    reports = FailEach(platform::Operation::kWrite, run, check, false, fault);
+    reports = FailEach(platform::Operation::kWrite,
+                       {.run = run, .check_good = check, .write_fault = fault});
     EXPECT_FALSE(reports.empty());
     for (const std::string& report : reports) {
       EXPECT_TRUE(
@@ -337,7 +339,7 @@ TEST_F(LinkNameStoreTest, EveryOperationMayFail) {
           << report;
     }
   }
-  FailEach(platform::Operation::kAllocate, run, check);
+  FailEach(platform::Operation::kAllocate, {.run = run, .check_good = check});
 }
 
 }  // namespace

@@ -15,6 +15,7 @@ using test::Lines;
 using test::NodeBytes;
 using test::Report;
 using test::Reported;
+using test::RunWithFault;
 using test::WriteBytes;
 
 constexpr char kTitle[] = "Setting Node Storage...";
@@ -441,13 +442,13 @@ class NodeStoreFaultTest : public NodeStoreTest {
 
   std::set<std::string> Fail(platform::Operation operation,
                              platform::WriteFault fault = platform::WriteFault::kNothingWritten) {
-    return FailEach(
-        operation, [this] { return Run(Files(1, {mif_})); },
-        [this] {
-          EXPECT_EQ(Store(), expected_);
-          EXPECT_EQ(log().back(), Ended("OK", 3));
-        },
-        false, fault);
+    return FailEach(operation, {.run = [this] { return Run(Files(1, {mif_})); },
+                                .check_good =
+                                    [this] {
+                                      EXPECT_EQ(Store(), expected_);
+                                      EXPECT_EQ(log().back(), Ended("OK", 3));
+                                    },
+                                .write_fault = fault});
   }
 
   std::string mif_;
@@ -500,7 +501,8 @@ TEST_F(NodeStoreTest, AfterAFailedWriteOnlyWholeRecordsCount) {
                                  "File Error"),
                           Ended("ERROR", count)});
     }
-    EXPECT_EQ(LogsOfFailedWrites(run, fault), expected);
+    EXPECT_EQ(LogsOfFailures(platform::Operation::kWrite, {.run = run, .write_fault = fault}),
+              expected);
   }
 }
 
@@ -660,15 +662,15 @@ TEST_F(NodeXYTest, AStoreThatSomebodyElseReads) {
 
 TEST_F(NodeXYTest, WithoutMemory) {
   const std::string control = File("10,1,2\r\n");
-  platform::ArmFault(platform::Operation::kAllocate, 1, true);
-  EXPECT_EQ(Run(control), 0);
+  EXPECT_EQ(RunWithFault({platform::Operation::kAllocate, 1, true}, [&] { return Run(control); }),
+            0);
   ASSERT_GE(log().size(), 2u);
   EXPECT_EQ(log()[1], Report("Can't allocate the memory for the node store and the index !",
                              "Memory Error in BRN_ZAT_SetNodeXYData"));
   platform::ClearFaults();
   ClearLog();
-  platform::ArmFault(platform::Operation::kAllocate, 2, true);
-  EXPECT_EQ(Run(control), 0);
+  EXPECT_EQ(RunWithFault({platform::Operation::kAllocate, 2, true}, [&] { return Run(control); }),
+            0);
   ASSERT_GE(log().size(), 2u);
   EXPECT_EQ(log()[1], Report("Can't allocate the memory for the node store and the index !",
                              "Memory Error in BRN_ZAT_SetNodeXYData"));
@@ -702,19 +704,22 @@ TEST_F(NodeXYTest, EveryOperationMayFail) {
   };
   const std::string good = Concat({first_, NodeBytes{10, 0, 1, 1000000, 2000000, {300}}, third_});
   const auto check = [&] { EXPECT_EQ(Store(), good); };
-  EXPECT_TRUE(
-      Reported(FailEach(platform::Operation::kOpen, run, check), "Can't write the node store !"));
-  EXPECT_TRUE(Reported(FailEach(platform::Operation::kRead, run, check),
+  EXPECT_TRUE(Reported(FailEach(platform::Operation::kOpen, {.run = run, .check_good = check}),
+                       "Can't write the node store !"));
+  EXPECT_TRUE(Reported(FailEach(platform::Operation::kRead, {.run = run, .check_good = check}),
                        "Can't read the node store and the index !"));
-  EXPECT_TRUE(Reported(FailEach(platform::Operation::kRead, run, check),
+  EXPECT_TRUE(Reported(FailEach(platform::Operation::kRead, {.run = run, .check_good = check}),
                        "Can't read the file (" + (folder_ / "xy.txt") + ") !"));
-  EXPECT_TRUE(Reported(FailEach(platform::Operation::kAllocate, run, check),
+  EXPECT_TRUE(Reported(FailEach(platform::Operation::kAllocate, {.run = run, .check_good = check}),
                        "Can't allocate the memory for the node store and the index !"));
   // A write that is refused twice, and one that is broken off.
-  EXPECT_TRUE(Reported(FailEach(platform::Operation::kWrite, run, check, true),
-                       "Can't write the node store !"));
   EXPECT_TRUE(Reported(
-      FailEach(platform::Operation::kWrite, run, check, false, platform::WriteFault::kHalfWritten),
+      FailEach(platform::Operation::kWrite, {.run = run, .check_good = check, .sticky = true}),
+      "Can't write the node store !"));
+  EXPECT_TRUE(Reported(
+      FailEach(
+          platform::Operation::kWrite,
+          {.run = run, .check_good = check, .write_fault = platform::WriteFault::kHalfWritten}),
       "Can't write the node store !"));
 }
 
@@ -723,19 +728,19 @@ TEST_F(NodeXYTest, AWriteThatSucceedsAtTheSecondTryIsDoubled) {
   const std::string good = Concat({first_, NodeBytes{10, 0, 1, 1000000, 2000000, {300}}, third_});
   const std::string control = File("10,1,2\r\n");
   bool doubled = false;
-  FailEach(
-      platform::Operation::kWrite,
-      [&] {
-        WriteBytes(folder_ / "nodestr.~wk", before);
-        return Run(control);
-      },
-      [&] {
-        if (Store() == good + good) {
-          doubled = true;
-        } else {
-          EXPECT_EQ(Store(), good);
-        }
-      });
+  FailEach(platform::Operation::kWrite, {.run =
+                                             [&] {
+                                               WriteBytes(folder_ / "nodestr.~wk", before);
+                                               return Run(control);
+                                             },
+                                         .check_good =
+                                             [&] {
+                                               if (Store() == good + good) {
+                                                 doubled = true;
+                                               } else {
+                                                 EXPECT_EQ(Store(), good);
+                                               }
+                                             }});
   EXPECT_TRUE(doubled);
 }
 

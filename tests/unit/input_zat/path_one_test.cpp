@@ -376,33 +376,47 @@ class PathOneFaultTest : public PathOneTest {
     Source("attributes.txt", "1,a\r\n");
     return FailEach(
         operation,
-        [this, control] {
-          for (const char* name : {"linkdef.dat", "nodestr.~wk", "linkstr.~wk", "nnamestr.~wk",
-                                   "lnamestr.~wk", "trafrule.~wk", "onewayst.~wk"}) {
-            platform::RemoveFile((folder_ / name).c_str());
-          }
-          return Run(control);
-        },
-        [this] {
-          // A doubled store is what a write leaves that succeeded at the second try.
-          const std::string nodes = Concat({NodeBytes{1, 0, 7, 139500000, 35500000, {100}},
-                                            NodeBytes{2, 0, 8, 139600000, 35600000, {100}}});
-          const std::string links =
-              Bytes().F64(100).F64(1).F64(2).I32(13101).I16(3).I16(70).I16(80).I16(300).I16(1).Zero(
-                  10);
-          EXPECT_TRUE(Output("nodestr.~wk") == nodes || Output("nodestr.~wk") == nodes + nodes);
-          EXPECT_TRUE(Output("linkstr.~wk") == links || Output("linkstr.~wk") == links + links);
-          EXPECT_EQ(Output("nnamestr.~wk"),
-                    Concat({NameBytes{1, "Central", 0, 7}, NameBytes{2, "East", 0, 9}}));
-          EXPECT_EQ(Output("lnamestr.~wk"),
-                    Concat({NameBytes{100, "Ring", 5, 0}, NameBytes{100, "Road", 6, 0}}));
-          EXPECT_EQ(Output("trafrule.~wk"),
-                    Bytes().F64(1).F64(100).F64(100).I16(0).I16(2).Zero(4).str());
-          EXPECT_EQ(Output("onewayst.~wk"),
-                    Bytes().F64(100).F64(1).F64(2).I16(2).I16(0).Zero(4).str());
-          EXPECT_NE(Output("linkdef.dat").find("CODELENGTH=14"), std::string::npos);
-        },
-        sticky, fault);
+        {.run =
+             [this, control] {
+               for (const char* name : {"linkdef.dat", "nodestr.~wk", "linkstr.~wk", "nnamestr.~wk",
+                                        "lnamestr.~wk", "trafrule.~wk", "onewayst.~wk"}) {
+                 platform::RemoveFile((folder_ / name).c_str());
+               }
+               return Run(control);
+             },
+         .check_good =
+             [this] {
+               // A doubled store is what a write leaves that succeeded at the second try.
+               const std::string nodes = Concat({NodeBytes{1, 0, 7, 139500000, 35500000, {100}},
+                                                 NodeBytes{2, 0, 8, 139600000, 35600000, {100}}});
+               const std::string links = Bytes()
+                                             .F64(100)
+                                             .F64(1)
+                                             .F64(2)
+                                             .I32(13101)
+                                             .I16(3)
+                                             .I16(70)
+                                             .I16(80)
+                                             .I16(300)
+                                             .I16(1)
+                                             .Zero(10);
+               EXPECT_TRUE(Output("nodestr.~wk") == nodes ||
+                           Output("nodestr.~wk") == nodes + nodes);
+               EXPECT_TRUE(Output("linkstr.~wk") == links ||
+                           Output("linkstr.~wk") == links + links);
+               EXPECT_EQ(Output("nnamestr.~wk"),
+                         Concat({NameBytes{1, "Central", 0, 7}, NameBytes{2, "East", 0, 9}}));
+               EXPECT_EQ(Output("lnamestr.~wk"),
+                         Concat({NameBytes{100, "Ring", 5, 0}, NameBytes{100, "Road", 6, 0}}));
+               EXPECT_EQ(Output("trafrule.~wk"),
+                         Bytes().F64(1).F64(100).F64(100).I16(0).I16(2).Zero(4).str());
+               EXPECT_EQ(Output("onewayst.~wk"),
+                         Bytes().F64(100).F64(1).F64(2).I16(2).I16(0).Zero(4).str());
+               EXPECT_NE(Output("linkdef.dat").find("CODELENGTH=14"), std::string::npos);
+             },
+         .sticky = sticky,
+         .write_fault = fault,
+         .goes_on = true});
   }
 };
 

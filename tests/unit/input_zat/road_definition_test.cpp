@@ -12,6 +12,7 @@ using test::Exists;
 using test::Lines;
 using test::ReadBytes;
 using test::Report;
+using test::RunWithFault;
 using test::WriteBytes;
 
 constexpr char kTitle[] = "File Error in BRN_CreateRoadDef";
@@ -426,16 +427,19 @@ TEST_F(RoadDefinitionTest, EveryOpenMayFail) {
   const std::string other = Source("w.txt", "1,b\r\n");
   const std::string control = "[ATTRIBUTE]\r\nFILENUM=1\r\nFILE01=" + path +
                               "\r\n[WIDTH]\r\nFILENUM=1\r\nFILE01=" + other + "\r\n";
-  const auto reports = FailEach(
-      platform::Operation::kOpen,
-      [&] {
-        platform::RemoveFile((folder_ / "linkdef.dat").c_str());
-        return Run(control);
-      },
-      [this] {
-        EXPECT_EQ(Section("ATTRIBUTE"), "[ATTRIBUTE]\r\nDEF01=1,a\r\nNUMDEF=1\r\n");
-        EXPECT_EQ(Section("SYSTEM"), "[SYSTEM]\r\nCODELENGTH=14\r\n");
-      });
+  const auto reports =
+      FailEach(platform::Operation::kOpen,
+               {.run =
+                    [&] {
+                      platform::RemoveFile((folder_ / "linkdef.dat").c_str());
+                      return Run(control);
+                    },
+                .check_good =
+                    [this] {
+                      EXPECT_EQ(Section("ATTRIBUTE"), "[ATTRIBUTE]\r\nDEF01=1,a\r\nNUMDEF=1\r\n");
+                      EXPECT_EQ(Section("SYSTEM"), "[SYSTEM]\r\nCODELENGTH=14\r\n");
+                    },
+                .goes_on = true});
   EXPECT_EQ(reports,
             (std::set<std::string>{
                 Report("Can't open the Road Definition File (" + (folder_ / "linkdef.dat") + ") !",
@@ -446,10 +450,13 @@ TEST_F(RoadDefinitionTest, EveryOpenMayFail) {
 
 TEST_F(RoadDefinitionTest, EveryReadMayFail) {
   const std::string path = Source("a.txt", "1,a\r\n");
-  const auto reports = FailEach(
-      platform::Operation::kRead,
-      [&] { return Run("[ATTRIBUTE]\r\nFILENUM=1\r\nFILE01=" + path + "\r\n"); },
-      [this] { EXPECT_EQ(Section("ATTRIBUTE"), "[ATTRIBUTE]\r\nDEF01=1,a\r\nNUMDEF=1\r\n"); });
+  const auto reports =
+      FailEach(platform::Operation::kRead,
+               {.run = [&] { return Run("[ATTRIBUTE]\r\nFILENUM=1\r\nFILE01=" + path + "\r\n"); },
+                .check_good =
+                    [this] {
+                      EXPECT_EQ(Section("ATTRIBUTE"), "[ATTRIBUTE]\r\nDEF01=1,a\r\nNUMDEF=1\r\n");
+                    }});
   EXPECT_EQ(reports,
             (std::set<std::string>{Report("Can't read the file (" + path + ") !", kTitle)}));
 }
@@ -464,9 +471,8 @@ TEST_F(RoadDefinitionTest, EveryWriteOfAValueMayFail) {
     for (size_t line = 1; line < section.size(); ++line) {
       platform::RemoveFile(path.c_str());
       ClearLog();
-      platform::ArmFault(platform::Operation::kWriteValue, ++nth, false);
-      EXPECT_EQ(Run(""), 0) << nth;
-      platform::ClearFaults();
+      EXPECT_EQ(RunWithFault({platform::Operation::kWriteValue, ++nth}, [&] { return Run(""); }), 0)
+          << nth;
       // The other values are there; a section without values has no name line.
       const std::vector<std::string> before = section;
       section[line].clear();
@@ -482,9 +488,11 @@ TEST_F(RoadDefinitionTest, EveryWriteOfAValueMayFail) {
     }
   }
   EXPECT_EQ(nth, 31);
-  platform::ArmFault(platform::Operation::kWriteValue, 32, false);
-  EXPECT_EQ(Run(""), 1);
-  EXPECT_EQ(platform::OperationCount(platform::Operation::kWriteValue), 31);
+  int64_t count = 0;
+  EXPECT_EQ(RunWithFault(
+                {platform::Operation::kWriteValue, 32}, [&] { return Run(""); }, &count),
+            1);
+  EXPECT_EQ(count, 31);
 }
 
 // A value of the control file that is not to be had counts as one that is not there.
@@ -538,9 +546,9 @@ TEST_F(RoadDefinitionTest, EveryReadOfAValueMayFail) {
   int64_t nth = 0;
   for (const Outcome& outcome : outcomes) {
     ClearLog();
-    platform::ArmFault(platform::Operation::kReadValue, ++nth, false);
-    EXPECT_EQ(Run(control), outcome.report.empty() ? 1 : 0) << nth;
-    platform::ClearFaults();
+    EXPECT_EQ(RunWithFault({platform::Operation::kReadValue, ++nth}, [&] { return Run(control); }),
+              outcome.report.empty() ? 1 : 0)
+        << nth;
     std::string expected = whole;
     ASSERT_NE(expected.find(outcome.text), std::string::npos) << nth;
     expected.replace(expected.find(outcome.text), outcome.text.size(), outcome.instead);
@@ -551,9 +559,11 @@ TEST_F(RoadDefinitionTest, EveryReadOfAValueMayFail) {
                                                     : "CODELENGTH=18")
         << nth;
   }
-  platform::ArmFault(platform::Operation::kReadValue, 21, false);
-  EXPECT_EQ(Run(control), 1);
-  EXPECT_EQ(platform::OperationCount(platform::Operation::kReadValue), 20);
+  int64_t count = 0;
+  EXPECT_EQ(RunWithFault(
+                {platform::Operation::kReadValue, 21}, [&] { return Run(control); }, &count),
+            1);
+  EXPECT_EQ(count, 20);
 }
 
 // ---- The header of a MIF file --------------------------------------------------------------

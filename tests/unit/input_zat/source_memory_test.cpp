@@ -19,6 +19,7 @@ namespace {
 
 using platform::Operation;
 using test::Bytes;
+using test::RunWithFault;
 using test::WriteBytes;
 using Step = std::function<int(const char* control)>;
 
@@ -30,14 +31,10 @@ class SourceMemoryTest : public test::MsrTest {
   std::set<std::string> Reports(const Step& step, const std::string& control, int nth = 1) {
     const std::string path = WriteControl(control);
     ClearLog();
-    platform::ArmFault(Operation::kAllocate, nth, true);
-    EXPECT_EQ(step(path.c_str()), 0);
-    platform::ClearFaults();
-    std::set<std::string> reports;
-    for (const std::string& line : log()) {
-      if (line[0] == '[') reports.insert(line);
-    }
-    return reports;
+    EXPECT_EQ(RunWithFault({Operation::kAllocate, nth, true}, [&] { return step(path.c_str()); }),
+              0);
+    const test::Lines reports = LibraryTest::Reports();
+    return {reports.begin(), reports.end()};
   }
 
   static std::set<std::string> NoMemory(const std::string& path, const std::string& step) {
@@ -163,15 +160,15 @@ TEST_F(SourceMemoryTest, Shapes) {
 TEST_F(SourceMemoryTest, NoMemoryIsTakenBehindTheEndOfAFile) {
   const std::string nodes = Source("nodes.txt", "1,7\r\n2,8\r\n");
   std::string control = WriteControl(Files("NODE", {nodes}));
-  platform::ArmFault(Operation::kAllocate, 4, true);
-  EXPECT_EQ(SetNodes(control.c_str()), 1);
-  EXPECT_EQ(platform::OperationCount(Operation::kAllocate), 3);
-  platform::ClearFaults();
+  int64_t count = 0;
+  EXPECT_EQ(RunWithFault(
+                {Operation::kAllocate, 4, true}, [&] { return SetNodes(control.c_str()); }, &count),
+            1);
+  EXPECT_EQ(count, 3);
   EXPECT_EQ(Output("nodestr.~wk").size(), 192u);
   control = WriteControl(Files("NODE", {Source("empty.txt", "")}));
-  platform::ArmFault(Operation::kAllocate, 1, true);
-  EXPECT_EQ(SetNodes(control.c_str()), 1);
-  platform::ClearFaults();
+  EXPECT_EQ(
+      RunWithFault({Operation::kAllocate, 1, true}, [&] { return SetNodes(control.c_str()); }), 1);
   EXPECT_EQ(Output("nodestr.~wk"), "");
 }
 

@@ -209,8 +209,9 @@ TEST_P(TrafficStoreTest, TheStatusLineCountsTheRecords) {
 
 TEST_P(TrafficStoreTest, AfterAFailedWriteOnlyWholeRecordsCount) {
   const std::string path = Source("a.txt", "1,2,3,2,2\r\n4,5,6,2,2\r\n");
-  const auto logs =
-      LogsOfFailedWrites([&] { return Run(Files({path})); }, platform::WriteFault::kHalfWritten);
+  const auto logs = LogsOfFailures(platform::Operation::kWrite,
+                                   {.run = [&] { return Run(Files({path})); },
+                                    .write_fault = platform::WriteFault::kHalfWritten});
   ASSERT_EQ(logs.size(), 1u);
   EXPECT_EQ(logs[0].back(), Ended("ERROR", 1));
 }
@@ -223,21 +224,22 @@ TEST_P(TrafficStoreTest, EveryOperationMayFail) {
     EXPECT_EQ(log(), (Lines{GetParam().title, Ended("OK", 2)}));
   };
   const std::string title = "File Error in " + std::string(GetParam().name);
-  auto reports = FailEach(platform::Operation::kOpen, run, check);
+  auto reports = FailEach(platform::Operation::kOpen, {.run = run, .check_good = check});
   EXPECT_EQ(reports.size(), 2u);
   EXPECT_EQ(reports.count(Report(GetParam().open_error + path + ") !", title)), 1u);
-  reports = FailEach(platform::Operation::kRead, run, check);
+  reports = FailEach(platform::Operation::kRead, {.run = run, .check_good = check});
   EXPECT_EQ(reports.size(), 1u);
   EXPECT_TRUE(Reported(reports, "Can't read the file (" + path + ") !"));
-  reports = FailEach(platform::Operation::kWrite, run, check);
+  reports = FailEach(platform::Operation::kWrite, {.run = run, .check_good = check});
   EXPECT_EQ(reports.size(), 1u);
   EXPECT_TRUE(Reported(reports, GetParam().write_error + StorePath() + ") at rec=0 !"));
   // One of the two records is there.
-  reports =
-      FailEach(platform::Operation::kWrite, run, check, false, platform::WriteFault::kHalfWritten);
+  reports = FailEach(
+      platform::Operation::kWrite,
+      {.run = run, .check_good = check, .write_fault = platform::WriteFault::kHalfWritten});
   EXPECT_EQ(reports.size(), 1u);
   EXPECT_TRUE(Reported(reports, GetParam().write_error + StorePath() + ") at rec=1 !"));
-  FailEach(platform::Operation::kAllocate, run, check);
+  FailEach(platform::Operation::kAllocate, {.run = run, .check_good = check});
 }
 
 }  // namespace

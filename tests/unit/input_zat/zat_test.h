@@ -1,5 +1,4 @@
-// What the tests of stage one share: source files, the lines of the build log in their order,
-// a user who cancels at a given line, and a platform that fails at every operation in turn.
+// What the tests of stage one share: source files and the sections that name them.
 #pragma once
 
 #include <algorithm>
@@ -9,16 +8,13 @@
 #include <string>
 #include <vector>
 
+#include "fault_each.h"
 #include "frd/log.h"
 #include "frd/progress.h"
-#include "platform/clock.h"
-#include "platform/fault.h"
 #include "platform/file.h"
 #include "records.h"
 
 namespace zatlib::test {
-
-using Lines = std::vector<std::string>;
 
 inline std::string Concat(const std::vector<std::string>& parts) {
   std::string all;
@@ -26,28 +22,8 @@ inline std::string Concat(const std::vector<std::string>& parts) {
   return all;
 }
 
-class ZatTest : public LibraryTest {
+class ZatTest : public FaultTest {
  protected:
-  ZatTest() {
-    SetLogListener([this](const char* text) {
-      log_.emplace_back(text);
-      if (!cancel_at_.empty() && log_.back().compare(0, cancel_at_.size(), cancel_at_) == 0) {
-        FRD_SetCancelled(true);
-      }
-    });
-  }
-
-  // Lines of the build log so far.
-  const Lines& log() const { return log_; }
-  void ClearLog() { log_.clear(); }
-
-  // Outside silent mode, and as soon as a line of the build log begins with `line` the user
-  // presses Cancel.
-  void CancelAt(const std::string& line) {
-    g_silent = 0;
-    cancel_at_ = line;
-  }
-
   // The lines of a section that names these files, with MIF= when that is told.
   static std::string Files(const std::string& section, const std::vector<std::string>& paths,
                            std::optional<int> mif = std::nullopt) {
@@ -97,79 +73,6 @@ class ZatTest : public LibraryTest {
     EXPECT_TRUE(file.IsOpen()) << path;
     return file;
   }
-
-  // Runs `run` once for every operation of a kind that it makes, each time with another one
-  // failing (and with `sticky` all later ones too). A run that fails must have reported an error;
-  // a run that succeeds must stand up to `check_good`. Returns the reports ("[message][title]").
-  std::set<std::string> FailEach(
-      platform::Operation operation, const std::function<int()>& run,
-      const std::function<void()>& check_good, bool sticky = false,
-      platform::WriteFault write_fault = platform::WriteFault::kNothingWritten) {
-    platform::StepTickCount(20000);
-    ClearLog();
-    platform::CountOperations();
-    EXPECT_EQ(run(), 1);
-    const int64_t count = platform::OperationCount(operation);
-    platform::ClearFaults();
-    EXPECT_GT(count, 0);
-    check_good();
-    std::set<std::string> reports;
-    for (int64_t n = 1; n <= count && !HasFailure(); ++n) {
-      SCOPED_TRACE("operation " + std::to_string(n));
-      ClearLog();
-      platform::ArmFault(operation, n, sticky, write_fault);
-      const int result = run();
-      platform::ClearFaults();
-      std::set<std::string> heard;
-      for (const std::string& line : log()) {
-        if (line[0] == '[') heard.insert(line);
-      }
-      EXPECT_TRUE(result == 0 || result == 1) << result;
-      if (result == 0) {
-        EXPECT_FALSE(heard.empty()) << "a failure without a report";
-      } else {
-        check_good();
-      }
-      reports.insert(heard.begin(), heard.end());
-    }
-    platform::StepTickCount(0);
-    return reports;
-  }
-
-  // Refuses one write of the run after the other; the logs of the runs that failed then.
-  std::vector<Lines> LogsOfFailedWrites(const std::function<int()>& run,
-                                        platform::WriteFault fault) {
-    std::vector<Lines> logs;
-    platform::CountOperations();
-    EXPECT_EQ(run(), 1);
-    const int64_t count = platform::OperationCount(platform::Operation::kWrite);
-    for (int64_t n = 1; n <= count; ++n) {
-      ClearLog();
-      platform::ArmFault(platform::Operation::kWrite, n, false, fault);
-      const int result = run();
-      platform::ClearFaults();
-      if (result == 0) logs.push_back(log());
-    }
-    return logs;
-  }
-
- private:
-  Lines log_;
-  std::string cancel_at_;
 };
-
-// The line of an error report.
-inline std::string Report(const std::string& message, const std::string& title) {
-  return "[" + message + "][" + title + "]";
-}
-
-// True when a report with this message is among the lines, whatever its title.
-template <typename Container>
-bool Reported(const Container& lines, const std::string& message) {
-  const std::string head = "[" + message + "][";
-  return std::any_of(lines.begin(), lines.end(), [&head](const std::string& line) {
-    return line.compare(0, head.size(), head) == 0;
-  });
-}
 
 }  // namespace zatlib::test

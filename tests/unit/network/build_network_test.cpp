@@ -129,22 +129,20 @@ TEST_F(CheckMemoriesTest, TheRefusalOfAnyBlockCounts) {
   // 10 blocks for case A, 3 more for B, 10 for C and 3 more for D.
   for (int64_t n = 1; n <= 26; ++n) {
     ClearLog();
-    platform::ArmFault(platform::Operation::kAllocate, n, false);
-    EXPECT_EQ(Check(), n <= 13 ? kNotEnoughMemory : kFileOperation) << "block " << n;
-    platform::ClearFaults();
+    EXPECT_EQ(RunWithFault({platform::Operation::kAllocate, n}, [&] { return Check(); }),
+              n <= 13 ? kNotEnoughMemory : kFileOperation)
+        << "block " << n;
     EXPECT_EQ(Reports(), n <= 13 ? Lines{kNotEnough} : Lines()) << "block " << n;
     EXPECT_EQ(log().back(), n <= 13 ? kNotEnough : n <= 23 ? kCaseB : kCaseC) << "block " << n;
   }
-  platform::ArmFault(platform::Operation::kAllocate, 27, false);
-  EXPECT_EQ(Check(), kMemoryOperation);
+  EXPECT_EQ(RunWithFault({platform::Operation::kAllocate, 27}, [&] { return Check(); }),
+            kMemoryOperation);
 }
 
 TEST_F(CheckMemoriesTest, AllTrialBlocksAreFreed) {
   SaveSizes(kNodes, kLinks);
   for (int64_t n = 1; n <= 27; ++n) {
-    platform::ArmFault(platform::Operation::kAllocate, n, false);
-    Check();
-    platform::ClearFaults();
+    RunWithFault({platform::Operation::kAllocate, n}, [&] { return Check(); });
     // Nothing is left in use: a block of all the memory of this machine fits.
     platform::PlayMachine(0, 122 * kPage);
     void* block = platform::AllocPages(122 * kPage);
@@ -447,9 +445,7 @@ TEST_P(BuildNetworkTest, TheLackOfMemoryStopsTheBuild) {
     SaveTown();
     platform::RemoveFile((folder_ / "maploc.dat").c_str());
     ClearLog();
-    platform::ArmFault(platform::Operation::kAllocate, n, false);
-    const int result = Build();
-    platform::ClearFaults();
+    const int result = RunWithFault({platform::Operation::kAllocate, n}, [&] { return Build(); });
     if (log().back() == "*** memory error ***") {
       EXPECT_EQ(result, 0);
       lines = log();
@@ -468,11 +464,13 @@ INSTANTIATE_TEST_SUITE_P(Way, BuildFaultTest, ::testing::Values(Way{14, true}, W
 TEST_P(BuildFaultTest, WhateverFailsIsReportedAndStopsTheBuild) {
   const auto prepare = [&] { SaveTown(); };
   const auto run = [&] { return Build(); };
-  ReportsOfFaults(platform::Operation::kOpen, prepare, run);
-  ReportsOfFaults(platform::Operation::kRead, prepare, run);
-  ReportsOfFaults(platform::Operation::kSeek, prepare, run);
-  ReportsOfFaults(platform::Operation::kWrite, prepare, run);
-  const LineSet memory_reports = ReportsOfFaults(platform::Operation::kAllocate, prepare, run);
+  FailEach(platform::Operation::kOpen, {.prepare = prepare, .run = run});
+  FailEach(platform::Operation::kRead, {.prepare = prepare, .run = run});
+  FailEach(platform::Operation::kSeek, {.prepare = prepare, .run = run});
+  FailEach(platform::Operation::kWrite,
+           {.prepare = prepare, .run = run, .write_fault = platform::WriteFault::kHalfWritten});
+  const LineSet memory_reports =
+      FailEach(platform::Operation::kAllocate, {.prepare = prepare, .run = run});
   EXPECT_EQ(memory_reports.count("[Can't allocate the memory for NodeIndex : num node=4]"
                                  "[Memory Error]"),
             1u);
@@ -504,10 +502,10 @@ TEST_P(BuildNetworkTest, ACancelAnywhereStopsTheBuildBeforeTheNextStep) {
     FRD_SetCancelled(false);
     EXPECT_EQ(result, 0) << lines[i];
     // A step that has begun may end with its summary or its choice; no other step begins.
-    ASSERT_GE(heard().size(), i + 1);
-    for (size_t k = i + 1; k < heard().size(); ++k) {
-      EXPECT_TRUE(heard()[k].find("returns=") != std::string::npos || heard()[k].find("*** ") == 0)
-          << lines[i] << ": " << heard()[k];
+    ASSERT_GE(log().size(), i + 1);
+    for (size_t k = i + 1; k < log().size(); ++k) {
+      EXPECT_TRUE(log()[k].find("returns=") != std::string::npos || log()[k].find("*** ") == 0)
+          << lines[i] << ": " << log()[k];
     }
   }
 }

@@ -143,7 +143,7 @@ TEST_P(FinishingTest, AttributesReportFilesThatAreTooShort) {
 TEST_P(FinishingTest, AttributesReportWhatCannotBeReadOrWritten) {
   const auto prepare = [&] { SaveNetwork({{0}, {0}}, {{1, 1}}); };
   const auto run = [&] { return FinishAttributes(); };
-  EXPECT_EQ(ReportsOfFaults(platform::Operation::kRead, prepare, run),
+  EXPECT_EQ(FailEach(platform::Operation::kRead, {.prepare = prepare, .run = run}),
             (LineSet{Report("Can't read the NodeLinkIndex file (%s) !",
                             "File Error in BRN_FinishNodeAttribute", "nodelink.idx"),
                      Report("Can't read the NodeName file (%s) !",
@@ -152,13 +152,15 @@ TEST_P(FinishingTest, AttributesReportWhatCannotBeReadOrWritten) {
                             "File Error in BRN_FinishNodeAttribute", "nodeattr.dat"),
                      Report("Can't read the LinkName file (%s) !",
                             "File Error in BRN_FinishNodeAttribute", "linkname.dat")}));
-  EXPECT_EQ(ReportsOfFaults(platform::Operation::kWrite, prepare, run),
-            (LineSet{Report("Can't write the NodeName file (%s) !",
-                            "File Error in BRN_FinishNodeAttribute", "nodename.dat"),
-                     Report("Can't write the NodeAttribute file (%s) !",
-                            "File Error in BRN_FinishNodeAttribute", "nodeattr.dat"),
-                     Report("Can't write the CalcAttribute file (%s) !",
-                            "File Error in BRN_FinishNodeAttribute", "mapattr.dat")}));
+  EXPECT_EQ(
+      FailEach(platform::Operation::kWrite,
+               {.prepare = prepare, .run = run, .write_fault = platform::WriteFault::kHalfWritten}),
+      (LineSet{Report("Can't write the NodeName file (%s) !",
+                      "File Error in BRN_FinishNodeAttribute", "nodename.dat"),
+               Report("Can't write the NodeAttribute file (%s) !",
+                      "File Error in BRN_FinishNodeAttribute", "nodeattr.dat"),
+               Report("Can't write the CalcAttribute file (%s) !",
+                      "File Error in BRN_FinishNodeAttribute", "mapattr.dat")}));
 }
 
 // 40000 nodes and links, more than one block of any file: node i has the links i and 39999 - i.
@@ -190,20 +192,18 @@ TEST_P(FinishingTest, AttributesOfManyNodes) {
        {std::tuple{5, "Can't read the LinkName file (%s) !", "linkname.dat"},
         std::tuple{7, "Can't read the NodeLinkIndex file (%s) !", "nodelink.idx"}}) {
     ClearLog();
-    platform::ArmFault(platform::Operation::kRead, number, false);
-    EXPECT_EQ(FinishAttributes(), 0);
-    platform::ClearFaults();
+    EXPECT_EQ(
+        RunWithFault({platform::Operation::kRead, number}, [&] { return FinishAttributes(); }), 0);
     EXPECT_EQ(Reports(), Lines{Report(message, "File Error in BRN_FinishNodeAttribute", name)});
   }
 }
 
 TEST_P(FinishingTest, AttributesReportMissingMemory) {
-  EXPECT_EQ(ReportsOfFaults(
-                platform::Operation::kAllocate,
-                [&] {
-                  SaveNetwork({{0}, {0}}, {{1, 1}});
-                },
-                [&] { return FinishAttributes(); }),
+  EXPECT_EQ(FailEach(platform::Operation::kAllocate, {.prepare =
+                                                          [&] {
+                                                            SaveNetwork({{0}, {0}}, {{1, 1}});
+                                                          },
+                                                      .run = [&] { return FinishAttributes(); }}),
             LineSet{"[Can't allocate the memory for 5 indexes (node=2,link=1) !]"
                     "[Memory Error in BRN_FinishNodeAttribute]"});
 }
@@ -310,9 +310,7 @@ TEST_P(FinishingTest, LaterNamesOverwriteEarlierOnesOfAnotherBlock) {
   // The second block of names, behind the first one, the index and the records.
   Save("nodename.dat", std::string(20000 * 32, '\0'));
   ClearLog();
-  platform::ArmFault(platform::Operation::kRead, 4, false);
-  EXPECT_EQ(FinishNodeNames(), 0);
-  platform::ClearFaults();
+  EXPECT_EQ(RunWithFault({platform::Operation::kRead, 4}, [&] { return FinishNodeNames(); }), 0);
   EXPECT_EQ(Reports(), Lines{Report("Can't open / read the NodeNameStore(%s)!",
                                     "File Error in BRN_FinishNodeName", "nnamestr.~wk")});
   EXPECT_EQ(log().back(),
@@ -346,11 +344,13 @@ TEST_P(FinishingTest, NodeNamesReportWhatIsMissing) {
     EXPECT_EQ(Reports(), Lines{Report(message, "File Error in BRN_FinishNodeName", name)});
     all.insert(Report(message, "File Error in BRN_FinishNodeName", name));
   }
-  EXPECT_EQ(ReportsOfFaults(platform::Operation::kRead, prepare, run), all);
-  EXPECT_EQ(ReportsOfFaults(platform::Operation::kWrite, prepare, run),
-            LineSet{Report("Can't save the NodeName (%s) !", "File Error in BRN_FinishNodeName",
-                           "nodename.dat")});
-  EXPECT_EQ(ReportsOfFaults(platform::Operation::kAllocate, prepare, run),
+  EXPECT_EQ(FailEach(platform::Operation::kRead, {.prepare = prepare, .run = run}), all);
+  EXPECT_EQ(
+      FailEach(platform::Operation::kWrite,
+               {.prepare = prepare, .run = run, .write_fault = platform::WriteFault::kHalfWritten}),
+      LineSet{Report("Can't save the NodeName (%s) !", "File Error in BRN_FinishNodeName",
+                     "nodename.dat")});
+  EXPECT_EQ(FailEach(platform::Operation::kAllocate, {.prepare = prepare, .run = run}),
             (LineSet{"[Can't allocate the memory for NodeNameStore : num store = 1]"
                      "[Memory Error in BRN_FinishNodeName]",
                      "[Can't allocate the memory for NodeIndex : num node = 1]"
@@ -426,11 +426,13 @@ TEST_P(FinishingTest, LinkNamesReportWhatIsMissing) {
     EXPECT_EQ(Reports(), Lines{Report(message, "File Error in BRN_FinishLinkName", name)});
     all.insert(Report(message, "File Error in BRN_FinishLinkName", name));
   }
-  EXPECT_EQ(ReportsOfFaults(platform::Operation::kRead, prepare, run), all);
-  EXPECT_EQ(ReportsOfFaults(platform::Operation::kWrite, prepare, run),
-            LineSet{Report("Can't save the LinkName (%s) !", "File Error in BRN_FinishLinkName",
-                           "linkname.dat")});
-  EXPECT_EQ(ReportsOfFaults(platform::Operation::kAllocate, prepare, run),
+  EXPECT_EQ(FailEach(platform::Operation::kRead, {.prepare = prepare, .run = run}), all);
+  EXPECT_EQ(
+      FailEach(platform::Operation::kWrite,
+               {.prepare = prepare, .run = run, .write_fault = platform::WriteFault::kHalfWritten}),
+      LineSet{Report("Can't save the LinkName (%s) !", "File Error in BRN_FinishLinkName",
+                     "linkname.dat")});
+  EXPECT_EQ(FailEach(platform::Operation::kAllocate, {.prepare = prepare, .run = run}),
             (LineSet{"[Can't allocate the memory for LinkNameStore : num store = 1]"
                      "[Memory Error in BRN_FinishLinkName]",
                      "[Can't allocate the memory for LinkIndex : num link = 1]"
@@ -445,7 +447,7 @@ TEST_P(FinishingTest, ACancelIsHeardWhileTheLinksAreRead) {
   CancelAt("Finishing Node Attribute...");
   EXPECT_EQ(FinishAttributes(), 0);
   EXPECT_FALSE(Exists(folder_ / "mapattr.dat"));
-  EXPECT_EQ(heard(), Lines{"Finishing Node Attribute..."});
+  EXPECT_EQ(log(), Lines{"Finishing Node Attribute..."});
 }
 
 TEST_P(FinishingTest, ACancelledBuildFinishesNothing) {

@@ -375,8 +375,10 @@ TEST_P(NetworkDataTest, NetworkFilesThatCannotBeWrittenAreReported) {
                    Report("Can't write the LinkIndex file(%s)", "File Error", "link.idx"),
                    Report("Can't write the LinkNodeIndex file(%s)", "File Error", "linknode.idx"),
                    Report("Can't write the DrawMap file(%s)", "File Error", "mapdraw.dat")};
-  LineSet written = ReportsOfFaults(
-      platform::Operation::kWrite, [] {}, [&] { return CreateNetworkData(); });
+  LineSet written =
+      FailEach(platform::Operation::kWrite, {.prepare = [] {},
+                                             .run = [&] { return CreateNetworkData(); },
+                                             .write_fault = platform::WriteFault::kHalfWritten});
   int calc_nodes = 0;
   for (const char* at : {"0", "1", "2"}) {
     const std::string message = std::string("Can't write the CalcNode Data(%s) at ") + at + " !";
@@ -405,8 +407,8 @@ TEST_P(NetworkDataTest, NetworkFilesThatCannotBeWrittenAreReported) {
 TEST_P(NetworkDataTest, MissingMemoryForNetworkDataIsReported) {
   SaveTriangle();
   Load();
-  const LineSet reports = ReportsOfFaults(
-      platform::Operation::kAllocate, [] {}, [&] { return CreateNetworkData(); });
+  const LineSet reports = FailEach(platform::Operation::kAllocate,
+                                   {.prepare = [] {}, .run = [&] { return CreateNetworkData(); }});
   EXPECT_EQ(CountMessages(reports,
                           "Can't allocate the momories for NodeLinkIndex, LinkNodeIndex, "
                           "DrawMapL!"),
@@ -418,15 +420,15 @@ TEST_P(NetworkDataTest, ACancelStopsTheSteps) {
   Load();
   CancelAt(Mark("Making LinkNodeIndex"));
   EXPECT_EQ(CreateNetworkData(), 0);
-  EXPECT_EQ(heard()[0], Mark("Creating CalcNode"));
-  EXPECT_EQ(heard().back(), Mark("Making LinkNodeIndex"));
+  EXPECT_EQ(log()[0], Mark("Creating CalcNode"));
+  EXPECT_EQ(log().back(), Mark("Making LinkNodeIndex"));
   EXPECT_FALSE(Exists(folder_ / "node.idx"));
   ClearLog();
   CancelAt("");
   FRD_SetCancelled(true);
   EXPECT_EQ(CheckDummyLinkNodes(), 0);
   EXPECT_EQ(CreateNetworkData(), 0);
-  EXPECT_EQ(heard(), Lines());
+  EXPECT_EQ(log(), Lines());
 }
 
 // ---- through files only --------------------------------------------------------------------
@@ -466,7 +468,9 @@ TEST_P(NetworkThroughFilesTest, NodeRecordsThatCannotBeReadOrWrittenBackAreRepor
   prepare();
   Load();
   EXPECT_EQ(
-      ReportsOfFaults(platform::Operation::kWrite, prepare, [&] { return CheckDummyLinkNodes(); }),
+      FailEach(platform::Operation::kWrite, {.prepare = prepare,
+                                             .run = [&] { return CheckDummyLinkNodes(); },
+                                             .write_fault = platform::WriteFault::kHalfWritten}),
       LineSet{Report("Can't seek / write the node storage file at 1 !", FoundTitle())});
   prepare();
   WriteBytes(folder_ / "nodestr.~wk", FileBytes("nodestr.~wk").substr(0, 2 * 96));
@@ -502,15 +506,16 @@ TEST_P(NetworkThroughFilesTest, PlacesOfNodesGiveWayToWhatTheStepNeeds) {
   ASSERT_TRUE(static_cast<bool>(node_positions_.places));
   ASSERT_EQ(CreateNetworkData(), 1);
   const std::string drawing = FileBytes("mapdraw.dat");
-  const LineSet reports = ReportsOfFaults(
-      platform::Operation::kAllocate, [&] { Load(); },
-      [&] {
-        const int result = CreateNetworkData();
-        if (result != 0) {
-          EXPECT_EQ(FileBytes("mapdraw.dat"), drawing);
-        }
-        return result;
-      });
+  const LineSet reports = FailEach(platform::Operation::kAllocate,
+                                   {.prepare = [&] { Load(); },
+                                    .run =
+                                        [&] {
+                                          const int result = CreateNetworkData();
+                                          if (result != 0) {
+                                            EXPECT_EQ(FileBytes("mapdraw.dat"), drawing);
+                                          }
+                                          return result;
+                                        }});
   EXPECT_EQ(CountMessages(reports,
                           "Can't allocate the momories for NodeLinkIndex, LinkNodeIndex, "
                           "DrawMapL!"),

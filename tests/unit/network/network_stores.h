@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "fault_each.h"
 #include "frd/log.h"
 #include "frd/progress.h"
 #include "platform/clock.h"
@@ -17,23 +18,9 @@
 
 namespace zatlib::test::network {
 
-using Lines = std::vector<std::string>;
 using LineSet = std::set<std::string>;
 
-// True for the line that an error report leaves in the log: "[message][title]".
-inline bool IsReport(const std::string& line) {
-  return line.size() > 3 && line.front() == '[' && line.back() == ']' &&
-         line.find("][") != std::string::npos;
-}
-
-// Number of reports with that message, whatever their title.
-inline std::ptrdiff_t CountMessages(const LineSet& reports, const std::string& message) {
-  return std::count_if(reports.begin(), reports.end(), [&](const std::string& line) {
-    return line.find("[" + message + "][") == 0;
-  });
-}
-
-class NetworkTest : public LibraryTest {
+class NetworkTest : public FaultTest {
  protected:
   NetworkTest() {
     // A refused write is tried again after ten seconds of this clock.
@@ -72,35 +59,7 @@ class NetworkTest : public LibraryTest {
   std::string Report(std::string message, const std::string& title, const std::string& file = "") {
     const size_t at = message.find("%s");
     if (at != std::string::npos) message.replace(at, 2, folder_ / file);
-    return "[" + message + "][" + title + "]";
-  }
-
-  Lines Reports() const {
-    Lines reports;
-    std::copy_if(log().begin(), log().end(), std::back_inserter(reports), IsReport);
-    return reports;
-  }
-
-  // Runs `run` once for every operation of a kind, letting that one fail; `prepare` puts the files
-  // back before each run. A run ends with 0 exactly when it has reported something. Returns what
-  // was reported.
-  LineSet ReportsOfFaults(platform::Operation operation, const std::function<void()>& prepare,
-                          const std::function<int()>& run) {
-    LineSet all;
-    for (int64_t n = 1; n < 5000; ++n) {
-      prepare();
-      ClearLog();
-      platform::ArmFault(operation, n, false, platform::WriteFault::kHalfWritten);
-      const int result = run();
-      const bool reached = platform::OperationCount(operation) >= n;
-      platform::ClearFaults();
-      const Lines reports = Reports();
-      EXPECT_EQ(result, reports.empty() ? 1 : 0) << "operation " << n;
-      all.insert(reports.begin(), reports.end());
-      if (!reached) return all;
-    }
-    ADD_FAILURE() << "the run does not end";
-    return all;
+    return test::Report(message, title);
   }
 
   // Keeps others from opening a file while it lives.
@@ -111,18 +70,6 @@ class NetworkTest : public LibraryTest {
     EXPECT_TRUE(file.IsOpen());
     return file;
   }
-
-  // From now on the build is not silent, and the user cancels it when this line is logged. The
-  // lines go to heard().
-  void CancelAt(const std::string& line) {
-    g_silent = 0;
-    heard_.clear();
-    SetLogListener([this, line](const char* text) {
-      heard_.emplace_back(text);
-      if (line == text) FRD_SetCancelled(true);
-    });
-  }
-  const Lines& heard() const { return heard_; }
 
 #ifndef _WIN32
   // What the status line showed while `run` ran behind the progress window, a line break as blank.
@@ -152,9 +99,6 @@ class NetworkTest : public LibraryTest {
 
   CodeForm form_{14};
   std::string control_;
-
- private:
-  Lines heard_;
 };
 
 // The same for both code lengths.

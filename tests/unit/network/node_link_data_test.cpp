@@ -114,20 +114,22 @@ TEST_P(NodeLinkDataTest, FailedLoadsEndWithASummaryToo) {
 
 TEST_P(NodeLinkDataTest, StoresThatCannotBeReadAreReported) {
   const auto prepare = [&] { SaveStores(); };
-  EXPECT_EQ(ReportsOfFaults(platform::Operation::kRead, prepare, [&] { return LoadNodes(); }),
+  EXPECT_EQ(FailEach(platform::Operation::kRead,
+                     {.prepare = prepare, .run = [&] { return LoadNodes(); }}),
             LineSet{Report("Can't read the NodeStore(%s) at 0!", StoreTitle("File", "Node"),
                            "nodestr.~wk")});
-  EXPECT_EQ(ReportsOfFaults(platform::Operation::kRead, prepare, [&] { return LoadLinks(); }),
+  EXPECT_EQ(FailEach(platform::Operation::kRead,
+                     {.prepare = prepare, .run = [&] { return LoadLinks(); }}),
             LineSet{Report("Can't read the LINKSTORE(%s) at 0 !", StoreTitle("File", "Link"),
                            "linkstr.~wk")});
 }
 
 TEST_P(NodeLinkDataTest, MissingMemoryForTheStoresIsReported) {
   const auto prepare = [&] { SaveStores(); };
-  const LineSet nodes =
-      ReportsOfFaults(platform::Operation::kAllocate, prepare, [&] { return LoadNodes(); });
-  const LineSet links =
-      ReportsOfFaults(platform::Operation::kAllocate, prepare, [&] { return LoadLinks(); });
+  const LineSet nodes = FailEach(platform::Operation::kAllocate,
+                                 {.prepare = prepare, .run = [&] { return LoadNodes(); }});
+  const LineSet links = FailEach(platform::Operation::kAllocate,
+                                 {.prepare = prepare, .run = [&] { return LoadLinks(); }});
   if (memory()) {
     EXPECT_EQ(nodes.count("[Can't allocate the memory for NodeStore (rec=5) !]"
                           "[File Error in BRN_LoadNodeStore]"),
@@ -195,9 +197,11 @@ TEST_P(NodeLinkDataTest, NodeFilesThatCannotBeSavedAreReported) {
                          Report("Can't save the NodeName : %s", "File Error", "nodename.dat"),
                          Report("Can't save the TrafRule : %s", "File Error", "maprule.dat"),
                          Report("Can't save the NodeAttribute : %s", "File Error", "nodeattr.dat")};
-  EXPECT_EQ(ReportsOfFaults(
-                platform::Operation::kWrite, [] {}, [&] { return CreateNodeData(); }),
-            expected);
+  EXPECT_EQ(
+      FailEach(platform::Operation::kWrite, {.prepare = [] {},
+                                             .run = [&] { return CreateNodeData(); },
+                                             .write_fault = platform::WriteFault::kHalfWritten}),
+      expected);
   LineSet locked;
   for (const char* name : {"maploc.dat", "nodename.dat", "maprule.dat", "nodeattr.dat"}) {
     ClearLog();
@@ -213,8 +217,8 @@ TEST_P(NodeLinkDataTest, NodeFilesThatCannotBeSavedAreReported) {
 TEST_P(NodeLinkDataTest, MissingMemoryForNodeDataIsReported) {
   SaveStores();
   ASSERT_EQ(LoadNodes(), 1);
-  const LineSet reports = ReportsOfFaults(
-      platform::Operation::kAllocate, [] {}, [&] { return CreateNodeData(); });
+  const LineSet reports = FailEach(platform::Operation::kAllocate,
+                                   {.prepare = [] {}, .run = [&] { return CreateNodeData(); }});
   EXPECT_EQ(reports.count(memory() ? "[Can't allocate the memory for NodeLoc, NodeName, TrafRule, "
                                      "and NodeAttribute : num node=3][Memory Error]"
                                    : "[Can't allocate the memory for NodeLoc, NodeName, TrafRule, "
@@ -227,7 +231,7 @@ TEST_P(NodeLinkDataTest, ACancelSkipsTheLaterNodeFiles) {
   ASSERT_EQ(LoadNodes(), 1);
   CancelAt("Saving NodeName ...");
   EXPECT_EQ(CreateNodeData(), 0);
-  EXPECT_EQ(heard(),
+  EXPECT_EQ(log(),
             (Lines{Mark("Creating Node Data"),
                    memory() ? "Saving NodeLoc..." : "Saving NodeLoc ...", "Saving NodeName ..."}));
   EXPECT_TRUE(Exists(folder_ / "maploc.dat"));
@@ -260,9 +264,11 @@ TEST_P(NodeLinkDataTest, ALinkNameFileThatCannotBeSavedIsReported) {
   ASSERT_EQ(LoadLinks(), 1);
   const LineSet expected{Report("Can't write the LinkName (%s) rec=2 !",
                                 "File Error in " + Step("CreateLinkData"), "linkname.dat")};
-  EXPECT_EQ(ReportsOfFaults(
-                platform::Operation::kWrite, [] {}, [&] { return CreateLinkData(); }),
-            expected);
+  EXPECT_EQ(
+      FailEach(platform::Operation::kWrite, {.prepare = [] {},
+                                             .run = [&] { return CreateLinkData(); },
+                                             .write_fault = platform::WriteFault::kHalfWritten}),
+      expected);
   ClearLog();
   const platform::File lock = Lock("linkname.dat");
   EXPECT_EQ(CreateLinkData(), 0);
@@ -272,8 +278,8 @@ TEST_P(NodeLinkDataTest, ALinkNameFileThatCannotBeSavedIsReported) {
 TEST_P(NodeLinkDataTest, MissingMemoryForLinkDataIsReported) {
   SaveStores();
   ASSERT_EQ(LoadLinks(), 1);
-  const LineSet reports = ReportsOfFaults(
-      platform::Operation::kAllocate, [] {}, [&] { return CreateLinkData(); });
+  const LineSet reports = FailEach(platform::Operation::kAllocate,
+                                   {.prepare = [] {}, .run = [&] { return CreateLinkData(); }});
   EXPECT_EQ(reports.count(memory() ? "[Can't allocate the memory for LinkName : num link=2]"
                                      "[Memory Error in BRN_CreateLinkData]"
                                    : "[Can't allocate the memory for LinkName : num link = 2]"
@@ -346,11 +352,9 @@ TEST_P(ThroughFilesTest, RecordsThatCannotBeReadAreReported) {
       "[File Error in BRN450_CreateLinkData]"};
   for (const platform::Operation operation :
        {platform::Operation::kRead, platform::Operation::kSeek}) {
-    EXPECT_EQ(ReportsOfFaults(
-                  operation, [] {}, [&] { return CreateNodeData(); }),
+    EXPECT_EQ(FailEach(operation, {.prepare = [] {}, .run = [&] { return CreateNodeData(); }}),
               node);
-    EXPECT_EQ(ReportsOfFaults(
-                  operation, [] {}, [&] { return CreateLinkData(); }),
+    EXPECT_EQ(FailEach(operation, {.prepare = [] {}, .run = [&] { return CreateLinkData(); }}),
               link);
   }
 }

@@ -159,26 +159,26 @@ TEST_P(StoreChecksTest, MissingStoresHoldNoRecords) {
 }
 
 TEST_P(StoreChecksTest, DuplicationCheckReportsWhatCannotBeOpened) {
-  const LineSet reports = ReportsOfFaults(
-      platform::Operation::kOpen,
-      [&] {
-        SaveNodes({{.code = 1}, {.code = 2}});
-        SaveLinks({{.code = 1}, {.code = 2}});
-      },
-      [&] { return CheckDuplication(); });
+  const LineSet reports =
+      FailEach(platform::Operation::kOpen, {.prepare =
+                                                [&] {
+                                                  SaveNodes({{.code = 1}, {.code = 2}});
+                                                  SaveLinks({{.code = 1}, {.code = 2}});
+                                                },
+                                            .run = [&] { return CheckDuplication(); }});
   EXPECT_EQ(reports,
             (LineSet{Report("Can't open NODESTORE(%s) !", kDuplicationTitle, "nodestr.~wk"),
                      Report("Can't open LINKSTORE(%s) !", kDuplicationTitle, "linkstr.~wk")}));
 }
 
 TEST_P(StoreChecksTest, DuplicationCheckReportsWhatCannotBeRead) {
-  const LineSet reports = ReportsOfFaults(
-      platform::Operation::kRead,
-      [&] {
-        SaveNodes({{.code = 1}, {.code = 2}});
-        SaveLinks({{.code = 1}, {.code = 2}});
-      },
-      [&] { return CheckDuplication(); });
+  const LineSet reports =
+      FailEach(platform::Operation::kRead, {.prepare =
+                                                [&] {
+                                                  SaveNodes({{.code = 1}, {.code = 2}});
+                                                  SaveLinks({{.code = 1}, {.code = 2}});
+                                                },
+                                            .run = [&] { return CheckDuplication(); }});
   EXPECT_EQ(
       reports,
       (LineSet{Report("Can't read the NODESTORE(%s) at 0 !", kDuplicationTitle, "nodestr.~wk"),
@@ -186,13 +186,13 @@ TEST_P(StoreChecksTest, DuplicationCheckReportsWhatCannotBeRead) {
 }
 
 TEST_P(StoreChecksTest, DuplicationCheckReportsMissingMemory) {
-  const LineSet reports = ReportsOfFaults(
-      platform::Operation::kAllocate,
-      [&] {
-        SaveNodes({{.code = 1}, {.code = 2}, {.code = 3}});
-        SaveLinks({{.code = 1}, {.code = 2}});
-      },
-      [&] { return CheckDuplication(); });
+  const LineSet reports = FailEach(platform::Operation::kAllocate,
+                                   {.prepare =
+                                        [&] {
+                                          SaveNodes({{.code = 1}, {.code = 2}, {.code = 3}});
+                                          SaveLinks({{.code = 1}, {.code = 2}});
+                                        },
+                                    .run = [&] { return CheckDuplication(); }});
   EXPECT_EQ(reports.count(Report("Can't allocate the index memory for NODESTORE!",
                                  "Memory Error in BRN_CheckNodeLinkDuplication")),
             1u);
@@ -204,23 +204,25 @@ TEST_P(StoreChecksTest, DuplicationCheckReportsMissingMemory) {
 TEST_P(StoreChecksTest, WhatTheDuplicationCheckHandsOnGivesWayToItsOwnNeeds) {
   // Refused are, one at a time, what it cannot do without and what it does for the next checks.
   int without = 0;
-  const LineSet reports = ReportsOfFaults(
-      platform::Operation::kAllocate,
-      [&] {
-        SaveNodes({{.code = 1}, {.code = 2}, {.code = 3}});
-        SaveLinks({{.code = 1, .a = 1, .b = 2}, {.code = 2, .a = 2, .b = 3}});
-      },
-      [&] {
-        CheckedStores known;
-        const int result = BRN_CheckNodeLinkDuplication(nullptr, control(), &known);
-        if (result != 0 && !known.filled) {
-          ++without;
-          EXPECT_FALSE(static_cast<bool>(known.nodes.codes));
-          EXPECT_FALSE(static_cast<bool>(known.ends));
-          EXPECT_EQ(known.nodes.count, 0);
-        }
-        return result;
-      });
+  const LineSet reports =
+      FailEach(platform::Operation::kAllocate,
+               {.prepare =
+                    [&] {
+                      SaveNodes({{.code = 1}, {.code = 2}, {.code = 3}});
+                      SaveLinks({{.code = 1, .a = 1, .b = 2}, {.code = 2, .a = 2, .b = 3}});
+                    },
+                .run =
+                    [&] {
+                      CheckedStores known;
+                      const int result = BRN_CheckNodeLinkDuplication(nullptr, control(), &known);
+                      if (result != 0 && !known.filled) {
+                        ++without;
+                        EXPECT_FALSE(static_cast<bool>(known.nodes.codes));
+                        EXPECT_FALSE(static_cast<bool>(known.ends));
+                        EXPECT_EQ(known.nodes.count, 0);
+                      }
+                      return result;
+                    }});
   // The codes of the links, the marks of the ends and the bits of the links.
   EXPECT_EQ(without, 3);
   EXPECT_EQ(CountMessages(reports, "Can't allocate the index memory for NODESTORE!"), 1);
@@ -241,7 +243,7 @@ TEST_P(StoreChecksTest, ACancelStopsTheDuplicationCheck) {
   SaveLinks({{.code = 1}, {.code = 2}});
   CancelAt("Checking Node Duplication...");
   EXPECT_EQ(CheckDuplication(), 0);
-  EXPECT_EQ(heard(), Lines{"Checking Node Duplication..."});
+  EXPECT_EQ(log(), Lines{"Checking Node Duplication..."});
 }
 
 // ---- BRN_CheckNodeStoreFromLinkStore -------------------------------------------------------
@@ -355,25 +357,29 @@ TEST_P(StoreChecksTest, NodeCheckReportsWhatCannotBeReadOrWritten) {
     SaveNodes({{.code = 1}, {.code = 2}});
     SaveLinks({{.code = 10, .a = 1, .b = 1}, {.code = 11, .a = 1, .b = 1}});
   };
-  EXPECT_EQ(ReportsOfFaults(platform::Operation::kRead, prepare, [&] { return CheckNodes(); }),
+  EXPECT_EQ(FailEach(platform::Operation::kRead,
+                     {.prepare = prepare, .run = [&] { return CheckNodes(); }}),
             (LineSet{Report("Read LinkStorage data (0) is smaller than 2!\r\nMaybe A file error!",
                             "File Error"),
                      Report("Read NodeStorage data (0) is smaller than 2!\r\nMaybe A file error!",
                             "File Error")}));
   const LineSet written =
-      ReportsOfFaults(platform::Operation::kWrite, prepare, [&] { return CheckNodes(); });
+      FailEach(platform::Operation::kWrite, {.prepare = prepare,
+                                             .run = [&] { return CheckNodes(); },
+                                             .write_fault = platform::WriteFault::kHalfWritten});
   EXPECT_EQ(written,
             (LineSet{Report("Can't write NodeStore(%s) at 1 !", "File Error", "nodestr.~wk")}));
 }
 
 TEST_P(StoreChecksTest, NodeCheckReportsMissingMemory) {
-  const LineSet reports = ReportsOfFaults(
-      platform::Operation::kAllocate,
-      [&] {
-        SaveNodes({{.code = 1}, {.code = 2}});
-        SaveLinks({{.code = 10, .a = 1, .b = 1}, {.code = 11, .a = 1, .b = 1}});
-      },
-      [&] { return CheckNodes(); });
+  const LineSet reports =
+      FailEach(platform::Operation::kAllocate,
+               {.prepare =
+                    [&] {
+                      SaveNodes({{.code = 1}, {.code = 2}});
+                      SaveLinks({{.code = 10, .a = 1, .b = 1}, {.code = 11, .a = 1, .b = 1}});
+                    },
+                .run = [&] { return CheckNodes(); }});
   const bool found =
       reports.count(Report("Can't allocate the memory for the Index (rec=2)!",
                            "Memory Error in BRN_CheckNodeStoreFromLinkStore")) == 1 ||
@@ -388,8 +394,8 @@ TEST_P(StoreChecksTest, ACancelStopsTheNodeCheck) {
   const std::string nodes = FileBytes("nodestr.~wk");
   CancelAt("Checking Node Data (P1)...");
   EXPECT_EQ(CheckNodes(), 0);
-  EXPECT_EQ(heard()[0], "Checking Node Data (P1)...");
-  EXPECT_EQ(std::count(heard().begin(), heard().end(), "Checking Node Data (P2)..."), 0);
+  EXPECT_EQ(log()[0], "Checking Node Data (P1)...");
+  EXPECT_EQ(std::count(log().begin(), log().end(), "Checking Node Data (P2)..."), 0);
   EXPECT_EQ(FileBytes("nodestr.~wk"), nodes);
 }
 
@@ -446,23 +452,22 @@ TEST_P(StoreChecksTest, TheNodeIndexStepNamesTheOtherStoreWhenItsOwnIsMissing) {
 }
 
 TEST_P(StoreChecksTest, TheNodeIndexStepReportsAStoreThatCannotBeRead) {
-  EXPECT_EQ(ReportsOfFaults(
-                platform::Operation::kRead,
-                [&] {
-                  SaveNodes({{.code = 1}, {.code = 2}});
-                },
-                [&] { return MakeIndex(); }),
+  EXPECT_EQ(FailEach(platform::Operation::kRead, {.prepare =
+                                                      [&] {
+                                                        SaveNodes({{.code = 1}, {.code = 2}});
+                                                      },
+                                                  .run = [&] { return MakeIndex(); }}),
             LineSet{Report("Can't read the NodeStore(%s) at 0!",
                            "File Error in BRN_MakeDrotenNodeIndex", "nodestr.~wk")});
 }
 
 TEST_P(StoreChecksTest, TheNodeIndexStepReportsMissingMemory) {
-  const LineSet reports = ReportsOfFaults(
-      platform::Operation::kAllocate,
-      [&] {
-        SaveNodes({{.code = 1}, {.code = 2}});
-      },
-      [&] { return MakeIndex(); });
+  const LineSet reports =
+      FailEach(platform::Operation::kAllocate, {.prepare =
+                                                    [&] {
+                                                      SaveNodes({{.code = 1}, {.code = 2}});
+                                                    },
+                                                .run = [&] { return MakeIndex(); }});
   EXPECT_EQ(reports.count(Report("Can't allocate the memory for Index (rec=2) !",
                                  "File Error in BRN_MakeDrotenNodeIndex")),
             1u);
@@ -593,11 +598,15 @@ TEST_P(StoreChecksTest, LinkCheckReportsWhatCannotBeReadOrWritten) {
   const auto prepare = [&] {
     SaveLinks({{.code = 10, .a = 1, .b = 2}, {.code = 11, .a = 1, .b = 3}});
   };
-  EXPECT_EQ(ReportsOfFaults(platform::Operation::kRead, prepare, [&] { return CheckLinks(); }),
+  EXPECT_EQ(FailEach(platform::Operation::kRead,
+                     {.prepare = prepare, .run = [&] { return CheckLinks(); }}),
             LineSet{Report("Read LinkStorage data (0) is smaller than 2!\r\nMaybe A file error!",
                            "File Error")});
-  EXPECT_EQ(ReportsOfFaults(platform::Operation::kWrite, prepare, [&] { return CheckLinks(); }),
-            LineSet{Report("Can't write LINKSTR.WRK(%s) at 1 !", "File Error", "linkstr.~wk")});
+  EXPECT_EQ(
+      FailEach(platform::Operation::kWrite, {.prepare = prepare,
+                                             .run = [&] { return CheckLinks(); },
+                                             .write_fault = platform::WriteFault::kHalfWritten}),
+      LineSet{Report("Can't write LINKSTR.WRK(%s) at 1 !", "File Error", "linkstr.~wk")});
 }
 
 // ---- BRN_MakeDummyLinks --------------------------------------------------------------------
@@ -727,9 +736,7 @@ TEST_P(StoreChecksTest, DummyLinksEndWithTheNodesThatCanBeRead) {
   UseList({1, 2});
   SaveNodes({{.code = 1, .partner = 2}, {.code = 2}});
   SaveLinks({});
-  platform::ArmFault(platform::Operation::kRead, 1, false);
-  EXPECT_EQ(MakeDummies(), 1);
-  platform::ClearFaults();
+  EXPECT_EQ(RunWithFault({platform::Operation::kRead}, [&] { return MakeDummies(); }), 1);
   EXPECT_EQ(FileBytes("linkstr.~wk"), "");
   EXPECT_EQ(log(), (Lines{"Making Dummy Link...",
                           "lnCtr=0 lnNumNodeStore=2 lnNumLinkStore=0 lnDummyCtr=0, "
@@ -754,9 +761,7 @@ TEST_P(StoreChecksTest, DummyLinksEndWithTheNodesThatCanBeRead) {
   const int64_t reads = platform::OperationCount(platform::Operation::kRead);
   ASSERT_GT(reads, 1);
   save();
-  platform::ArmFault(platform::Operation::kRead, reads, false);
-  EXPECT_EQ(MakeDummies(), 1);
-  platform::ClearFaults();
+  EXPECT_EQ(RunWithFault({platform::Operation::kRead, reads}, [&] { return MakeDummies(); }), 1);
   EXPECT_EQ(FileBytes("linkstr.~wk"), DummyRecord(form_, 1, 1, 2));
   EXPECT_EQ(Reports(), Lines{});
 }
@@ -768,11 +773,8 @@ TEST_P(StoreChecksTest, ARefusedOpenKillsNothing) {
     UseList({1, 2});
     const std::string nodes = FileBytes("nodestr.~wk");
     const std::string links = FileBytes("linkstr.~wk");
-    platform::ArmFault(platform::Operation::kOpen, n, false);
-    CheckNodes();
-    platform::ArmFault(platform::Operation::kOpen, n, false);
-    CheckLinks();
-    platform::ClearFaults();
+    RunWithFault({platform::Operation::kOpen, n}, [&] { return CheckNodes(); });
+    RunWithFault({platform::Operation::kOpen, n}, [&] { return CheckLinks(); });
     EXPECT_EQ(FileBytes("nodestr.~wk"), nodes) << "open " << n;
     EXPECT_EQ(FileBytes("linkstr.~wk"), links) << "open " << n;
   }
@@ -780,13 +782,14 @@ TEST_P(StoreChecksTest, ARefusedOpenKillsNothing) {
 
 TEST_P(StoreChecksTest, DummyLinksReportWhatCannotBeWritten) {
   UseList({1, 2});
-  EXPECT_EQ(ReportsOfFaults(
-                platform::Operation::kWrite,
-                [&] {
-                  SaveNodes({{.code = 1, .partner = 2}, {.code = 2, .partner = 1}});
-                  SaveLinks({});
-                },
-                [&] { return MakeDummies(); }),
+  EXPECT_EQ(FailEach(platform::Operation::kWrite,
+                     {.prepare =
+                          [&] {
+                            SaveNodes({{.code = 1, .partner = 2}, {.code = 2, .partner = 1}});
+                            SaveLinks({});
+                          },
+                      .run = [&] { return MakeDummies(); },
+                      .write_fault = platform::WriteFault::kHalfWritten}),
             (LineSet{Report("Can't write the NODESTORE(%s)!", "File Error", "nodestr.~wk"),
                      Report("Can't write the NODESTR.WRK(%s)!", "File Error", "nodestr.~wk"),
                      Report("Can't append the LINKSTORE(%s)", "File Error", "linkstr.~wk")}));
@@ -795,13 +798,13 @@ TEST_P(StoreChecksTest, DummyLinksReportWhatCannotBeWritten) {
 TEST_P(StoreChecksTest, TheDummyLinkListMakesDoWithATenthOfTheMemory) {
   // Each allocation fails once: the list of 8,192 entries gets a tenth of that instead.
   UseList({1, 2});
-  const LineSet reports = ReportsOfFaults(
-      platform::Operation::kAllocate,
-      [&] {
-        SaveNodes({{.code = 1, .partner = 2}, {.code = 2}});
-        SaveLinks({{.code = 10, .a = 1, .b = 2}});
-      },
-      [&] { return MakeDummies(); });
+  const LineSet reports = FailEach(platform::Operation::kAllocate,
+                                   {.prepare =
+                                        [&] {
+                                          SaveNodes({{.code = 1, .partner = 2}, {.code = 2}});
+                                          SaveLinks({{.code = 10, .a = 1, .b = 2}});
+                                        },
+                                    .run = [&] { return MakeDummies(); }});
   EXPECT_EQ(
       reports.count(Report("Can't allocate memory for the DummyLink Storage : num link store = 1",
                            "Memory Error in BRN_MakeDummyLinks")),
@@ -815,9 +818,7 @@ TEST_P(StoreChecksTest, DummyLinksReportMissingMemory) {
   LineSet reports;
   for (int64_t n = 1; n < 20; ++n) {
     ClearLog();
-    platform::ArmFault(platform::Operation::kAllocate, n, true);
-    MakeDummies();
-    platform::ClearFaults();
+    RunWithFault({platform::Operation::kAllocate, n, true}, [&] { return MakeDummies(); });
     for (const std::string& report : Reports()) reports.insert(report);
   }
   EXPECT_EQ(
@@ -845,13 +846,13 @@ TEST_P(StoreChecksTest, AListOfDummyLinksThatCannotGrowIsReported) {
   EXPECT_EQ(Record(FileBytes("linkstr.~wk"), 8193, 48), DummyRecord(form_, 8194, 8195, 1));
   EXPECT_EQ(Record(FileBytes("nodestr.~wk"), 8194, 96),
             NodeRecord(form_, {.code = 8195, .partner = 1, .links = {form_.Dummy(8194)}}));
-  const LineSet reports = ReportsOfFaults(
-      platform::Operation::kAllocate,
-      [&] {
-        SaveLinks({});
-        SaveNodes(nodes);
-      },
-      [&] { return MakeDummies(); });
+  const LineSet reports =
+      FailEach(platform::Operation::kAllocate, {.prepare =
+                                                    [&] {
+                                                      SaveLinks({});
+                                                      SaveNodes(nodes);
+                                                    },
+                                                .run = [&] { return MakeDummies(); }});
   const std::string begin = "[Can't re-allocate the memory for DummyLinkIndex at ";
   EXPECT_EQ(std::count_if(reports.begin(), reports.end(),
                           [&](const std::string& line) {

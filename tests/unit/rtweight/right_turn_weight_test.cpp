@@ -8,6 +8,7 @@
 #include <set>
 #include <vector>
 
+#include "fault_each.h"
 #include "frd/parallel.h"
 #include "platform/fault.h"
 #include "platform/file.h"
@@ -16,10 +17,7 @@
 namespace zatlib::test {
 namespace {
 
-using platform::ArmFault;
 using platform::Operation;
-
-using Lines = std::vector<std::string>;
 
 // A point in whole degrees or fractions of them that a double holds exactly.
 struct Degrees {
@@ -104,10 +102,7 @@ class RightTurnWeightTest : public LibraryTest {
   // Memory taken in the decision: the holder, the shape index, the ends of the shapes, the window
   // on their points, and four trial blocks, of which the last one is refused.
   int RunThroughFile() {
-    ArmFault(Operation::kAllocate, 8, false);
-    const int result = Run();
-    platform::ClearFaults();
-    return result;
+    return RunWithFault({Operation::kAllocate, 8}, [this] { return Run(); });
   }
 
   // The weights of node 0, made in memory and through the file, which must agree.
@@ -457,14 +452,14 @@ TEST_F(RightTurnWeightTest, MemoryOperationNeedsEveryFileAndBlock) {
   Workers workers;
   EXPECT_EQ(MM_SUB_CheckMemoryOperation(control_.c_str(), workers, nullptr), 0);
   EXPECT_EQ(check(), 1);
-  platform::CountOperations();
-  EXPECT_EQ(check(), 1);
-  EXPECT_EQ(platform::OperationCount(Operation::kAllocate), 8);
-  for (int n = 1; n <= 8; ++n) {
-    ArmFault(Operation::kAllocate, n, false);
-    EXPECT_EQ(check(), 0) << n;
-  }
-  platform::ClearFaults();
+  int64_t last = 0;
+  RunWithEachFault(
+      {Operation::kAllocate}, [] {}, check,
+      [&](int64_t n, int result) {
+        EXPECT_EQ(result, n == 0 ? 1 : 0) << n;
+        last = n;
+      });
+  EXPECT_EQ(last, 8);
   for (const char* name : {"mapcalc.dat", "mapdraw.dat", "nodelink.idx"}) {
     WriteFiles();
     WriteBytes(folder_ / name, "");
@@ -552,8 +547,7 @@ TEST_F(RightTurnWeightTest, ShapesThatCannotBeOpenedAreReported) {
 
 TEST_F(RightTurnWeightTest, NoMemoryForTheHolderIsReported) {
   WriteJunction(kCross);
-  ArmFault(Operation::kAllocate, 1, true);
-  EXPECT_EQ(Run(), 0);
+  EXPECT_EQ(RunWithFault({Operation::kAllocate, 1, true}, [this] { return Run(); }), 0);
   EXPECT_EQ(log(), Failed(kFileLine, "[Can't allocate the memory for the shape holder : size=" +
                                          std::to_string(sizeof(ShapeHolder)) +
                                          "][Fatal Error in MM_CreateRightTurnWeight]"));
@@ -576,15 +570,14 @@ TEST_F(RightTurnWeightTest, NoMemoryIsReportedForEveryBlock) {
   };
   for (const auto& row : rows) {
     ClearLog();
-    ArmFault(Operation::kAllocate, row.number, false);
-    EXPECT_EQ(Run(), 0) << row.number;
+    EXPECT_EQ(RunWithFault({Operation::kAllocate, row.number}, [this] { return Run(); }), 0)
+        << row.number;
     ASSERT_FALSE(log().empty());
     EXPECT_EQ(log().front(), kMemoryLine);
     EXPECT_EQ(log().back(), row.error) << row.number;
     EXPECT_FALSE(Exists(folder_ / "rtweight.dat"));
   }
-  ArmFault(Operation::kAllocate, 15, false);
-  EXPECT_EQ(Run(), 1);
+  EXPECT_EQ(RunWithFault({Operation::kAllocate, 15}, [this] { return Run(); }), 1);
 }
 
 // Where the decision finds no memory for the shapes themselves, the way through the file does not
@@ -593,8 +586,7 @@ TEST_F(RightTurnWeightTest, NoMemoryForTheShapesIsReportedOnEitherWay) {
   WriteJunction(kCross);
   for (const int number : {2, 3, 4}) {
     ClearLog();
-    ArmFault(Operation::kAllocate, number, true);
-    EXPECT_EQ(Run(), 0);
+    EXPECT_EQ(RunWithFault({Operation::kAllocate, number, true}, [this] { return Run(); }), 0);
     ASSERT_EQ(log().size(), 5u) << number;
     EXPECT_EQ(log()[1], kFileLine);
     EXPECT_EQ(log()[3], kErrorLine);
@@ -603,23 +595,18 @@ TEST_F(RightTurnWeightTest, NoMemoryForTheShapesIsReportedOnEitherWay) {
   }
 }
 
-// Lets every single operation of a kind fail in turn, and collects what was reported last. A run
-// that failed has reported why; one that went through has left the right table, where `harmless`
-// tells which failures have the right to go unnoticed.
+// Lets every single operation of a kind fail in turn, and collects what was reported last; `check`
+// looks at the result of each run and at what it has left.
 std::set<std::string> SweepErrors(Operation operation, const std::vector<std::string>& log,
                                   const std::function<int()>& run,
                                   const std::function<void(int)>& check) {
-  platform::CountOperations();
-  run();
-  const int64_t count = platform::OperationCount(operation);
   std::set<std::string> errors;
-  for (int64_t n = 1; n <= count; ++n) {
-    ArmFault(operation, n, false);
-    const int result = run();
-    platform::ClearFaults();
-    if (result == 0) errors.insert(log.back());
-    check(result);
-  }
+  RunWithEachFault(
+      {.operation = operation}, [] {}, run,
+      [&](int64_t, int result) {
+        if (result == 0) errors.insert(log.back());
+        check(result);
+      });
   return errors;
 }
 
@@ -695,8 +682,7 @@ TEST_F(RightTurnWeightTest, ATableThatCannotBeWrittenIsReported) {
   for (const auto fault :
        {platform::WriteFault::kNothingWritten, platform::WriteFault::kHalfWritten}) {
     ClearLog();
-    ArmFault(Operation::kWrite, 1, true, fault);
-    EXPECT_EQ(Run(), 0);
+    EXPECT_EQ(RunWithFault({Operation::kWrite, 1, true, fault}, [this] { return Run(); }), 0);
     EXPECT_EQ(log(),
               Failed(kMemoryLine, ErrorText("Can't write the output file : ", "rtweight.dat")));
   }
@@ -804,9 +790,7 @@ TEST_F(ManyJunctionsTest, TheOrderOfTheShapesIsOfNoAccount) {
 // The second block of a node file.
 TEST_F(ManyJunctionsTest, AFileThatCannotBeReadOnIsReported) {
   WriteJunctions(false);
-  platform::CountOperations();
-  EXPECT_EQ(Run(), 1);
-  const int64_t reads = platform::OperationCount(Operation::kRead);
+  const int64_t reads = CountedOperations(Operation::kRead, [this] { return Run(); });
   const struct {
     int64_t number;
     const char* name;
@@ -814,9 +798,7 @@ TEST_F(ManyJunctionsTest, AFileThatCannotBeReadOnIsReported) {
   for (const auto& row : rows) {
     ASSERT_TRUE(platform::RemoveFile((folder_ / "rtweight.dat").c_str()));
     ClearLog();
-    ArmFault(Operation::kRead, row.number, false);
-    EXPECT_EQ(Run(), 0);
-    platform::ClearFaults();
+    EXPECT_EQ(RunWithFault({Operation::kRead, row.number}, [this] { return Run(); }), 0);
     EXPECT_EQ(log(), Failed(kMemoryLine, ErrorText("Can't read the file : ", row.name)));
     EXPECT_FALSE(Exists(folder_ / "rtweight.dat"));
     EXPECT_EQ(Run(), 1);

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "compat/shape_points.h"
+#include "fault_each.h"
 #include "frd/parallel.h"
 #include "platform/fault.h"
 #include "test_support.h"
@@ -14,6 +15,7 @@ namespace {
 
 using test::Bytes;
 using test::LibraryTest;
+using test::RunWithFault;
 using test::WriteBytes;
 
 class ShapeAccessTest : public LibraryTest {
@@ -241,9 +243,7 @@ TEST_P(ShapeEndsModes, AMissingOrEmptyFileIsReported) {
 
 TEST_P(ShapeEndsModes, AFileThatCannotBeOpenedAgainIsReported) {
   WriteSmallShapes();
-  platform::ArmFault(platform::Operation::kOpen, 4, false);
-  EXPECT_EQ(OpenEnds(), 0);
-  platform::ClearFaults();
+  EXPECT_EQ(RunWithFault({platform::Operation::kOpen, 4}, [&] { return OpenEnds(); }), 0);
   ExpectError(
       (GetParam() != 0 ? "Can't open / read the shape data (" : "Can't open the shape data (") +
           (folder_ / "shapedat.dat") + ") !",
@@ -254,20 +254,18 @@ TEST_P(ShapeEndsModes, AFileThatCannotBeOpenedAgainIsReported) {
 TEST_P(ShapeEndsModes, MemoryThatIsRefusedIsReported) {
   WriteSmallShapes();
   const std::string title = "Memory Error in SHAPE_OpenShape";
-  platform::ArmFault(platform::Operation::kAllocate, 1, false);
-  EXPECT_EQ(OpenEnds(), 0);
+  EXPECT_EQ(RunWithFault({platform::Operation::kAllocate}, [&] { return OpenEnds(); }), 0);
   ExpectError("Can't allocate the memory for the shape index, size=64", title);
   for (const int number : {2, 3}) {
     ClearLog();
-    platform::ArmFault(platform::Operation::kAllocate, number, false);
-    EXPECT_EQ(OpenEnds(), 0);
+    EXPECT_EQ(RunWithFault({platform::Operation::kAllocate, number}, [&] { return OpenEnds(); }),
+              0);
     ExpectError("Can't allocate the memory for the shape data, size=32", title);
   }
   // Shapes in another order than their links need a list of it.
   ClearLog();
   Write(Bytes().F64(1).I32(16).I32(2).F64(2).I32(0).I32(2), std::string(32, '\0'));
-  platform::ArmFault(platform::Operation::kAllocate, 4, false);
-  EXPECT_EQ(OpenEnds(), 0);
+  EXPECT_EQ(RunWithFault({platform::Operation::kAllocate, 4}, [&] { return OpenEnds(); }), 0);
   ExpectError("Can't allocate the memory for the shape data, size=32", title);
 }
 
@@ -282,9 +280,7 @@ TEST_P(ShapeEndsModes, DataThatCannotBeReadFailOrAreLost) {
   const int firsts[] = {0, 131071, 131072, 133119, 133120, 262143, 262144};
   for (const int first : firsts) index.F64(1000.0 + first).I32(first * 8).I32(2);
   Write(index, data);
-  platform::ArmFault(platform::Operation::kRead, 3, false);
-  const int result = OpenEnds();
-  platform::ClearFaults();
+  const int result = RunWithFault({platform::Operation::kRead, 3}, [&] { return OpenEnds(); });
   if (GetParam() != 0) {
     EXPECT_EQ(result, 0);
     ExpectError("Can't open / read the shape data (" + (folder_ / "shapedat.dat") + ") !",

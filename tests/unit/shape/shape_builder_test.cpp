@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "fault_each.h"
 #include "frd/progress.h"
 #include "platform/fault.h"
 #include "test_support.h"
@@ -17,6 +18,7 @@ using test::Bytes;
 using test::Exists;
 using test::ReadBytes;
 using test::Record;
+using test::RunWithFault;
 using test::WriteBytes;
 
 constexpr char kHeader[] =
@@ -289,8 +291,9 @@ TEST_F(ShapeBuilderTest, OutputsThatCannotBeOpenedAreReported) {
               kZatMif);
   ClearLog();
   // The opens: MIF, MID, data.
-  platform::ArmFault(Operation::kOpen, 3, false);
-  EXPECT_EQ(BuildZatMif("Pline 1\r\n1 2\r\n", "1\r\n"), 0);
+  EXPECT_EQ(RunWithFault({Operation::kOpen, 3},
+                         [&] { return BuildZatMif("Pline 1\r\n1 2\r\n", "1\r\n"); }),
+            0);
   ExpectError("Can't open the Shape File (" + (folder_ / "shapedat.dat") + ") !", kZatMif);
 }
 
@@ -430,12 +433,14 @@ TEST_F(ShapeBuilderTest, AMifLineThatIsTooLongIsReported) {
 
 TEST_F(ShapeBuilderTest, SourcesThatCannotBeReadAreReported) {
   // The reads: MIF header, MID.
-  platform::ArmFault(Operation::kRead, 1, false);
-  EXPECT_EQ(BuildZatMif("Pline 1\r\n1 2\r\n", "1\r\n"), 0);
+  EXPECT_EQ(
+      RunWithFault({Operation::kRead}, [&] { return BuildZatMif("Pline 1\r\n1 2\r\n", "1\r\n"); }),
+      0);
   ExpectError("Can't read the MIF file header (" + (folder_ / "a.mif") + ") !", kZatMif);
   ClearLog();
-  platform::ArmFault(Operation::kRead, 2, false);
-  EXPECT_EQ(BuildZatMif("Pline 1\r\n1 2\r\n", "1\r\n"), 0);
+  EXPECT_EQ(RunWithFault({Operation::kRead, 2},
+                         [&] { return BuildZatMif("Pline 1\r\n1 2\r\n", "1\r\n"); }),
+            0);
   ExpectError("Can't read the Mid File (" + (folder_ / "a.mid") + ") at rec=1", kZatMif);
 }
 
@@ -443,31 +448,31 @@ TEST_F(ShapeBuilderTest, FailedWritesOfAMifFileAreReported) {
   const std::string objects = "Pline 2\r\n1 2\r\n3 4\r\nLine 1 2 3 4\r\nPline 1\r\n5 6\r\n";
   const std::string mid = "1\r\n2\r\n3\r\n";
   // Five points are 40 bytes; half of them are two points and a half.
-  platform::ArmFault(Operation::kWrite, 1, false, WriteFault::kHalfWritten);
-  EXPECT_EQ(BuildZatMif(objects, mid), 0);
-  platform::ClearFaults();
+  EXPECT_EQ(RunWithFault({Operation::kWrite, 1, false, WriteFault::kHalfWritten},
+                         [&] { return BuildZatMif(objects, mid); }),
+            0);
   ExpectError("Can't write the Shape File at rec=2 in Line ITEM section", kZatMif);
   EXPECT_EQ(entries(), Bytes().F64(1).I32(0).I32(2).str());
 
   ClearLog();
-  platform::ArmFault(Operation::kWrite, 1, true);
-  EXPECT_EQ(BuildMsrMif(objects, mid), 0);
-  platform::ClearFaults();
+  EXPECT_EQ(RunWithFault({Operation::kWrite, 1, true}, [&] { return BuildMsrMif(objects, mid); }),
+            0);
   ExpectError("Can't write the Shape File at rec=1 in Poly ITEM section", kMsrMif);
 
   // Three entries are 48 bytes; half of them are one entry and a half.
   ClearLog();
-  platform::ArmFault(Operation::kWrite, 2, false, WriteFault::kHalfWritten);
-  EXPECT_EQ(BuildZatMif(objects, mid), 0);
-  platform::ClearFaults();
+  EXPECT_EQ(RunWithFault({Operation::kWrite, 2, false, WriteFault::kHalfWritten},
+                         [&] { return BuildZatMif(objects, mid); }),
+            0);
   ExpectError("Can't write the shape index DBL file (" + (folder_ / "shapedbl.idx") + ") at rec=2",
               kZatMif);
 }
 
 TEST_F(ShapeBuilderTest, AWriteThatFailedBeforeABadRecordIsWhatIsReported) {
-  platform::ArmFault(Operation::kWrite, 1, true);
-  EXPECT_EQ(BuildZatMif("Pline 1\r\n1 2\r\nPline 1\r\n0 0\r\n", "1\r\n2\r\n"), 0);
-  platform::ClearFaults();
+  EXPECT_EQ(RunWithFault(
+                {Operation::kWrite, 1, true},
+                [&] { return BuildZatMif("Pline 1\r\n1 2\r\nPline 1\r\n0 0\r\n", "1\r\n2\r\n"); }),
+            0);
   ExpectError("Can't write the Shape File at rec=1 in Poly ITEM section", kZatMif);
 }
 
@@ -691,22 +696,19 @@ TEST_F(ShapeBuilderTest, ATextFileWithLfLineEndsIsOneLine) {
 }
 
 TEST_F(ShapeBuilderTest, ATextFileThatCannotBeReadIsReported) {
-  platform::ArmFault(Operation::kRead, 1, false);
-  EXPECT_EQ(BuildText("1,1\r\n1,2\r\n"), 0);
+  EXPECT_EQ(RunWithFault({Operation::kRead}, [&] { return BuildText("1,1\r\n1,2\r\n"); }), 0);
   ExpectError("Can't read the file (" + (folder_ / "a.txt") + ") !", kZatText);
 }
 
 TEST_F(ShapeBuilderTest, FailedWritesOfATextFileAreReported) {
   const std::string text = "1,1\r\n1,2\r\n2,3\r\n1,2\r\n3,4\r\n5,6\r\n";
   // Four points are 32 bytes; half of them are two points.
-  platform::ArmFault(Operation::kWrite, 1, false, WriteFault::kHalfWritten);
-  EXPECT_EQ(BuildText(text), 0);
-  platform::ClearFaults();
+  EXPECT_EQ(RunWithFault({Operation::kWrite, 1, false, WriteFault::kHalfWritten},
+                         [&] { return BuildText(text); }),
+            0);
   ExpectError("Can't write the Shape File at rec=2 in Line ITEM section item=2", kZatText);
   ClearLog();
-  platform::ArmFault(Operation::kWrite, 2, true);
-  EXPECT_EQ(BuildText(text), 0);
-  platform::ClearFaults();
+  EXPECT_EQ(RunWithFault({Operation::kWrite, 2, true}, [&] { return BuildText(text); }), 0);
   ExpectError("Can't write the shape index DBL file (" + (folder_ / "shapedbl.idx") + ") at rec=1",
               kZatText);
 }
@@ -896,25 +898,22 @@ TEST_F(ShapeBuilderTest, FailuresOfFinishingAreReported) {
   const std::string index = Bytes().F64(2).I32(0).I32(1).F64(1).I32(8).I32(1).F64(3).I32(8).I32(0);
   const std::string path = folder_ / "shapedbl.idx";
 
-  platform::ArmFault(Operation::kAllocate, 1, false);
-  EXPECT_EQ(Finish(index), 0);
+  EXPECT_EQ(RunWithFault({Operation::kAllocate}, [&] { return Finish(index); }), 0);
   ExpectError("Can't allocate the memory for the Index size=48",
               "Memory Error in SHAPE_FinishShapeIndex");
 
   ClearLog();
-  platform::ArmFault(Operation::kRead, 1, false);
-  EXPECT_EQ(Finish(index), 0);
+  EXPECT_EQ(RunWithFault({Operation::kRead}, [&] { return Finish(index); }), 0);
   ExpectError("Can't read the index DBL file dwIO=0 (" + path + ")", kFinish);
 
   ClearLog();
-  platform::ArmFault(Operation::kOpen, 2, false);
-  EXPECT_EQ(Finish(index), 0);
+  EXPECT_EQ(RunWithFault({Operation::kOpen, 2}, [&] { return Finish(index); }), 0);
   ExpectError("Can't open the index DBL file for output (" + path + ")", kFinish);
 
   ClearLog();
-  platform::ArmFault(Operation::kWrite, 1, false, WriteFault::kHalfWritten);
-  EXPECT_EQ(Finish(index), 0);
-  platform::ClearFaults();
+  EXPECT_EQ(RunWithFault({Operation::kWrite, 1, false, WriteFault::kHalfWritten},
+                         [&] { return Finish(index); }),
+            0);
   ASSERT_FALSE(log().empty());
   EXPECT_EQ(log().back(), "[Can't write the index DBL file (" + path + ")][" + kFinish + "]");
   EXPECT_FALSE(Exists(folder_ / "shapedat.inf"));

@@ -1,5 +1,6 @@
 #include "shape/shape_output.h"
 
+#include "fault_each.h"
 #include "platform/fault.h"
 #include "test_support.h"
 
@@ -11,6 +12,7 @@ using platform::WriteFault;
 using test::Bytes;
 using test::ReadBytes;
 using test::Record;
+using test::RunWithFault;
 using Part = FailedShapeWrite::Part;
 
 constexpr int kPointsOfBlock = 131072;  // points written at once
@@ -110,8 +112,8 @@ TEST_F(ShapeOutputTest, NamesTheFirstPointThatIsNotWhole) {
   EXPECT_TRUE(Add(3, 2, 0, true));
   EXPECT_TRUE(Add(4, 2));
   // Half of 7 points is 28 bytes: three points and a half.
-  platform::ArmFault(Operation::kWrite, 1, false, WriteFault::kHalfWritten);
-  EXPECT_FALSE(output_.Finish());
+  EXPECT_FALSE(RunWithFault({Operation::kWrite, 1, false, WriteFault::kHalfWritten},
+                            [&] { return output_.Finish(); }));
   ExpectFailure(Part::kPoint, 3, 1, true);
   EXPECT_EQ(points().size(), 28u);
   EXPECT_EQ(entries(), Bytes().F64(1).I32(0).I32(3).F64(2).I32(24).I32(0).str());
@@ -121,8 +123,7 @@ TEST_F(ShapeOutputTest, NamesTheVeryFirstPointWhenNothingIsWritten) {
   Open();
   EXPECT_TRUE(Add(1, 3));
   EXPECT_TRUE(Add(2, 3));
-  platform::ArmFault(Operation::kWrite, 1, true);
-  EXPECT_FALSE(output_.Finish());
+  EXPECT_FALSE(RunWithFault({Operation::kWrite, 1, true}, [&] { return output_.Finish(); }));
   ExpectFailure(Part::kPoint, 1, 1, false);
   EXPECT_EQ(points(), "");
   EXPECT_EQ(entries(), "");
@@ -133,8 +134,8 @@ TEST_F(ShapeOutputTest, FindsTheFailedPointOfALaterBlock) {
   EXPECT_TRUE(Add(1, kPointsOfBlock + 100));
   EXPECT_TRUE(Add(2, 100));
   // 200 points are left for the second write; half of them complete the first record.
-  platform::ArmFault(Operation::kWrite, 1, false, WriteFault::kHalfWritten);
-  EXPECT_FALSE(output_.Finish());
+  EXPECT_FALSE(RunWithFault({Operation::kWrite, 1, false, WriteFault::kHalfWritten},
+                            [&] { return output_.Finish(); }));
   ExpectFailure(Part::kPoint, 2, 1, false);
   EXPECT_EQ(entries(), Bytes().F64(1).I32(0).I32(kPointsOfBlock + 100).str());
 }
@@ -155,8 +156,8 @@ TEST_F(ShapeOutputTest, FindsTheFailedRecordAmongMany) {
   Open();
   for (int i = 0; i < 20000; ++i) ASSERT_TRUE(Add(i + 1, 1));
   // The first 16,384 records are written; half of the other 3,616 are 1,808.
-  platform::ArmFault(Operation::kWrite, 1, false, WriteFault::kHalfWritten);
-  EXPECT_FALSE(output_.Finish());
+  EXPECT_FALSE(RunWithFault({Operation::kWrite, 1, false, WriteFault::kHalfWritten},
+                            [&] { return output_.Finish(); }));
   ExpectFailure(Part::kPoint, 18193, 1, false);
   EXPECT_EQ(entries().size(), 18192u * 16);
 }
@@ -165,8 +166,8 @@ TEST_F(ShapeOutputTest, NamesTheFirstEntryThatIsNotWhole) {
   Open();
   for (int i = 1; i <= 3; ++i) EXPECT_TRUE(Add(i, 2));
   // Half of three entries is 24 bytes: one entry and a half.
-  platform::ArmFault(Operation::kWrite, 2, false, WriteFault::kHalfWritten);
-  EXPECT_FALSE(output_.Finish());
+  EXPECT_FALSE(RunWithFault({Operation::kWrite, 2, false, WriteFault::kHalfWritten},
+                            [&] { return output_.Finish(); }));
   ExpectFailure(Part::kEntry, 2, 0, false);
   EXPECT_EQ(points().size(), 48u);
   EXPECT_EQ(entries().size(), 24u);
@@ -178,8 +179,8 @@ TEST_F(ShapeOutputTest, AnEntryBeforeTheFailedPointGoesFirst) {
   EXPECT_TRUE(Add(1, 2));
   EXPECT_TRUE(Add(2, 2));
   // The first record's points get through, its entry does not.
-  platform::ArmFault(Operation::kWrite, 1, true, WriteFault::kHalfWritten);
-  EXPECT_FALSE(output_.Finish());
+  EXPECT_FALSE(RunWithFault({Operation::kWrite, 1, true, WriteFault::kHalfWritten},
+                            [&] { return output_.Finish(); }));
   EXPECT_EQ(output_.failure().part, Part::kEntry);
   EXPECT_EQ(output_.failure().record, 1);
   EXPECT_EQ(points().size(), 16u);
@@ -193,8 +194,8 @@ TEST_F(ShapeOutputTest, AppendsAndCountsRecordsOfTheFileAnew) {
   EXPECT_TRUE(Add(1, 1, 50));
   EXPECT_TRUE(Add(2, 3, 60));
   // Half of 4 points.
-  platform::ArmFault(Operation::kWrite, 1, false, WriteFault::kHalfWritten);
-  EXPECT_FALSE(output_.Finish());
+  EXPECT_FALSE(RunWithFault({Operation::kWrite, 1, false, WriteFault::kHalfWritten},
+                            [&] { return output_.Finish(); }));
   ExpectFailure(Part::kPoint, 2, 2, false);
   EXPECT_EQ(points(), Bytes().I32(1).I32(2).I32(3).I32(4).I32(50).I32(1).I32(60).I32(1).str());
   EXPECT_EQ(entries(), Bytes().F64(9).I32(0).I32(2).F64(1).I32(16).I32(1).str());

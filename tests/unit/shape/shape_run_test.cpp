@@ -3,6 +3,7 @@
 #include <string>
 #include <vector>
 
+#include "fault_each.h"
 #include "platform/fault.h"
 #include "platform/memory.h"
 #include "test_support.h"
@@ -13,6 +14,7 @@ namespace {
 using test::Bytes;
 using test::Exists;
 using test::ReadBytes;
+using test::RunWithFault;
 using test::WriteBytes;
 
 // A builder that notes what it was given and fails at a chosen file.
@@ -119,9 +121,10 @@ TEST_F(ShapeRunTest, MemoryThatIsRefusedIsReported) {
   const std::string control = WriteControl("[DKUKAN]\r\nFILENUM=1\r\nFILE01=a.mif\r\n");
   for (const int64_t nth : {1, 2}) {
     ClearLog();
-    platform::ArmFault(platform::Operation::kAllocate, nth, false);
-    EXPECT_EQ(RunShapeSource(control.c_str(), 14, kNotes, 0.25f, 0.05f), 0);
-    platform::ClearFaults();
+    EXPECT_EQ(
+        RunWithFault({platform::Operation::kAllocate, nth},
+                     [&] { return RunShapeSource(control.c_str(), 14, kNotes, 0.25f, 0.05f); }),
+        0);
     ASSERT_EQ(log().size(), 1u);
     EXPECT_EQ(log()[0], "[Can't initialize the CS structure !][Memory Error in BRN_CreateShape]");
   }

@@ -2,8 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <optional>
 #include <vector>
 
+#include "fault_each.h"
 #include "platform/clock.h"
 #include "platform/fault.h"
 #include "platform/file.h"
@@ -13,7 +15,6 @@
 namespace zatlib::test {
 namespace {
 
-using platform::ArmFault;
 using platform::Operation;
 
 std::string FareLink(double code, int valid, int interchange) {
@@ -60,11 +61,11 @@ class InterchangeFlagsTest : public LibraryTest {
     }
     return flags;
   }
-  void ExpectFailure(const std::string& before, const std::string& name) {
+  void ExpectFailure(const std::string& before, const std::string& name,
+                     std::optional<Fault> fault = std::nullopt) {
     platform::SaveProfileString("SYSTEM", "ICFLAG", "?", (folder_ / "PayData.Inf").c_str());
     platform::SaveProfileString("SYSTEM", "ICFLAG_ERROR", "?", (folder_ / "PayData.Inf").c_str());
-    EXPECT_EQ(Run(), 0);
-    platform::ClearFaults();
+    EXPECT_EQ(fault ? RunWithFault(*fault, [this] { return Run(); }) : Run(), 0);
     EXPECT_EQ(Status("ICFLAG"), "ERROR");
     EXPECT_EQ(Status("ICFLAG_ERROR"), before + (folder_ / name));
     EXPECT_TRUE(log().empty());
@@ -241,14 +242,11 @@ TEST_F(InterchangeFlagsTest, FilesThatCannotBeLoadedAreReported) {
   for (const auto& row : rows) {
     ++number;
     const std::string object = std::string(row.object) + " : ";
-    ArmFault(Operation::kAllocate, number, false);
-    ExpectFailure("Can't allocate the memory for the " + object, row.name);
-    ArmFault(Operation::kRead, number, false);
-    ExpectFailure("Can't read the " + object, row.name);
-    ArmFault(Operation::kOpen, 2 * number, false);
-    ExpectFailure("Can't open the " + object, row.name);
-    ArmFault(Operation::kOpen, 2 * number - 1, false);
-    ExpectFailure("Can't find the " + object, row.name);
+    ExpectFailure("Can't allocate the memory for the " + object, row.name,
+                  Fault{Operation::kAllocate, number});
+    ExpectFailure("Can't read the " + object, row.name, Fault{Operation::kRead, number});
+    ExpectFailure("Can't open the " + object, row.name, Fault{Operation::kOpen, 2 * number});
+    ExpectFailure("Can't find the " + object, row.name, Fault{Operation::kOpen, 2 * number - 1});
   }
   EXPECT_EQ(Flags(), (std::vector<int>{0x01, 0x02, 0x04}));
   EXPECT_EQ(ReadBytes(folder_ / "mapattr.dat"), SlotRecord({4, 1}) + SlotRecord({2}));
@@ -273,13 +271,13 @@ TEST_F(InterchangeFlagsTest, FilesThatCannotBeCreatedAreReported) {
 
 TEST_F(InterchangeFlagsTest, FilesThatCannotBeWrittenAreReported) {
   platform::StepTickCount(5000);  // the wait before the second try passes at once
-  ArmFault(Operation::kWrite, 1, true);
-  ExpectFailure("Can't write the CalcAttribute : ", "mapattr.dat");
+  ExpectFailure("Can't write the CalcAttribute : ", "mapattr.dat",
+                Fault{Operation::kWrite, 1, true});
   EXPECT_EQ(Flags(), (std::vector<int>{0x01, 0x02, 0x04}));
 
   WriteBytes(folder_ / "mapattr.dat", SlotRecord({4, 1}) + SlotRecord({2}));
-  ArmFault(Operation::kWrite, 2, true, platform::WriteFault::kHalfWritten);
-  ExpectFailure("Can't write the LinkName : ", "linkname.dat");
+  ExpectFailure("Can't write the LinkName : ", "linkname.dat",
+                Fault{Operation::kWrite, 2, true, platform::WriteFault::kHalfWritten});
   EXPECT_EQ(ReadBytes(folder_ / "mapattr.dat"), SlotRecord({0x24, 0x01}) + SlotRecord({0x02}));
 }
 

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "fault_each.h"
 #include "frd/parallel.h"
 #include "platform/clock.h"
 #include "platform/fault.h"
@@ -11,10 +12,7 @@
 namespace zatlib::test {
 namespace {
 
-using platform::ArmFault;
 using platform::Operation;
-
-using Lines = std::vector<std::string>;
 
 const char* const kInputs[] = {"mapcalc.dat", "nodelink.idx", "maprule.dat", "linknode.idx"};
 
@@ -216,16 +214,13 @@ TEST_F(OneWayLinksTest, FilesAreLoadedInTheirOrder) {
   WriteInputs();
   for (int i = 0; i < 4; ++i) {
     ClearLog();
-    ArmFault(Operation::kOpen, i + 1, false);
-    EXPECT_EQ(RunOnly(), 0);
+    EXPECT_EQ(RunWithFault({Operation::kOpen, i + 1}, [&] { return RunOnly(); }), 0);
     EXPECT_EQ(log(), Lines{ErrorLine("Can't open ", kInputs[i], "File Error")});
     ClearLog();
-    ArmFault(Operation::kRead, i + 1, false);
-    EXPECT_EQ(RunOnly(), 0);
+    EXPECT_EQ(RunWithFault({Operation::kRead, i + 1}, [&] { return RunOnly(); }), 0);
     EXPECT_EQ(log(), Lines{ErrorLine("Can't read ", kInputs[i], "File Error")});
     ClearLog();
-    ArmFault(Operation::kAllocate, i + 1, false);
-    EXPECT_EQ(RunOnly(), 0);
+    EXPECT_EQ(RunWithFault({Operation::kAllocate, i + 1}, [&] { return RunOnly(); }), 0);
     EXPECT_EQ(log(), Lines{ErrorLine("Can't allocate memory for ", kInputs[i], "Memory Error")});
   }
   ExpectTables();
@@ -278,8 +273,7 @@ TEST_F(LongOneWayChainTest, AFileThatCannotBeReadOnIsReported) {
   } rows[] = {{5, "maprule.dat"}, {6, "nodelink.idx"}, {7, "maprule.dat"}, {8, "nodelink.idx"}};
   for (const auto& row : rows) {
     ClearLog();
-    ArmFault(Operation::kRead, row.number, false);
-    EXPECT_EQ(RunOnly(), 0);
+    EXPECT_EQ(RunWithFault({Operation::kRead, row.number}, [&] { return RunOnly(); }), 0);
     EXPECT_EQ(log(), Lines{ErrorLine("Can't read ", row.name, "File Error")});
   }
   EXPECT_TRUE(ReadBytes(folder_ / "mapcalc.dat") == Join(calc_));
@@ -304,8 +298,7 @@ TEST_F(OneWayLinksTest, AFailedLinkTableLeavesTheNodesUnwritten) {
   turns_[0] = Turns("80 80 80 00 00 00 00 00");
   WriteInputs();
   platform::StepTickCount(5000);  // the wait before the second try passes at once
-  ArmFault(Operation::kWrite, 1, true);
-  EXPECT_EQ(RunOnly(), 0);
+  EXPECT_EQ(RunWithFault({Operation::kWrite, 1, true}, [&] { return RunOnly(); }), 0);
   EXPECT_EQ(log(), Lines{ErrorLine("Can't write ", "linknode.idx", "File Error")});
   EXPECT_EQ(ReadBytes(folder_ / "mapcalc.dat"), Join(calc_));
 }
@@ -314,8 +307,9 @@ TEST_F(OneWayLinksTest, AFailedLinkTableLeavesTheNodesUnwritten) {
 TEST_F(OneWayLinksTest, AFailedNodeTableIsReportedWithTwoSizes) {
   turns_[0] = Turns("80 80 80 00 00 00 00 00");
   WriteInputs();
-  ArmFault(Operation::kWrite, 2, true, platform::WriteFault::kHalfWritten);
-  EXPECT_EQ(RunOnly(), 0);
+  EXPECT_EQ(RunWithFault({Operation::kWrite, 2, true, platform::WriteFault::kHalfWritten},
+                         [&] { return RunOnly(); }),
+            0);
   EXPECT_EQ(log(), Lines{"[Can't write " + (folder_ / "mapcalc.dat") +
                          " !\r\n(org/written=256/48)][File Error]"});
   link_node_[0] = LinkNodeRecord(0, 1, 0, 50);

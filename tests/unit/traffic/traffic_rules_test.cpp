@@ -4,6 +4,7 @@
 
 #include <utility>
 
+#include "fault_each.h"
 #include "frd/log.h"
 #include "frd/parallel.h"
 #include "platform/clock.h"
@@ -14,10 +15,7 @@
 namespace zatlib::test {
 namespace {
 
-using platform::ArmFault;
 using platform::Operation;
-
-using Lines = std::vector<std::string>;
 
 Lines EndLines(int rules, int one_ways) {
   return {"End of RuleStore section OK : set count = " + std::to_string(rules),
@@ -455,8 +453,7 @@ TEST_F(LongChainTest, AFileThatCannotBeReadOnIsReported) {
   };
   for (const auto& row : rows) {
     ClearLog();
-    ArmFault(Operation::kRead, row.number, false);
-    EXPECT_EQ(Run(), 0);
+    EXPECT_EQ(RunWithFault({Operation::kRead, row.number}, [&] { return Run(); }), 0);
     EXPECT_EQ(log(), row.lines);
     EXPECT_TRUE(ReadBytes(folder_ / "maprule.dat") == std::string(8 * kNodes, '\0'));
   }
@@ -629,13 +626,11 @@ TEST_F(TrafficRulesTest, NetworkFilesAreLoadedInTheirOrder) {
                                "linknode.idx"};
   for (int i = 0; i < 5; ++i) {
     ClearLog();
-    ArmFault(Operation::kRead, i + 1, false);
-    EXPECT_EQ(Run(), 0);
+    EXPECT_EQ(RunWithFault({Operation::kRead, i + 1}, [&] { return Run(); }), 0);
     EXPECT_EQ(log(), (Lines{ErrorLine("Can't read ", names[i], "File Error"),
                             "BRN_TRF_AddTrafficRules returns ERROR"}));
     ClearLog();
-    ArmFault(Operation::kOpen, i + 1, false);
-    EXPECT_EQ(Run(), 0);
+    EXPECT_EQ(RunWithFault({Operation::kOpen, i + 1}, [&] { return Run(); }), 0);
     EXPECT_EQ(log(), (Lines{ErrorLine("Can't open ", names[i], "File Error"),
                             "BRN_TRF_AddTrafficRules returns ERROR"}));
   }
@@ -647,8 +642,7 @@ TEST_F(TrafficRulesTest, NoMemoryIsReportedForEveryBlock) {
                                "maprule.dat", "link.idx",    "linknode.idx", "linknode.idx"};
   for (int i = 0; i < 8; ++i) {
     ClearLog();
-    ArmFault(Operation::kAllocate, i + 1, false);
-    EXPECT_EQ(Run(), 0);
+    EXPECT_EQ(RunWithFault({Operation::kAllocate, i + 1}, [&] { return Run(); }), 0);
     EXPECT_EQ(log(), (Lines{ErrorLine("Can't allocate memory for ", names[i], "Memory Error"),
                             "BRN_TRF_AddTrafficRules returns ERROR"}));
   }
@@ -670,8 +664,7 @@ TEST_F(TrafficRulesTest, AFailedRuleStoreSkipsTheOneWays) {
               {Operation::kAllocate, "Can't allocate memory for ", "Memory Error", 10}};
   for (const auto& row : rows) {
     ClearLog();
-    ArmFault(row.operation, row.number, false);
-    EXPECT_EQ(Run(), 0);
+    EXPECT_EQ(RunWithFault({row.operation, row.number}, [&] { return Run(); }), 0);
     Lines expected = ends;
     expected.insert(expected.begin(), ErrorLine(row.text, "trafrule.~wk", row.title));
     EXPECT_EQ(log(), expected);
@@ -684,16 +677,14 @@ TEST_F(TrafficRulesTest, AFailedOneWayStoreLeavesTheTableUnwritten) {
   WriteOneWays(OneWayRecord(1000, 500, 400, 2, 2));
   const Lines ends = {"End of OneWayStore section ERROR : set count = 0",
                       "BRN_TRF_AddTrafficRules returns ERROR"};
-  ArmFault(Operation::kRead, 7, false);
-  EXPECT_EQ(Run(), 0);
+  EXPECT_EQ(RunWithFault({Operation::kRead, 7}, [&] { return Run(); }), 0);
   EXPECT_EQ(log(),
             (Lines{"End of RuleStore section OK : set count = 1",
                    ErrorLine("Can't read ", "onewayst.~wk", "File Error"), ends[0], ends[1]}));
   EXPECT_EQ(ReadBytes(folder_ / "maprule.dat"), std::string(40, '\0'));
 
   ClearLog();
-  ArmFault(Operation::kAllocate, 11, false);
-  EXPECT_EQ(Run(), 0);
+  EXPECT_EQ(RunWithFault({Operation::kAllocate, 11}, [&] { return Run(); }), 0);
   EXPECT_EQ(log()[1], ErrorLine("Can't allocate memory for ", "onewayst.~wk", "Memory Error"));
 
   // A folder of that name exists and cannot be opened as a file.
@@ -726,8 +717,7 @@ TEST_F(TrafficRulesTest, ATableThatCannotBeWrittenIsReported) {
        {platform::WriteFault::kNothingWritten, platform::WriteFault::kHalfWritten}) {
     WriteBytes(folder_ / "maprule.dat", std::string(40, '\0'));
     ClearLog();
-    ArmFault(Operation::kWrite, 1, true, fault);
-    EXPECT_EQ(Run(), 0);
+    EXPECT_EQ(RunWithFault({Operation::kWrite, 1, true, fault}, [&] { return Run(); }), 0);
     EXPECT_EQ(log(), (Lines{"End of RuleStore section OK : set count = 0",
                             "End of OneWayStore section OK : set count = 0",
                             ErrorLine("Can't write ", "maprule.dat", "File Error"),

@@ -14,20 +14,7 @@ namespace {
 // no window: the steps ask the cancel flag alone.
 class BuildDriver : public SmallBuild {
  protected:
-  BuildDriver() {
-    SetLogListener([this](const char* text) {
-      heard_.emplace_back(text);
-      if (!cancel_at_.empty() && heard_.back().compare(0, cancel_at_.size(), cancel_at_) == 0) {
-        FRD_SetCancelled(true);
-      }
-    });
-    Set("SYSTEM", "BUILDMETHOD=M");
-  }
-
-  void CancelAt(const std::string& line) {
-    g_silent = 0;
-    cancel_at_ = line;
-  }
+  BuildDriver() { Set("SYSTEM", "BUILDMETHOD=M"); }
 
   // A junction with one turn restriction, one one-way link and shapes.
   void MakeSources() {
@@ -57,8 +44,8 @@ class BuildDriver : public SmallBuild {
   }
 
   // The log without its first line.
-  Lines Heard() const { return Lines(heard_.begin() + (heard_.empty() ? 0 : 1), heard_.end()); }
-  void Forget() { heard_.clear(); }
+  Lines Heard() const { return Lines(log().begin() + (log().empty() ? 0 : 1), log().end()); }
+  void Forget() { ClearLog(); }
 
   // The lines up to and with the first that begins with `last`.
   static Lines Until(const Lines& lines, const std::string& last) {
@@ -73,10 +60,8 @@ class BuildDriver : public SmallBuild {
 
   static constexpr char kPayData[] = "[SYSTEM]\r\nResult=OK\r\n";
   Story story_;
-  Lines heard_;
 
  private:
-  std::string cancel_at_;
 };
 
 TEST_F(BuildDriver, TheFormatIsMsrInAnyCaseOrElseZat) {
@@ -100,7 +85,7 @@ TEST_F(BuildDriver, TheStagesRunInTheirOrder) {
   MakeFareData();
   ASSERT_EQ(Build(), 1);
   EXPECT_EQ(Heard(), story_.Whole());
-  EXPECT_EQ(heard_.back(), "End OK.");
+  EXPECT_EQ(log().back(), "End OK.");
   EXPECT_EQ(Out("PayData.Inf"), std::string(kPayData) + "ICFLAG=OK\r\n");
 }
 
@@ -116,8 +101,8 @@ TEST_F(BuildDriver, OldLogsAreErasedBeforeAnythingElse) {
   WriteBytes(log_folder + "20160229.log", "new enough");
   WriteBytes(log_folder + "readme.log", "no date");
   ASSERT_EQ(Build(), 1);
-  EXPECT_EQ(heard_[0], "1 log files before 20160229 erased.");
-  EXPECT_EQ(heard_[1], "Building Road Networks Start. ");
+  EXPECT_EQ(log()[0], "1 log files before 20160229 erased.");
+  EXPECT_EQ(log()[1], "Building Road Networks Start. ");
   EXPECT_FALSE(Exists(log_folder + "20160228.log"));
   EXPECT_TRUE(Exists(log_folder + "20160229.log"));
   EXPECT_TRUE(Exists(log_folder + "readme.log"));
@@ -157,7 +142,7 @@ TEST_F(BuildDriver, AFailureKeepsTheStores) {
   Source("NODETRF", "rules.txt", {"@1,@11,@11,2"});
   Source("LINKTRF", "oneways.txt", {"@11,@1,@2,2,0"});
   EXPECT_EQ(Build(), 0);
-  EXPECT_EQ(heard_.back(), "End Error.");
+  EXPECT_EQ(log().back(), "End Error.");
   ExpectNames(WorkStores() + Lines{"linkdef.dat"});
 }
 
@@ -204,7 +189,7 @@ TEST_F(BuildDriver, IncompleteFareDataAreLeftAlone) {
   MakeFareData();
   ASSERT_TRUE(platform::RemoveFile(OutPath("TR_NAME.DAT").c_str()));
   ASSERT_EQ(Build(), 1);
-  EXPECT_EQ(heard_.back(), "End OK.");
+  EXPECT_EQ(log().back(), "End OK.");
   EXPECT_EQ(Out("PayData.Inf"), kPayData);
 }
 
@@ -221,11 +206,11 @@ TEST_F(BuildDriver, StageTwoAloneNeverDeletesTheStores) {
   MakeFareData();
   const std::string control = Control();
   ASSERT_EQ(BRN_PathOneZat(nullptr, kFormatZat, control.c_str()), 1);
-  EXPECT_EQ(Lines{"Building Road Networks Start. "} + heard_, story_.PathOne());
+  EXPECT_EQ(Lines{"Building Road Networks Start. "} + log(), story_.PathOne());
   Forget();
   // The format is not looked at, and the interchange flags are no part of it.
   ASSERT_EQ(BRN_PathTwo(nullptr, kFormatMsr, control.c_str()), 1);
-  EXPECT_EQ(heard_, story_.PathTwo());
+  EXPECT_EQ(log(), story_.PathTwo());
   EXPECT_EQ(Out("PayData.Inf"), kPayData);
   const Lines fare = {"TR_FARE2.DAT", "TR_FARE2.IDX", "TR_FARE3.DAT",
                       "TR_LINK.DAT",  "TR_NAME.DAT",  "PayData.Inf"};
@@ -234,7 +219,7 @@ TEST_F(BuildDriver, StageTwoAloneNeverDeletesTheStores) {
 
 TEST_F(BuildDriver, StageTwoAloneWithoutStoresFails) {
   EXPECT_EQ(BRN_PathTwo(nullptr, kFormatZat, Control().c_str()), 0);
-  EXPECT_EQ(heard_[0], "Path Two Start. ");
+  EXPECT_EQ(log()[0], "Path Two Start. ");
   ExpectNames({});
 }
 
@@ -324,7 +309,7 @@ TEST_F(BuildDriver, CancelInStageTwoAlone) {
   Forget();
   CancelAt(" *** Creating Right Turn Weight : End OK *** ");
   EXPECT_EQ(BRN_PathTwo(nullptr, kFormatZat, control.c_str()), 0);
-  EXPECT_EQ(heard_, story_.PathTwo());
+  EXPECT_EQ(log(), story_.PathTwo());
 }
 
 // --- Behind the progress window -------------------------------------------------------------

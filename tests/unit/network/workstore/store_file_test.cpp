@@ -92,9 +92,8 @@ TEST_F(StoreFileTest, ChangesAreSeenLaterAndInTheFile) {
 TEST_F(StoreFileTest, ARefusedReadCanBeTriedAgain) {
   StoreFile<NumberRecord> store;
   ASSERT_TRUE(store.Open(path_.c_str(), platform::Access::kRead));
-  platform::ArmFault(platform::Operation::kRead, 1, true);
-  EXPECT_EQ(store.At(0), nullptr);
-  platform::ClearFaults();
+  EXPECT_EQ(RunWithFault({platform::Operation::kRead, 1, true}, [&] { return store.At(0); }),
+            nullptr);
   const NumberRecord* record = store.At(0);
   ASSERT_NE(record, nullptr);
   EXPECT_EQ(record->number, 0);
