@@ -17,7 +17,7 @@ struct SortedCodes {
 };
 
 // What the checks of one build know already and hand on from one to the next, so that the stores
-// are read once. A step that is given none, or an empty one, reads for itself.
+// are read once. Where memory is short it stays empty, and each check reads for itself.
 struct CheckedStores {
   bool filled = false;
   bool has_partners = false;        // some node names a partner
