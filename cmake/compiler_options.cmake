@@ -6,7 +6,9 @@ if(MSVC)
     /utf-8 /fp:precise $<$<CXX_COMPILER_ID:Clang>:/clang:-ffp-contract=off> /Zc:__cplusplus)
 else()
   target_compile_options(zatlib_options INTERFACE -Wall -Wextra -Wpedantic
-    $<$<BOOL:${ZATLIB_WERROR}>:-Werror> -Wshadow $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor>
+    $<$<BOOL:${ZATLIB_WERROR}>:-Werror>
+    # clang means enumerators of a struct too, which hide nothing.
+    $<$<NOT:$<CXX_COMPILER_ID:Clang>>:-Wshadow> $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor>
     -Wformat=2 -Wno-format-nonliteral -ffp-contract=off)
 endif()
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
