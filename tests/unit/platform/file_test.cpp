@@ -76,7 +76,9 @@ TEST_F(FileTest, CreateAlwaysRefusesHiddenAndSystemFiles) {
     if (!refused) ::CloseHandle(same);
     ASSERT_NE(::SetFileAttributesA(path_.c_str(), attribute), 0);
     EXPECT_EQ(Open(Access::kWrite, Share::kNone, Disposition::kCreateAlways).IsOpen(), !refused);
-    if (!test::UnderWine()) EXPECT_TRUE(refused);
+    if (!test::UnderWine()) {
+      EXPECT_TRUE(refused);
+    }
     ::SetFileAttributesA(path_.c_str(), FILE_ATTRIBUTE_NORMAL);
   }
 }

@@ -8,7 +8,7 @@
 namespace zatlib {
 namespace {
 
-#ifndef _WIN32  // the documents are not there
+#ifndef _WIN32                                    // the documents are not there
 using Keys = std::map<std::string, std::string>;  // type by name
 
 std::string TypeText(KeyType type) {
