@@ -22,12 +22,18 @@ class HostFloatMode {
   HostFloatMode() {
     std::fegetenv(&before_);
 #if defined(__SSE2__)
+    sse_before_ = _mm_getcsr();  // not every environment holds this register
     _mm_setcsr(kHostMode);
 #else
     std::fesetround(FE_DOWNWARD);
 #endif
   }
-  ~HostFloatMode() { std::fesetenv(&before_); }
+  ~HostFloatMode() {
+    std::fesetenv(&before_);
+#if defined(__SSE2__)
+    _mm_setcsr(sse_before_);
+#endif
+  }
   HostFloatMode(const HostFloatMode&) = delete;
   HostFloatMode& operator=(const HostFloatMode&) = delete;
 
@@ -42,6 +48,9 @@ class HostFloatMode {
 
  private:
   std::fenv_t before_;
+#if defined(__SSE2__)
+  unsigned sse_before_ = 0;
+#endif
 };
 
 // The smallest number above zero, which a library's call cannot know before.
