@@ -30,8 +30,8 @@ class MemoryLimits : public SmallBuild, public ::testing::WithParamInterface<Siz
     Set("SYSTEM", "DEBUG=1");
     const int n = GetParam().nodes;
     const auto code = [n](int i) { return "@" + std::to_string(1 + i * int64_t{7919} % n); };
-    const auto x = [n](int i) { return std::to_string(135 + i % 97 * 0.001); };
-    const auto y = [n](int i) { return std::to_string(35 + i / 97 * 0.001 + i % 7 * 0.0001); };
+    const auto x = [](int i) { return std::to_string(135 + i % 97 * 0.001); };
+    const auto y = [](int i) { return std::to_string(35 + i / 97 * 0.001 + i % 7 * 0.0001); };
     std::vector<std::string> ends(static_cast<size_t>(n));
     Lines links, shapes, names, rules, one_ways;
     const auto join = [&](int a, int b) {
