@@ -6,12 +6,12 @@
 #include <random>
 #include <vector>
 
-#include "frd/key_tree.h"
+#include "frd/code_lookup.h"
 
 namespace {
 
+using zatlib::CodeLookup;
 using zatlib::KeyedRecord;
-using zatlib::KeyTree;
 
 constexpr int64_t kCount = 1000000;
 
@@ -24,9 +24,9 @@ void Measure(const char* name, std::vector<double> codes) {
   std::sort(codes.begin(), codes.end());
   std::vector<KeyedRecord> table;
   for (const double code : codes) table.push_back({code, 0, 0});
-  KeyTree tree;
+  CodeLookup lookup;
   const double begin = Seconds();
-  tree.Build(table.data(), kCount);
+  lookup.Build(table.data(), kCount);
   std::printf("%-32s build %5.2f ms", name, (Seconds() - begin) * 1e3);
 
   std::mt19937_64 random(1);
@@ -46,7 +46,7 @@ void Measure(const char* name, std::vector<double> codes) {
       const double start = Seconds();
       int64_t at = -1;
       for (const double key : keys) {
-        at = hints ? tree.FindFrom(key, at + 1) : tree.Find(key);
+        at = hints ? lookup.FindFrom(key, at + 1) : lookup.Find(key);
         sum += at;
       }
       best = std::min(best, Seconds() - start);

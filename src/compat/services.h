@@ -30,12 +30,12 @@ int FRD_GetCsvField(int index, int length, const char* line, char* out);
 // themselves.
 uint32_t FRD_BitMask(uint32_t bit);
 
-// Index of the first record whose key equals `key`, or -1. Lookups of many keys go through KeyTree
-// (frd/key_tree.h).
+// Index of the first record whose key equals `key`, or -1. Lookups of many keys go through
+// CodeLookup (frd/code_lookup.h).
 int64_t FRD_FindFirstByKey(double key, int64_t count, const KeyedRecord* table);
 
 // Sorts ascending by key, in place; equal keys keep no particular order. Returns 1. The stages sort
-// with a look at the user now and then (frd/long_pass.h).
+// with a look at the user now and then (frd/cancellable.h).
 int FRD_SortByKey(int64_t count, KeyedRecord* table);
 
 // Whom FRD_LogAndNotify tells.

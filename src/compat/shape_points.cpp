@@ -17,7 +17,7 @@ struct ShapePointAccess {
                  ? 1
                  : FailShapeData(owner, holder, data, FileResult::kNotOpened);
     }
-    if (!holder->points_.Allocate(static_cast<uint64_t>(holder->point_count_))) {
+    if (!holder->points_.Allocate(holder->point_count_)) {
       return FailShapeData(owner, holder, data, FileResult::kNoMemory);
     }
     const FileResult loaded =
@@ -29,7 +29,7 @@ struct ShapePointAccess {
   static int Get(FeatureCode code, ShapePoint* points, ShapeHolder* holder) {
     constexpr int64_t kPointSize = sizeof(ShapePoint);
     const ShapeIndexEntry* const entries = holder->index_.data();
-    const int64_t found = holder->tree_.Find(code.AsDouble());
+    const int64_t found = holder->lookup_.Find(code.AsDouble());
     if (found < 0) return -1;
     const ShapeIndexEntry& entry = entries[found];
     const int count = std::min(entry.Count, kMaxShapePoints);

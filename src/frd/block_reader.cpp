@@ -8,7 +8,7 @@
 namespace zatlib {
 namespace {
 
-constexpr uint64_t kLeastBlocks = 4096;  // bytes of both blocks where memory is short
+constexpr int64_t kLeastBlocks = 4096;  // bytes of both blocks where memory is short
 
 // The next smaller size that divides this one: callers count on marks at multiples of it.
 int64_t NextSmaller(int64_t records) {
@@ -35,7 +35,7 @@ FileResult BlockReader::Open(const char* path, uint32_t record_size, int64_t blo
   count_ = size / record_size;
   block_limit_ = block_records;
   FileResult result = FileResult::kDone;
-  if (!TakeBlocks(UINT64_MAX)) {
+  if (!TakeBlocks(INT64_MAX)) {
     result = FileResult::kNoMemory;
   } else if (!ReadBlock()) {
     result = FileResult::kNotRead;
@@ -45,12 +45,12 @@ FileResult BlockReader::Open(const char* path, uint32_t record_size, int64_t blo
 }
 
 // Takes memory for the blocks, of no more than `most_bytes` unless they could not be smaller.
-bool BlockReader::TakeBlocks(uint64_t most_bytes) {
-  for (uint64_t refused = UINT64_MAX;;) {
+bool BlockReader::TakeBlocks(int64_t most_bytes) {
+  for (int64_t refused = INT64_MAX;;) {
     block_records_ = std::clamp<int64_t>(count_, 1, block_limit_);
     block_size_ = static_cast<uint64_t>(block_records_) * record_size_;
     // One block is enough for a file that is not longer.
-    const uint64_t bytes = block_size_ * (count_ > block_records_ ? 2 : 1);
+    const int64_t bytes = static_cast<int64_t>(block_size_) * (count_ > block_records_ ? 2 : 1);
     const bool least = bytes <= kLeastBlocks || block_limit_ == 1;
     if (bytes < refused && (bytes <= most_bytes || least)) {
       if (blocks_.Allocate(bytes)) return true;

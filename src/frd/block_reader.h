@@ -51,7 +51,7 @@ class BlockReader {
 
  private:
   const char* block() const { return blocks_.data() + (second_ ? block_size_ : 0); }
-  bool TakeBlocks(uint64_t most_bytes);
+  bool TakeBlocks(int64_t most_bytes);
   bool ReadBlock();
 
   platform::File file_;

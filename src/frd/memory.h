@@ -41,18 +41,18 @@ class PageArray {
   PageArray& operator=(const PageArray&) = delete;
 
   // Takes pages for `records` records (at least one byte); false when the allocator refuses.
-  bool Allocate(uint64_t records) {
+  bool Allocate(int64_t records) {
     Free();
-    const uint64_t bytes = records * sizeof(T);
+    const uint64_t bytes = static_cast<uint64_t>(records) * sizeof(T);
     data_ = static_cast<T*>(platform::AllocPages(bytes == 0 ? 1 : bytes));
     size_ = data_ == nullptr ? 0 : records;
     return data_ != nullptr;
   }
 
   // Makes room for `records` records, keeping what is there; false leaves the array as it is.
-  bool Grow(uint64_t records) {
+  bool Grow(int64_t records) {
     if (data_ == nullptr) return Allocate(records);
-    void* grown = FRD_ReallocMem(data_, records * sizeof(T));
+    void* grown = FRD_ReallocMem(data_, static_cast<uint64_t>(records) * sizeof(T));
     if (grown == nullptr) return false;
     data_ = static_cast<T*>(grown);
     size_ = records;
@@ -67,15 +67,15 @@ class PageArray {
 
   T* data() { return data_; }
   const T* data() const { return data_; }
-  uint64_t size() const { return size_; }
-  T& operator[](uint64_t i) { return data_[i]; }
-  const T& operator[](uint64_t i) const { return data_[i]; }
+  int64_t size() const { return size_; }
+  T& operator[](int64_t i) { return data_[i]; }
+  const T& operator[](int64_t i) const { return data_[i]; }
   T* begin() { return data_; }
   explicit operator bool() const { return data_ != nullptr; }
 
  private:
   T* data_ = nullptr;
-  uint64_t size_ = 0;
+  int64_t size_ = 0;
 };
 
 }  // namespace zatlib

@@ -21,7 +21,7 @@ FileResult LoadFile(const char* path, WholeFile* file, const LoadRules& rules) {
   if (size < 0) return FileResult::kNotRead;
   if (static_cast<uint64_t>(size) > rules.most_bytes) return FileResult::kNoMemory;
   PageArray<char> bytes;
-  if (!bytes.Allocate(static_cast<uint64_t>(size) + kFileMargin)) return FileResult::kNoMemory;
+  if (!bytes.Allocate(size + kFileMargin)) return FileResult::kNoMemory;
   if (!ReadExactly(source, bytes.data(), static_cast<uint64_t>(size))) return FileResult::kNotRead;
   if (rules.exact_bytes >= 0 && size != rules.exact_bytes) return FileResult::kNotRead;
   file->bytes = std::move(bytes);

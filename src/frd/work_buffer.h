@@ -18,7 +18,7 @@ class WorkBuffer {
     while (!IsTaken()) {
       if (wanted <= kOwnRecords) {
         room_ = kOwnRecords;
-      } else if (pages_.Allocate(static_cast<uint64_t>(wanted))) {
+      } else if (pages_.Allocate(wanted)) {
         room_ = wanted;
       }
       wanted /= 2;

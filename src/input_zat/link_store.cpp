@@ -1,8 +1,8 @@
 #include "input_zat/link_store.h"
 
+#include "frd/cancellable.h"
 #include "frd/control.h"
 #include "frd/log.h"
-#include "frd/long_pass.h"
 #include "frd/record_stream.h"
 #include "input_zat/record_readers.h"
 #include "input_zat/store_table.h"

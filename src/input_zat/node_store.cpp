@@ -1,9 +1,9 @@
 #include "input_zat/node_store.h"
 
+#include "frd/cancellable.h"
 #include "frd/control.h"
 #include "frd/cp932.h"
 #include "frd/log.h"
-#include "frd/long_pass.h"
 #include "frd/mif_text.h"
 #include "frd/record_stream.h"
 #include "input_zat/record_readers.h"

@@ -4,8 +4,8 @@
 
 #include <cstdint>
 
+#include "frd/code_lookup.h"
 #include "frd/files.h"
-#include "frd/key_tree.h"
 #include "frd/keyed_table.h"
 #include "frd/memory.h"
 #include "frd/record_file.h"
@@ -29,26 +29,24 @@ class StoreTable {
     if (loaded == FileResult::kNoMemory) return StoreTableResult::kNoMemory;
     if (loaded != FileResult::kDone) return StoreTableResult::kNotRead;
     count_ = image_.count<Record>();
-    return index_.Allocate(static_cast<uint64_t>(count_) + 2) ? StoreTableResult::kLoaded
-                                                              : StoreTableResult::kNoMemory;
+    return index_.Allocate(count_ + 2) ? StoreTableResult::kLoaded : StoreTableResult::kNoMemory;
   }
 
   // Fills and sorts the index; `code_of` gives a record's code. Returns 1, 0 on cancel.
   template <typename CodeOf>
   int BuildIndex(CodeOf code_of) {
     for (int64_t i = 0; i < count_; ++i) {
-      index_[static_cast<uint64_t>(i)] = {code_of(records()[i]).AsDouble(), static_cast<int32_t>(i),
-                                          0};
+      index_[i] = {code_of(records()[i]).AsDouble(), static_cast<int32_t>(i), 0};
     }
     const int result = BRN_SortCommonIndex(count_, index_.data());
-    tree_.Build(index_.data(), count_);
+    lookup_.Build(index_.data(), count_);
     return result;
   }
 
   // The record of a code, null when there is none.
   Record* Find(FeatureCode code) {
-    const int64_t found = tree_.Find(code.AsDouble());
-    return found < 0 ? nullptr : &records()[index_[static_cast<uint64_t>(found)].value];
+    const int64_t found = lookup_.Find(code.AsDouble());
+    return found < 0 ? nullptr : &records()[index_[found].value];
   }
 
   // Writes the whole image back; false when the system refuses.
@@ -62,7 +60,7 @@ class StoreTable {
   int64_t count_ = 0;
   WholeFile image_;
   PageArray<KeyedRecord> index_;
-  KeyTree tree_;
+  CodeLookup lookup_;
 };
 
 }  // namespace zatlib

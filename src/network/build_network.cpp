@@ -20,8 +20,8 @@ double Megabytes(uint64_t bytes) { return static_cast<double>(bytes) / 1024.0 / 
 
 // A block of a trial allocation.
 struct TrialBlock {
-  uint64_t size;  // bytes
-  bool counted;   // whether it enters the sum of its case
+  int64_t size;  // bytes
+  bool counted;  // whether it enters the sum of its case
 };
 
 // Blocks held during the choice.
@@ -77,19 +77,24 @@ struct FileSteps {
 
 // Records of the stores, those without a code included.
 struct StoreCounts {
-  uint64_t nodes;
-  uint64_t links;
+  int64_t nodes;
+  int64_t links;
 
   // Bytes of an array by node or link number.
   template <typename Record>
-  uint64_t OfNodes() const {
-    return sizeof(Record) * RoomFor(static_cast<int64_t>(nodes));
+  int64_t OfNodes() const {
+    return int64_t{sizeof(Record)} * RoomFor(nodes);
   }
   template <typename Record>
-  uint64_t OfLinks() const {
-    return sizeof(Record) * RoomFor(static_cast<int64_t>(links));
+  int64_t OfLinks() const {
+    return int64_t{sizeof(Record)} * RoomFor(links);
   }
 };
+
+template <typename Record>
+int64_t RecordsOf(const PathText& store) {
+  return static_cast<int64_t>(FileSize(store.c_str()) / sizeof(Record));
+}
 
 void LogCase(char name, const StoreCounts& stores, uint64_t bytes) {
   LogBuild("CASE %c: NumNode=%ld NumLink=%ld AllocMem=%.1lfMB", name, ShownAs<long>(stores.nodes),
@@ -103,7 +108,7 @@ void LogCase(char name, const StoreCounts& stores, uint64_t bytes) {
 // makes a step faster is no part of it: without memory it is left out. False when it does not fit.
 // `*sum` is that of the network data.
 template <typename Steps>
-bool Fits(const StoreCounts& stores, uint64_t spare, const char* cases, uint64_t* sum) {
+bool Fits(const StoreCounts& stores, int64_t spare, const char* cases, uint64_t* sum) {
   using HeldLink = typename Steps::Links::Held;
   using HeldNode = typename Steps::Nodes::Held;
   constexpr size_t kKept = 5;
@@ -142,9 +147,8 @@ int ChooseByTrial(WindowHandle owner, const char* control_file) {
       "Paging=%.1lfMB",
       Megabytes(memory.total_physical), Megabytes(memory.available_physical),
       Megabytes(memory.total_paging), Megabytes(memory.available_paging));
-  const StoreCounts stores = {
-      FileSize(OutputPath(control_file, kNodeStoreFile).c_str()) / sizeof(NodeStoreRecord),
-      FileSize(OutputPath(control_file, kLinkStoreFile).c_str()) / sizeof(LinkStoreRecord)};
+  const StoreCounts stores = {RecordsOf<NodeStoreRecord>(OutputPath(control_file, kNodeStoreFile)),
+                              RecordsOf<LinkStoreRecord>(OutputPath(control_file, kLinkStoreFile))};
   uint64_t sum = 0;
   if (!Fits<FileSteps>(stores, 3 * stores.nodes, "AB", &sum)) {
     ReportError(owner, "Memory Error in Building Road Networks",

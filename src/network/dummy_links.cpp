@@ -2,8 +2,8 @@
 #include <new>
 #include <unordered_map>
 
+#include "frd/cancellable.h"
 #include "frd/log.h"
-#include "frd/long_pass.h"
 #include "frd/record_writer.h"
 #include "network/store_checks.h"
 #include "network/workstore/code_length.h"
@@ -36,8 +36,7 @@ class DummyLinkList {
 
   bool Reserve(int64_t link_count) {
     const int64_t wanted = std::max(link_count / 100, kLeastDummyList);
-    return entries_.Allocate(static_cast<uint64_t>(wanted)) ||
-           entries_.Allocate(static_cast<uint64_t>(wanted / 10));
+    return entries_.Allocate(wanted) || entries_.Allocate(wanted / 10);
   }
 
   const Entry* Find(FeatureCode a, FeatureCode b) const {
@@ -47,7 +46,7 @@ class DummyLinkList {
 
   // Grows by doubling when the reservation is used up.
   bool Add(const Entry& entry) {
-    const uint64_t count = by_pair_.size();
+    const auto count = static_cast<int64_t>(by_pair_.size());
     if (count == entries_.size() && !entries_.Grow(count * 2)) return false;
     entries_[count] = entry;
     try {
@@ -74,7 +73,7 @@ class DummyLinkList {
   }
 
   PageArray<Entry> entries_;
-  std::unordered_map<Pair, uint64_t, PairHash> by_pair_;
+  std::unordered_map<Pair, int64_t, PairHash> by_pair_;
 };
 
 // The counts of the dummy link step's summary.

@@ -4,9 +4,9 @@
 #include <atomic>
 #include <span>
 
+#include "frd/cancellable.h"
+#include "frd/code_lookup.h"
 #include "frd/cp932.h"
-#include "frd/key_tree.h"
-#include "frd/long_pass.h"
 #include "frd/parallel.h"
 #include "frd/record_writer.h"
 #include "network/duplicate_report.h"
@@ -91,11 +91,10 @@ class EndLookup {
   void Begin(int64_t links) {
     if (known_ == nullptr) return;
     known_->links = links;
-    known_->filled = IsOrdered(known_->nodes) &&
-                     known_->ends.Allocate(static_cast<uint64_t>(known_->nodes.count)) &&
-                     known_->loose_links.Allocate(static_cast<uint64_t>(links) / 64 + 1);
+    known_->filled = IsOrdered(known_->nodes) && known_->ends.Allocate(known_->nodes.count) &&
+                     known_->loose_links.Allocate(links / 64 + 1);
     if (known_->filled) {
-      tree_.Build(known_->nodes.codes.data(), known_->nodes.count);
+      lookup_.Build(known_->nodes.codes.data(), known_->nodes.count);
     } else {
       GiveUp();  // the checks that read for themselves need the memory
     }
@@ -116,22 +115,22 @@ class EndLookup {
         const bool has_a = Mark(link.NodeA);
         const bool has_b = Mark(link.NodeB);
         if (has_a && has_b) continue;
-        known_->loose_links[static_cast<uint64_t>(i) / 64] |= uint64_t{1} << (i % 64);
+        known_->loose_links[i / 64] |= uint64_t{1} << (i % 64);
       }
     });
   }
 
  private:
   bool Mark(FeatureCode code) const {
-    const int64_t at = tree_.Find(code.AsDouble());
+    const int64_t at = lookup_.Find(code.AsDouble());
     if (at < 0 || code.IsEmpty()) return false;
-    const std::atomic_ref<uint8_t> end(known_->ends[static_cast<uint64_t>(at)]);
+    const std::atomic_ref<uint8_t> end(known_->ends[at]);
     if (end.load(std::memory_order_relaxed) == 0) end.store(1, std::memory_order_relaxed);
     return true;
   }
 
   CheckedStores* known_;
-  KeyTree tree_;
+  CodeLookup lookup_;
   Workers workers_;
 };
 
@@ -152,7 +151,7 @@ Outcome TakeCodes(const Step& step, const DuplicationTexts& texts, SortedCodes* 
   }
   const int64_t count = store.count();
   if (count < 1) return Outcome::kFailed;
-  const auto reserve = [&] { return codes.Allocate(static_cast<uint64_t>(count) + 2); };
+  const auto reserve = [&] { return codes.Allocate(count + 2); };
   if (count > kMaxRecords || (!reserve() && !(visitor.GiveUp() && reserve()))) {
     return step.Fail(kMemoryError, texts.no_memory, ShownAs<long>(count));
   }
@@ -163,7 +162,7 @@ Outcome TakeCodes(const Step& step, const DuplicationTexts& texts, SortedCodes* 
     if (records.empty()) {
       return step.Fail(kFileError, texts.not_read, path.c_str(), static_cast<long>(i));
     }
-    FeatureCode* out = &codes[static_cast<uint64_t>(i)];
+    FeatureCode* out = &codes[i];
     for (const Record& record : records) *out++ = CodeOf(record);
     visitor.Visit(i, records);
     const int64_t end = i + static_cast<int64_t>(records.size());
@@ -179,11 +178,10 @@ int64_t ReportDuplicates(const Step& step, const DuplicationTexts& texts, const 
   int64_t duplicates = 0;
   bool listing = true;
   for (int64_t i = 1; i < list.count && listing; ++i) {
-    const auto at = static_cast<uint64_t>(i);
-    if (!(list.codes[at - 1] == list.codes[at])) continue;
+    if (!(list.codes[i - 1] == list.codes[i])) continue;
     ++duplicates;
     listing =
-        ShowDuplicate(step, texts.duplicate, {list.codes[at], code_length}, texts.duplicate_title);
+        ShowDuplicate(step, texts.duplicate, {list.codes[i], code_length}, texts.duplicate_title);
   }
   return duplicates;
 }

@@ -4,9 +4,9 @@
 #include <cstring>
 
 #include "frd/block_reader.h"
-#include "frd/key_tree.h"
+#include "frd/cancellable.h"
+#include "frd/code_lookup.h"
 #include "frd/log.h"
-#include "frd/long_pass.h"
 #include "frd/memory.h"
 #include "frd/parallel.h"
 #include "frd/record_file.h"
@@ -267,7 +267,7 @@ class NameStep {
   Outcome LoadIndex() {
     const PathText path = step_.Path(texts_.index);
     count_ = CountRecords(path.c_str(), sizeof(CodeIndexRecord));
-    if (count_ > kMaxRecords || !index_.Allocate(static_cast<uint64_t>(count_))) {
+    if (count_ > kMaxRecords || !index_.Allocate(count_)) {
       return step_.Fail(kMemoryError, texts_.index_memory, ShownAs<long>(count_));
     }
     if (CountRecords(path.c_str(), sizeof(CodeIndexRecord)) != count_ ||
@@ -278,7 +278,7 @@ class NameStep {
   }
 
   Outcome LoadNames() {
-    if (!names_.Allocate(static_cast<uint64_t>(count_))) {
+    if (!names_.Allocate(count_)) {
       return step_.Fail(kMemoryError, texts_.names_memory, static_cast<long>(count_));
     }
     const PathText path = step_.Path(texts_.names);
@@ -289,25 +289,25 @@ class NameStep {
   }
 
   // One after another, since a later name overwrites an earlier one.
-  void PutBlock(const KeyTree& tree, const NameStoreRecord* records, int64_t count) {
+  void PutBlock(const CodeLookup& lookup, const NameStoreRecord* records, int64_t count) {
     for (int64_t i = 0; i < count; ++i) {
-      const int64_t found = tree.Find(records[i].Code.AsDouble());
-      const int32_t number = found < 0 ? -1 : index_[static_cast<uint64_t>(found)].Number;
+      const int64_t found = lookup.Find(records[i].Code.AsDouble());
+      const int32_t number = found < 0 ? -1 : index_[found].Number;
       if (number < 0 || number >= count_) continue;
-      put_(records[i], &names_[static_cast<uint64_t>(number)]);
+      put_(records[i], &names_[number]);
       ++hits_;
     }
   }
 
   Outcome PutNames() {
-    KeyTree tree;
-    tree.Build(index_.data(), count_);
+    CodeLookup lookup;
+    lookup.Build(index_.data(), count_);
     Workers workers;
     while (store_.records_in_block() > 0) {
       const int64_t first = store_.first();
       const int64_t count = store_.records_in_block();
       const auto* const records = store_.records<NameStoreRecord>();
-      workers.Start(1, [&, count, records](int64_t) { PutBlock(tree, records, count); });
+      workers.Start(1, [&, count, records](int64_t) { PutBlock(lookup, records, count); });
       store_.Advance();
       workers.Finish();
       if (store_.failed()) {

@@ -3,12 +3,12 @@
 #include <algorithm>
 #include <atomic>
 
+#include "frd/cancellable.h"
+#include "frd/code_lookup.h"
 #include "frd/control.h"
 #include "frd/files.h"
-#include "frd/key_tree.h"
 #include "frd/keyed_table.h"
 #include "frd/log.h"
-#include "frd/long_pass.h"
 #include "frd/parallel.h"
 #include "frd/record_writer.h"
 #include "frd/work_buffer.h"
@@ -171,8 +171,8 @@ struct NetworkBuilder {
                                          // memory is short
   WorkBuffer<CalcNode> calc_nodes[2]{};  // a block that is written, one that is made
   int connection_errors = 0;
-  KeyTree node_tree{};  // over node_index
-  KeyTree link_tree{};  // over link_index
+  CodeLookup node_lookup{};  // over node_index
+  CodeLookup link_lookup{};  // over link_index
   Workers workers{};
 
   // What the step cannot do without: no more than the choice between memory and files has tried.
@@ -188,8 +188,8 @@ struct NetworkBuilder {
     }
     nodes.AtOnce();
     links.AtOnce();
-    node_tree.Build(node_index, nodes.count);
-    link_tree.Build(link_index, links.count);
+    node_lookup.Build(node_index, nodes.count);
+    link_lookup.Build(link_index, links.count);
     cities.Allocate(RoomFor(nodes.count));
   }
 
@@ -206,8 +206,9 @@ struct NetworkBuilder {
   }
 
   // What BRN_FindIndexRecord finds.
-  static int32_t NumberOf(const KeyTree& tree, const CodeIndexRecord* index, FeatureCode code) {
-    const int64_t found = tree.Find(code.AsDouble());
+  static int32_t NumberOf(const CodeLookup& lookup, const CodeIndexRecord* index,
+                          FeatureCode code) {
+    const int64_t found = lookup.Find(code.AsDouble());
     return found < 0 ? -1 : index[found].Number;
   }
 
@@ -231,13 +232,13 @@ struct NetworkBuilder {
 
   // Where node i lies; false when it would have to be read from the store.
   static bool PlaceAtHand(const NodeArray& array, int32_t i, NodePlace* place) {
-    const NodeStoreRecord& node = array.records[static_cast<uint64_t>(i)];
+    const NodeStoreRecord& node = array.records[i];
     *place = {node.X, node.Y};
     return true;
   }
   static bool PlaceAtHand(const NodePositions& list, int32_t i, NodePlace* place) {
     if (!list.places) return false;
-    *place = list.places[static_cast<uint64_t>(i)];
+    *place = list.places[i];
     return true;
   }
 
@@ -261,11 +262,10 @@ struct NetworkBuilder {
   // The link-node record of link i and what the link itself gives its drawing record. False when
   // an end is missing; its number is then -1.
   bool FillLinkNodes(int64_t i, const LinkStoreRecord& link) {
-    const int32_t a = NumberOf(node_tree, node_index, link.NodeA);
-    const int32_t b = NumberOf(node_tree, node_index, link.NodeB);
-    const auto at = static_cast<uint64_t>(i);
-    link_nodes[at] = {a, b, link.SpeedA, link.SpeedB, link.Value3, 0};
-    DrawingRecord& drawing = drawings[at];
+    const int32_t a = NumberOf(node_lookup, node_index, link.NodeA);
+    const int32_t b = NumberOf(node_lookup, node_index, link.NodeB);
+    link_nodes[i] = {a, b, link.SpeedA, link.SpeedB, link.Value3, 0};
+    DrawingRecord& drawing = drawings[i];
     drawing.LinkCode = link.LinkCode;
     drawing.Link = static_cast<int32_t>(i);
     drawing.RoadKind = link.RoadKind;
@@ -274,7 +274,7 @@ struct NetworkBuilder {
   }
 
   void SetPlaces(int64_t i, NodePlace a, NodePlace b) {
-    DrawingRecord& drawing = drawings[static_cast<uint64_t>(i)];
+    DrawingRecord& drawing = drawings[i];
     drawing.XA = a.X;
     drawing.YA = a.Y;
     drawing.XB = b.X;
@@ -284,7 +284,7 @@ struct NetworkBuilder {
   // Link i alone. Returns 1 or 0 (reported).
   int MakeLinkNode(int32_t i, const LinkStoreRecord& link) {
     const bool whole = FillLinkNodes(i, link);
-    const LinkNodes& ends = link_nodes[static_cast<uint64_t>(i)];
+    const LinkNodes& ends = link_nodes[i];
     if (!whole) {
       ReportError(owner, texts.logic_title,
                   "Can't find the edging Nodes : Link=%s(%ld), NodesA/B=%s(%ld)/%s(%ld)",
@@ -312,7 +312,7 @@ struct NetworkBuilder {
         for (int64_t i = first; i < limit; ++i) {
           bool good = FillLinkNodes(begin + i, records[i]);
           if (good) {
-            const LinkNodes& ends = link_nodes[static_cast<uint64_t>(begin + i)];
+            const LinkNodes& ends = link_nodes[begin + i];
             NodePlace a;
             NodePlace b;
             good = PlaceAtHand(nodes, ends.NodeA, &a) && PlaceAtHand(nodes, ends.NodeB, &b);
@@ -354,7 +354,7 @@ struct NetworkBuilder {
   template <typename Misses>
   int FillSlots(int32_t i, const NodeStoreRecord& node, CalcNode* calc, Misses misses) {
     *calc = CalcNode{};
-    NodeLinks& slot_links = node_links[static_cast<uint64_t>(i)];
+    NodeLinks& slot_links = node_links[i];
     int result = 1;
     bool has_city = false;
     for (int s = 0; s < kSlots; ++s) {
@@ -362,13 +362,13 @@ struct NetworkBuilder {
       slot_links.Link[s] = -1;
       const FeatureCode code = node.ConnLinkCode[s];
       if (code.IsEmpty()) continue;
-      const int64_t found = link_tree.Find(code.AsDouble());
+      const int64_t found = link_lookup.Find(code.AsDouble());
       if (found < 0) continue;
       const int32_t link = link_index[found].Number;
       if (link < 0) continue;
-      if (!has_city && cities) cities[static_cast<uint64_t>(i)] = link_index[found].CityCode;
+      if (!has_city && cities) cities[i] = link_index[found].CityCode;
       has_city = true;
-      const LinkNodes& ends = link_nodes[static_cast<uint64_t>(link)];
+      const LinkNodes& ends = link_nodes[link];
       slot_links.Link[s] = link;
       calc->Length[s] = ends.Value3;
       if (ends.NodeA == i) {
@@ -522,7 +522,7 @@ struct NetworkBuilder {
   // The same from the links' own records. Returns 1; 0 when one cannot be read (reported).
   int SetCitiesFromLinks(int32_t begin, int32_t end) {
     for (int32_t i = begin; i < end; ++i) {
-      const int32_t number = node_links[static_cast<uint64_t>(node_index[i].Number)].Link[0];
+      const int32_t number = node_links[node_index[i].Number].Link[0];
       if (number == -1) continue;
       const LinkStoreRecord* link = links.At(number);
       if (link == nullptr) {
@@ -587,7 +587,7 @@ struct NetworkBuilder {
     if (MakeLinkNodes() == 0) return 0;
     // They have done their duty.
     DropPlaces(nodes);
-    node_tree = KeyTree();
+    node_lookup = CodeLookup();
     return MakeCalcNodes() != 0 && SetCities() != 0 && SaveIndexes() != 0 ? 1 : 0;
   }
 };

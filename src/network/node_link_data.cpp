@@ -3,10 +3,10 @@
 #include <cstring>
 #include <span>
 
+#include "frd/cancellable.h"
 #include "frd/control.h"
 #include "frd/files.h"
 #include "frd/log.h"
-#include "frd/long_pass.h"
 #include "frd/parallel.h"
 #include "frd/record_writer.h"
 #include "network/road_attributes.h"
@@ -76,7 +76,7 @@ int LoadRecords(WindowHandle owner, const LoadTexts& texts, const char* control_
                 RecordArray<Record>* array, CodeOf code_of) {
   const int result = LoadStore<Record>(
       owner, texts, control_file, &array->count,
-      [array](uint64_t records) { return array->records.Allocate(records); },
+      [array](int64_t records) { return array->records.Allocate(records); },
       [array, code_of](StoreFile<Record>& store, int64_t position, int64_t* kept) {
         // Straight to where they stay; the empty ones are closed up.
         Record* out = array->At(static_cast<int32_t>(*kept));
@@ -100,12 +100,12 @@ int LoadPositions(WindowHandle owner, const LoadTexts& texts, const char* contro
                   RecordPositions<Record>* list, CodeOf code_of) {
   const int result = LoadStore<Record>(
       owner, texts, control_file, &list->count,
-      [list](uint64_t records) { return list->positions.Allocate(records); },
+      [list](int64_t records) { return list->positions.Allocate(records); },
       [list, code_of](StoreFile<Record>& store, int64_t position, int64_t* kept) {
         const std::span<const Record> records = store.From(position);
         for (const Record& record : records) {
           if (!code_of(record).IsEmpty()) {
-            list->positions[static_cast<uint64_t>((*kept)++)] = static_cast<uint32_t>(position);
+            list->positions[(*kept)++] = static_cast<uint32_t>(position);
           }
           ++position;
         }
@@ -118,9 +118,9 @@ int LoadPositions(WindowHandle owner, const LoadTexts& texts, const char* contro
 // Where nodes are read from the store, their places are kept at hand if there is memory for them.
 void HoldPlaces(NodeArray&, const NodeLocation*) {}
 void HoldPlaces(NodePositions& nodes, const NodeLocation* locations) {
-  if (!nodes.places.Allocate(static_cast<uint64_t>(nodes.count))) return;
+  if (!nodes.places.Allocate(nodes.count)) return;
   for (int32_t i = 0; i < nodes.count; ++i) {
-    nodes.places[static_cast<uint64_t>(i)] = {locations[i].X, locations[i].Y};
+    nodes.places[i] = {locations[i].X, locations[i].Y};
   }
 }
 
@@ -172,7 +172,7 @@ int SaveArray(WindowHandle owner, const char* status, const char* name, const ch
 template <typename Nodes>
 int FillNodeData(WindowHandle owner, const NodeDataTexts& texts, Nodes& nodes,
                  CodeIndexRecord* index, const char* control_file) {
-  const uint64_t room = RoomFor(nodes.count);
+  const int64_t room = RoomFor(nodes.count);
   PageArray<NodeLocation> locations;
   PageArray<NodeNameRecord> names;
   PageArray<SlotBytes> turns;
@@ -188,10 +188,9 @@ int FillNodeData(WindowHandle owner, const NodeDataTexts& texts, Nodes& nodes,
     return 0;
   }
   const auto fill = [&](int64_t number, const NodeStoreRecord& node) {
-    const auto at = static_cast<uint64_t>(number);
-    locations[at] = {node.NodeCode, node.X, node.Y};
-    names[at].NodeAttrWord = node.NodeAttrWord;
-    index[at] = {node.NodeCode, static_cast<int32_t>(number), node.CityCode};
+    locations[number] = {node.NodeCode, node.X, node.Y};
+    names[number].NodeAttrWord = node.NodeAttrWord;
+    index[number] = {node.NodeCode, static_cast<int32_t>(number), node.CityCode};
   };
   const auto not_read = [&](int32_t i) {
     ReportError(owner, texts.file_title, texts.not_read, i, PositionOf(nodes, i));
@@ -252,11 +251,10 @@ int FillLinkData(WindowHandle owner, const LinkDataTexts& texts, Links& links,
     return 0;
   }
   const auto fill = [&](int64_t number, const LinkStoreRecord& link) {
-    const auto at = static_cast<uint64_t>(number);
-    names[at].RoadKind = link.RoadKind;
-    names[at].Value6 = link.Value6;
-    BRN_SetLinkFlags(link.RoadFlag, definition, &names[at]);
-    index[at] = {link.LinkCode, static_cast<int32_t>(number), link.CityCode};
+    names[number].RoadKind = link.RoadKind;
+    names[number].Value6 = link.Value6;
+    BRN_SetLinkFlags(link.RoadFlag, definition, &names[number]);
+    index[number] = {link.LinkCode, static_cast<int32_t>(number), link.CityCode};
   };
   const auto not_read = [&](int32_t i) {
     ReportError(owner, texts.file_title, texts.not_read, i, PositionOf(links, i));

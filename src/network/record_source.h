@@ -6,8 +6,8 @@
 #include <cstdint>
 #include <limits>
 
+#include "frd/cancellable.h"
 #include "frd/control.h"
-#include "frd/long_pass.h"
 #include "frd/memory.h"
 #include "frd/work_buffer.h"
 #include "network/workstore/store_file.h"
@@ -18,7 +18,7 @@ namespace zatlib {
 inline constexpr int32_t kStatusInterval = 10000;  // records between two texts, through files
 
 // Records that an array by record number has room for: two more than there are.
-inline uint64_t RoomFor(int64_t count) { return static_cast<uint64_t>(count) + 2; }
+inline int64_t RoomFor(int64_t count) { return count + 2; }
 
 // Where a node lies, millionths of a degree.
 struct NodePlace {
@@ -34,7 +34,7 @@ struct RecordArray {
   int32_t count = 0;
 
   // Record i; never null.
-  Record* At(int32_t i) { return &records[static_cast<uint64_t>(i)]; }
+  Record* At(int32_t i) { return &records[i]; }
   // Records that one Fetch gives at most.
   int32_t AtOnce() { return std::numeric_limits<int32_t>::max(); }
   // The records from record `begin` on, as many as there are.
@@ -57,7 +57,7 @@ struct RecordPositions {
   PageArray<NodePlace> places;  // nodes only: a link's ends may lie anywhere in the store
 
   // Record i, good until the next call; null when it cannot be read.
-  Record* At(int32_t i) { return store.At(positions[static_cast<uint64_t>(i)]); }
+  Record* At(int32_t i) { return store.At(positions[i]); }
   // Records that one Fetch gives at most: kStatusInterval, fewer where memory is short.
   int32_t AtOnce() {
     fetched.Take(std::min(count, kStatusInterval));
@@ -66,7 +66,7 @@ struct RecordPositions {
   // Up to `*wanted` records, at most AtOnce(), from record `begin` on, good until the next call;
   // `*wanted` becomes the number of those before the first one that cannot be read.
   const Record* Fetch(int32_t begin, int32_t* wanted) {
-    const uint32_t* from = &positions[static_cast<uint64_t>(begin)];
+    const uint32_t* from = &positions[begin];
     const int32_t asked = *wanted;
     int32_t done = 0;
     while (done < asked) {
@@ -87,7 +87,7 @@ struct RecordPositions {
     return fetched.data();
   }
   // Writes record i, as At(i) gave it and the caller changed it, into the store.
-  bool Write(int32_t i) { return store.Write(positions[static_cast<uint64_t>(i)]); }
+  bool Write(int32_t i) { return store.Write(positions[i]); }
   bool Open(const char* path, platform::Access access) { return store.Open(path, access); }
   void Close() {
     store = StoreFile<Record>();
@@ -102,7 +102,7 @@ long PositionOf(const RecordArray<Record>&, int32_t number) {
 }
 template <typename Record>
 long PositionOf(const RecordPositions<Record>& list, int32_t number) {
-  return static_cast<long>(list.positions[static_cast<uint64_t>(number)]);
+  return static_cast<long>(list.positions[number]);
 }
 
 // Goes through the records 0 to count - 1 in blocks, with a look at the user between two blocks:

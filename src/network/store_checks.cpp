@@ -3,9 +3,9 @@
 #include <bit>
 #include <cstring>
 
-#include "frd/key_tree.h"
+#include "frd/cancellable.h"
+#include "frd/code_lookup.h"
 #include "frd/log.h"
-#include "frd/long_pass.h"
 #include "network/duplicate_report.h"
 #include "network/workstore/code_length.h"
 #include "network/workstore/index_sort.h"
@@ -34,14 +34,14 @@ class EndNodes {
 
   // True when each of the `nodes` records of the store is known to be an end.
   bool AreAll(int64_t nodes) const {
-    return marks_ != nullptr && tree_.count() == nodes &&
+    return marks_ != nullptr && lookup_.count() == nodes &&
            std::memchr(marks_, 0, static_cast<size_t>(nodes)) == nullptr;
   }
 
   // `record` is where the code stands in the store: codes often come in their order.
   bool Contains(FeatureCode code, int64_t record) const {
     if (code.IsEmpty()) return false;
-    const int64_t at = tree_.FindFrom(code.AsDouble(), record);
+    const int64_t at = lookup_.FindFrom(code.AsDouble(), record);
     return at >= 0 && (marks_ == nullptr || marks_[at] != 0);
   }
 
@@ -51,7 +51,7 @@ class EndNodes {
   PageArray<FeatureCode> collected_;
   int64_t count_ = 0;
   const uint8_t* marks_ = nullptr;
-  KeyTree tree_;
+  CodeLookup lookup_;
 };
 
 Outcome EndNodes::Take(const Step& step, const CheckedStores& known) {
@@ -69,16 +69,16 @@ Outcome EndNodes::Take(const Step& step, const CheckedStores& known) {
   if (BRN_SortIndex(step.owner(), count_, collected_.data()) == 0) return Outcome::kCancelled;
   if (known.filled) {
     marks_ = known.ends.data();
-    tree_.Build(known.nodes.codes.data(), known.nodes.count);
+    lookup_.Build(known.nodes.codes.data(), known.nodes.count);
   } else {
-    tree_.Build(collected_.data(), count_);
+    lookup_.Build(collected_.data(), count_);
   }
   return Outcome::kDone;
 }
 
 Outcome EndNodes::Collect(const Step& step, StoreFile<LinkStoreRecord>& links) {
   const int64_t count = links.count();
-  if (!collected_.Allocate(static_cast<uint64_t>(count) * 2 + 2)) {
+  if (!collected_.Allocate(count * 2 + 2)) {
     return step.Fail(kMemoryError, "Can't allocate the memory for the Index (rec=%ld)!",
                      static_cast<long>(count));
   }
@@ -86,8 +86,8 @@ Outcome EndNodes::Collect(const Step& step, StoreFile<LinkStoreRecord>& links) {
     if (CancelledAt(i)) return Outcome::kCancelled;
     const LinkStoreRecord* link = links.At(i);
     if (link == nullptr) return FailShort(step, "LinkStorage", i, count);
-    collected_[static_cast<uint64_t>(count_++)] = link->NodeA;
-    collected_[static_cast<uint64_t>(count_++)] = link->NodeB;
+    collected_[count_++] = link->NodeA;
+    collected_[count_++] = link->NodeB;
   }
   return Outcome::kDone;
 }
@@ -136,7 +136,7 @@ void TakeUsedCodes(CheckedStores* known, SortedCodes* list) {
 
 // The same, read from the store.
 Outcome ReadCodes(const Step& step, StoreFile<NodeStoreRecord>& nodes, SortedCodes* list) {
-  if (!list->codes.Allocate(static_cast<uint64_t>(nodes.count()) + 2)) {
+  if (!list->codes.Allocate(nodes.count() + 2)) {
     return step.Fail(kFileError, "Can't allocate the memory for Index (rec=%ld) !",
                      static_cast<long>(nodes.count()));
   }
@@ -148,7 +148,7 @@ Outcome ReadCodes(const Step& step, StoreFile<NodeStoreRecord>& nodes, SortedCod
                        step.Path(kNodeStoreFile).c_str(), static_cast<long>(i));
     }
     if (!node->NodeCode.IsEmpty()) {
-      list->codes[static_cast<uint64_t>(list->count++)] = node->NodeCode;
+      list->codes[list->count++] = node->NodeCode;
     }
   }
   return Outcome::kDone;
@@ -157,8 +157,7 @@ Outcome ReadCodes(const Step& step, StoreFile<NodeStoreRecord>& nodes, SortedCod
 void ReportDuplicateNodes(const Step& step, const SortedCodes& list, int code_length) {
   bool listing = true;
   for (int64_t i = 1; i < list.count && listing; ++i) {
-    const auto at = static_cast<uint64_t>(i);
-    if (!(list.codes[at - 1] == list.codes[at])) continue;
+    if (!(list.codes[i - 1] == list.codes[i])) continue;
     // The code shown counts up from the smallest one; it is not the duplicate's own.
     const FeatureCode shown =
         FeatureCode::FromDouble(list.codes[0].AsDouble() + static_cast<double>(i) - 1.0);
@@ -209,17 +208,18 @@ Outcome KillLooseLinks(const Step& step, const SortedCodes& nodes, const Checked
   }
   const int64_t count = links.count();
   counts->records = count;
-  KeyTree tree;
+  CodeLookup lookup;
   for (int64_t i = 0; i < count; ++i) {
     const int64_t next = NextSuspect(known, i, count);
     if (CancelledWithin(i, next < count ? next + 1 : next)) return Outcome::kCancelled;
     if (next == count) break;
     i = next;
     // Most maps have no such link, and need no lookups.
-    if (tree.count() != nodes.count) tree.Build(nodes.codes.data(), nodes.count);
+    if (lookup.count() != nodes.count) lookup.Build(nodes.codes.data(), nodes.count);
     LinkStoreRecord* link = links.At(i);
     if (link == nullptr) return FailShort(step, "LinkStorage", i, count);
-    if (tree.Find(link->NodeA.AsDouble()) >= 0 && tree.Find(link->NodeB.AsDouble()) >= 0) continue;
+    if (lookup.Find(link->NodeA.AsDouble()) >= 0 && lookup.Find(link->NodeB.AsDouble()) >= 0)
+      continue;
     link->LinkCode = FeatureCode{};
     ++counts->killed;
     if (!links.Write(i)) {

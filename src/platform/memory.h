@@ -17,6 +17,9 @@ bool FreePages(void* block);
 // Size of the block's region in bytes, rounded up to whole pages; 0 for null or unknown.
 uint64_t PagesSize(const void* block);
 
+// Bytes of the blocks that were not given back, rounded up to whole pages.
+uint64_t PagesInUse();
+
 struct MemoryStatus {
   uint64_t total_physical;      // bytes
   uint64_t available_physical;  // bytes

@@ -548,7 +548,7 @@ int MM_CreateRightTurnWeight(WindowHandle owner, const char* control_file) {
 
   const int64_t node_count = nodes.count();
   PageArray<SlotBytes> weights;
-  const auto reserve = [&] { return weights.Allocate(static_cast<uint64_t>(node_count) + 10); };
+  const auto reserve = [&] { return weights.Allocate(node_count + 10); };
   if (!reserve() && !(node_links.Shrink() && reserve()) && !(nodes.Shrink() && reserve())) {
     // The number has always been smaller than the request, by 64.
     return Fail(owner, "Can't allocate the memory for the RtWeight, size=%lld",

@@ -58,9 +58,9 @@ class DataOrder {
       return a.Offset < b.Offset;
     };
     if (std::is_sorted(entries, entries + count, by_offset)) return true;
-    if (!places_.Allocate(static_cast<uint64_t>(count))) return false;
+    if (!places_.Allocate(count)) return false;
     for (int64_t i = 0; i < count; ++i) {
-      places_[static_cast<uint64_t>(i)] = {entries[i].Offset, static_cast<int32_t>(i)};
+      places_[i] = {entries[i].Offset, static_cast<int32_t>(i)};
     }
     SortRecords(places_.data(), count,
                 [](const DataPlace& place) { return static_cast<double>(place.offset); });
@@ -68,9 +68,7 @@ class DataOrder {
   }
 
   // Position in the index of the i-th entry.
-  int64_t PositionAt(int64_t i) const {
-    return places_ ? places_[static_cast<uint64_t>(i)].position : i;
-  }
+  int64_t PositionAt(int64_t i) const { return places_ ? places_[i].position : i; }
 
   // Number of the first entry from `first` on whose data begin at `offset` or later.
   int64_t FirstFrom(int64_t first, int64_t offset) const {
@@ -136,7 +134,7 @@ int64_t TakeWindows(int64_t limit, PageArray<char>* buffer, DataWindow (&windows
   for (int64_t step = kWindowStep; step >= kLeastStep; step /= 2) {
     const int64_t size = std::min(limit, step + kMaxShapeSize);
     if (size == refused) continue;
-    if (!buffer->Allocate(2 * static_cast<uint64_t>(size))) {
+    if (!buffer->Allocate(2 * size)) {
       refused = size;
       continue;
     }
@@ -181,7 +179,7 @@ struct ShapeAccess {
       return Fail(owner, holder, kFileError, "Can't open / read the shape index DBL (%s) !",
                   index_path.c_str());
     }
-    holder->tree_.Build(holder->index_.data(), holder->entry_count_);
+    holder->lookup_.Build(holder->index_.data(), holder->entry_count_);
 
     data->path = PathIn(folder, kShapeDataFile);
     data->size = FileSize(data->path.c_str());
@@ -221,13 +219,13 @@ struct ShapeAccess {
     const int64_t count = holder->entry_count_;
     // The memory operation is for machines that have room for all points.
     PageArray<ShapePoint> all_points;
-    if (memory_mode != 0 && !all_points.Allocate(static_cast<uint64_t>(holder->point_count_))) {
+    if (memory_mode != 0 && !all_points.Allocate(holder->point_count_)) {
       return FailShapeData(owner, holder, data, FileResult::kNoMemory);
     }
     all_points.Free();
     PageArray<char> buffer;
     DataOrder order;
-    if (!holder->ends_.Allocate(static_cast<uint64_t>(count)) || !order.Make(entries, count)) {
+    if (!holder->ends_.Allocate(count) || !order.Make(entries, count)) {
       return FailShapeData(owner, holder, data, FileResult::kNoMemory);
     }
     DataWindow windows[2];
@@ -251,8 +249,7 @@ struct ShapeAccess {
       workers.StartRanges(behind - first, kEntriesOfPart, [&, first](int64_t begin, int64_t end) {
         for (int64_t i = first + begin; i < first + end; ++i) {
           const int64_t position = order.PositionAt(i);
-          TakeEnds(window, memory_mode, &entries[position],
-                   &holder->ends_[static_cast<uint64_t>(position)]);
+          TakeEnds(window, memory_mode, &entries[position], &holder->ends_[position]);
         }
       });
       if (!is_last) ReadNextWindow(file, window, limit, &windows[1 - current]);
@@ -267,7 +264,7 @@ struct ShapeAccess {
     const ShapeIndexEntry* const entries = holder.index_.data();
     int64_t next = 0;  // where the shape of the next code is likely to be
     for (int64_t i = 0; i < count; ++i) {
-      const int64_t found = holder.tree_.FindFrom(codes[i].AsDouble(), next);
+      const int64_t found = holder.lookup_.FindFrom(codes[i].AsDouble(), next);
       positions[i] = found < 0 || entries[found].Count < 2 ? -1 : static_cast<int32_t>(found);
       if (found >= 0) next = found + 1;
     }
@@ -275,7 +272,7 @@ struct ShapeAccess {
 
   static void Close(ShapeHolder* holder) {
     holder->entry_count_ = 0;
-    holder->tree_ = KeyTree();
+    holder->lookup_ = CodeLookup();
     holder->index_.Free();
     holder->point_count_ = 0;
     holder->points_.Free();

@@ -3,8 +3,8 @@
 
 #include <cstdint>
 
+#include "frd/code_lookup.h"
 #include "frd/control.h"
-#include "frd/key_tree.h"
 #include "frd/memory.h"
 #include "frd/parallel.h"
 #include "frd/progress.h"
@@ -42,11 +42,11 @@ class ShapeHolder {
   const ShapeIndexEntry* entries() const { return index_.data(); }
 
   // The ends of the shape at a position of SHAPE_FindShapeEnds.
-  const ShapeEnds& ends(int32_t position) const { return ends_[static_cast<uint64_t>(position)]; }
+  const ShapeEnds& ends(int32_t position) const { return ends_[position]; }
 
   // Frees the index once the positions of all shapes are known: only ends() works from then on.
   void FreeIndex() {
-    tree_ = KeyTree();
+    lookup_ = CodeLookup();
     index_.Free();
     entry_count_ = 0;
   }
@@ -57,7 +57,7 @@ class ShapeHolder {
 
   int32_t entry_count_ = 0;
   PageArray<ShapeIndexEntry> index_;
-  KeyTree tree_;  // over the index
+  CodeLookup lookup_;  // over the index
   int32_t point_count_ = 0;
   PageArray<ShapePoint> points_;  // SHAPE_OpenShape, memory mode
   platform::File data_file_;      // SHAPE_OpenShape, file mode

@@ -5,12 +5,12 @@
 #include <cstdarg>
 #include <string_view>
 
+#include "frd/cancellable.h"
 #include "frd/cp932.h"
 #include "frd/fields.h"
 #include "frd/files.h"
 #include "frd/keyed_table.h"
 #include "frd/line_source.h"
-#include "frd/long_pass.h"
 #include "frd/mif_text.h"
 #include "frd/record_stream.h"
 #include "frd/source_report.h"
@@ -551,7 +551,7 @@ int LoadIndex(const char* path, PageArray<ShapeIndexEntry>* entries, int64_t* co
   }
   const int64_t size = file.Size();
   *count = size < 0 ? 0 : size / static_cast<int64_t>(sizeof(ShapeIndexEntry));
-  if (!entries->Allocate(static_cast<uint64_t>(*count))) {
+  if (!entries->Allocate(*count)) {
     return ReportShapeError(nullptr, ShapeBox::kTaskModal, "Memory Error in SHAPE_FinishShapeIndex",
                             "Can't allocate the memory for the Index size=%lld",
                             static_cast<long long>(size));

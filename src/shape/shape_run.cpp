@@ -20,16 +20,16 @@ int RunShapeSource(const char* control_file, int code_length, const ShapeSource&
 
   PageArray<char> folder;
   PageArray<PathText> paths;
-  if (!folder.Allocate(kPathSize) || !paths.Allocate(static_cast<uint64_t>(cs.FileCount))) {
+  if (!folder.Allocate(kPathSize) || !paths.Allocate(cs.FileCount)) {
     return ReportShapeError(nullptr, ShapeBox::kTaskModal, "Memory Error in BRN_CreateShape",
                             "Can't initialize the CS structure !");
   }
   BRN_GetCalcMapDir(control_file, folder.data());
   for (int32_t i = 0; i < cs.FileCount; ++i) {
-    paths[static_cast<uint64_t>(i)] = ControlFile(control_file, source.section, i + 1);
+    paths[i] = ControlFile(control_file, source.section, i + 1);
     // The builder stops at a file without a name. The names behind it are not needed, and a
     // nonsense FILENUM does not cost the time to look for them all.
-    if (paths[static_cast<uint64_t>(i)].text[0] == 0) break;
+    if (paths[i].text[0] == 0) break;
   }
   cs.Folder = folder.data();
   cs.Paths = paths.data();

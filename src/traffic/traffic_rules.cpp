@@ -5,8 +5,8 @@
 #include <limits>
 #include <span>
 
+#include "frd/code_lookup.h"
 #include "frd/control.h"
-#include "frd/key_tree.h"
 #include "frd/keyed_table.h"
 #include "frd/log.h"
 #include "frd/memory.h"
@@ -52,31 +52,31 @@ struct Network {
   int64_t turn_count = 0;  // nodes that have turn bytes
   const KeyedRecord* node_index = nullptr;
   const KeyedRecord* link_index = nullptr;
-  KeyTree node_tree;
-  KeyTree link_tree;
+  CodeLookup node_lookup;
+  CodeLookup link_lookup;
 
   // Record number of a node or link, -1 when the code is not given or unknown. `hint` is where in
   // the index it may stand.
   int64_t FindNode(FeatureCode code, int64_t hint) const {
-    return Find(node_tree, node_index, node_count, code, &hint);
+    return Find(node_lookup, node_index, node_count, code, &hint);
   }
   // The hint goes on to what stands behind the link found.
   int64_t FindLink(FeatureCode code, int64_t* hint) const {
-    return Find(link_tree, link_index, link_count, code, hint);
+    return Find(link_lookup, link_index, link_count, code, hint);
   }
 
   // What FRD_FindByKey finds.
-  static int64_t Find(const KeyTree& tree, const KeyedRecord* index, int64_t limit,
+  static int64_t Find(const CodeLookup& lookup, const KeyedRecord* index, int64_t limit,
                       FeatureCode code, int64_t* hint) {
     if (code.IsEmpty()) return -1;
-    const int64_t found = tree.FindFrom(code.AsDouble(), *hint);
+    const int64_t found = lookup.FindFrom(code.AsDouble(), *hint);
     if (found < 0) return -1;
     *hint = found + 1;
     const int64_t number = index[found].value;
     return number < limit ? number : -1;
   }
 
-  const EndNodes& LinkAt(int64_t link) const { return links[static_cast<uint64_t>(link)]; }
+  const EndNodes& LinkAt(int64_t link) const { return links[link]; }
 
   // True when the number is that of a node whose slots and turn bytes are there.
   bool HasTurns(int64_t node) const { return node >= 0 && node < node_count && node < turn_count; }
@@ -104,8 +104,7 @@ int LoadNeighbours(WindowHandle owner, const char* folder, Workers& workers, Net
   const int64_t count = blocks.count();
   // Room for all slots: pages that nothing is written to cost no memory.
   const auto reserve = [&] {
-    return network->starts.Allocate(static_cast<uint64_t>(count) + 1) &&
-           network->neighbours.Allocate(static_cast<uint64_t>(count) * kSlots);
+    return network->starts.Allocate(count + 1) && network->neighbours.Allocate(count * kSlots);
   };
   if (!reserve() && !(blocks.Shrink() && reserve())) return ReportNoMemory(owner, file.path);
   network->node_count = count;
@@ -142,7 +141,7 @@ int LoadLinks(WindowHandle owner, const char* folder, Network* network) {
     return 0;
   }
   BlockReader& blocks = file.blocks;
-  if (!network->links.Allocate(static_cast<uint64_t>(blocks.count()))) {
+  if (!network->links.Allocate(blocks.count())) {
     return ReportNoMemory(owner, file.path);
   }
   network->link_count = blocks.count();
@@ -171,10 +170,10 @@ int LoadNetwork(WindowHandle owner, const char* folder, Workers& workers, Networ
   // The tables for look-ups save time only: they leave what the blocks of the stores need at least.
   WorkBuffer<char> for_stores;
   for_stores.Take(kRoomForStores);
-  network->node_tree.Build(
+  network->node_lookup.Build(
       network->node_index,
       std::min(network->node_count, network->node_index_file.count<KeyedRecord>()));
-  network->link_tree.Build(
+  network->link_lookup.Build(
       network->link_index,
       std::min(network->link_count, network->link_index_file.count<KeyedRecord>()));
   return 1;

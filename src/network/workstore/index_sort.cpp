@@ -1,7 +1,7 @@
 #include "network/workstore/index_sort.h"
 
+#include "frd/cancellable.h"
 #include "frd/control.h"
-#include "frd/long_pass.h"
 
 namespace zatlib {
 namespace {

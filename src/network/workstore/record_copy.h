@@ -5,9 +5,9 @@
 #include <cstdint>
 #include <utility>
 
+#include "frd/cancellable.h"
 #include "frd/control.h"
 #include "frd/line_source.h"
-#include "frd/long_pass.h"
 #include "frd/record_stream.h"
 #include "frd/record_writer.h"
 #include "frd/source_report.h"

@@ -69,6 +69,12 @@ uint64_t PagesSize(const void* block) {
   return found == blocks.sizes.end() ? 0 : found->second;
 }
 
+uint64_t PagesInUse() {
+  Blocks& blocks = Table();
+  const std::lock_guard<std::mutex> guard(blocks.mutex);
+  return blocks.total;
+}
+
 MemoryStatus GetMemoryStatus() {
   struct sysinfo info {};
   MemoryStatus status{};

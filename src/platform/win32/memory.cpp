@@ -49,6 +49,8 @@ uint64_t PagesSize(const void* block) {
   return region.RegionSize;
 }
 
+uint64_t PagesInUse() { return g_total; }
+
 MemoryStatus GetMemoryStatus() {
   MEMORYSTATUS info{};
   info.dwLength = sizeof info;

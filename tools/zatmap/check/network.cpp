@@ -25,7 +25,7 @@ bool Saturates(uint16_t length, uint16_t speed, int limit) {
 
 template <typename Item>
 void Network::Index(std::vector<Item>& items, int code_column, std::vector<KeyedRecord>* index,
-                    zatlib::KeyTree* tree) {
+                    zatlib::CodeLookup* tree) {
   const double reserved = zatlib::DummyLinkCode(0, code_length_).AsDouble();
   index->reserve(items.size());
   for (size_t i = 0; i < items.size(); ++i) {
@@ -71,7 +71,7 @@ bool Network::IndexLinks() {
   return !link_index_.empty();
 }
 
-int32_t Network::Find(const std::vector<KeyedRecord>& index, const zatlib::KeyTree& tree,
+int32_t Network::Find(const std::vector<KeyedRecord>& index, const zatlib::CodeLookup& tree,
                       FeatureCode code) const {
   if (code.IsEmpty()) return -1;
   const int64_t found = tree.Find(code.AsDouble());

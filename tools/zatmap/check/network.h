@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "check/findings.h"
-#include "frd/key_tree.h"
+#include "frd/code_lookup.h"
 #include "frd/keyed_table.h"
 #include "network/workstore/feature_code.h"
 #include "network/workstore/work_stores.h"
@@ -115,8 +115,8 @@ class Network {
  private:
   template <typename Item>
   void Index(std::vector<Item>& items, int code_column, std::vector<zatlib::KeyedRecord>* index,
-             zatlib::KeyTree* tree);
-  int32_t Find(const std::vector<zatlib::KeyedRecord>& index, const zatlib::KeyTree& tree,
+             zatlib::CodeLookup* tree);
+  int32_t Find(const std::vector<zatlib::KeyedRecord>& index, const zatlib::CodeLookup& tree,
                zatlib::FeatureCode code) const;
   void MarkParallelLinks();
   void CheckSlots(CheckedNode& node, int32_t number);
@@ -127,8 +127,8 @@ class Network {
   Bounds bounds_;
   std::vector<zatlib::KeyedRecord> node_index_;
   std::vector<zatlib::KeyedRecord> link_index_;
-  zatlib::KeyTree node_tree_;
-  zatlib::KeyTree link_tree_;
+  zatlib::CodeLookup node_tree_;
+  zatlib::CodeLookup link_tree_;
 };
 
 }  // namespace zatmap::check

@@ -1,4 +1,4 @@
-#include "frd/key_tree.h"
+#include "frd/code_lookup.h"
 
 #include <algorithm>
 
@@ -11,11 +11,11 @@ constexpr double kWholeLimit = 9007199254740992.0;  // 2^53; below it doubles ho
 
 }  // namespace
 
-int64_t KeyTree::FindPlain(double key) const {
+int64_t CodeLookup::FindPlain(double key) const {
   return FindNarrowed(count_, key, [this](int64_t i) { return KeyAt(i); });
 }
 
-int64_t KeyTree::FindCrowded(uint32_t offset, double key) const {
+int64_t CodeLookup::FindCrowded(uint32_t offset, double key) const {
   Stretch stretch;
   std::memcpy(&stretch, storage_.data() + offset, sizeof stretch);
   if (!(key >= stretch.first && key <= stretch.last)) return -1;
@@ -36,8 +36,8 @@ int64_t KeyTree::FindCrowded(uint32_t offset, double key) const {
 
 // Sets starts[0] to starts[slots] for the records `begin` to `end`.
 template <typename Settled>
-bool KeyTree::FillStarts(uint32_t* starts, uint32_t slots, int64_t begin, int64_t end,
-                         uint64_t base, double scale, Settled settled) {
+bool CodeLookup::FillStarts(uint32_t* starts, uint32_t slots, int64_t begin, int64_t end,
+                            uint64_t base, double scale, Settled settled) {
   size_t filled = 0;  // starts that are set
   for (int64_t i = begin; i < end; ++i) {
     const double key = KeyAt(i);
@@ -49,7 +49,7 @@ bool KeyTree::FillStarts(uint32_t* starts, uint32_t slots, int64_t begin, int64_
   return true;
 }
 
-void KeyTree::Build(const void* table, size_t stride, int64_t count) {
+void CodeLookup::Build(const void* table, size_t stride, int64_t count) {
   table_ = static_cast<const char*>(table);
   stride_ = stride;
   count_ = count;
@@ -61,7 +61,7 @@ void KeyTree::Build(const void* table, size_t stride, int64_t count) {
   const auto slots = static_cast<uint32_t>(count / kRecordsPerSlot);
   const int64_t stretches = count / (kCrowd + 1) + 1;
   const int64_t room = slots + 1 + stretches * (kStretchSize + 2) + count / kRecordsPerSlot;
-  if (!storage_.Allocate(static_cast<uint64_t>(room))) return;
+  if (!storage_.Allocate(room)) return;
   first_ = KeyAt(0);
   last_ = KeyAt(count - 1);
   by_value_ = first_ >= 0.0 && last_ >= 1.0 && last_ <= kWholeLimit;

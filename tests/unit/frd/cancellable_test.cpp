@@ -1,4 +1,4 @@
-#include "frd/long_pass.h"
+#include "frd/cancellable.h"
 
 #include <algorithm>
 #include <bit>
@@ -10,13 +10,13 @@
 namespace zatlib {
 namespace {
 
-class LongPassTest : public test::LibraryTest {
+class CancellableTest : public test::LibraryTest {
  protected:
-  LongPassTest() {
+  CancellableTest() {
     g_silent = 0;
     FRD_SetCancelled(false);
   }
-  ~LongPassTest() override {
+  ~CancellableTest() override {
     g_silent = 1;
     FRD_SetCancelled(false);
   }
@@ -30,7 +30,7 @@ std::vector<double> Descending(int64_t count) {
   return values;
 }
 
-TEST_F(LongPassTest, LooksAtTheEndOfEveryInterval) {
+TEST_F(CancellableTest, LooksAtTheEndOfEveryInterval) {
   FRD_SetCancelled(true);
   EXPECT_FALSE(CancelledAt(0));
   EXPECT_FALSE(CancelledAt(65534));
@@ -43,7 +43,7 @@ TEST_F(LongPassTest, LooksAtTheEndOfEveryInterval) {
   EXPECT_FALSE(CancelledAt(65535));
 }
 
-TEST_F(LongPassTest, SilentRunsAreNotCancelled) {
+TEST_F(CancellableTest, SilentRunsAreNotCancelled) {
   FRD_SetCancelled(true);
   g_silent = 1;
   EXPECT_FALSE(CancelledAt(65535));
@@ -53,7 +53,7 @@ TEST_F(LongPassTest, SilentRunsAreNotCancelled) {
   EXPECT_EQ(values.back(), 3000000.0);
 }
 
-TEST_F(LongPassTest, SortsWhatSortRecordsSorts) {
+TEST_F(CancellableTest, SortsWhatSortRecordsSorts) {
   for (const int64_t count : {int64_t{0}, int64_t{1}, int64_t{1000}, int64_t{200000}}) {
     std::vector<double> values = Descending(count);
     EXPECT_EQ(SortUnlessCancelled(values.data(), count, ValueOf), 1);
@@ -63,7 +63,7 @@ TEST_F(LongPassTest, SortsWhatSortRecordsSorts) {
   }
 }
 
-TEST_F(LongPassTest, LooksOnceForABlockThatAnIntervalEndsIn) {
+TEST_F(CancellableTest, LooksOnceForABlockThatAnIntervalEndsIn) {
   FRD_SetCancelled(true);
   EXPECT_FALSE(CancelledWithin(0, 65535));
   EXPECT_TRUE(CancelledWithin(0, 65536));
@@ -76,7 +76,7 @@ TEST_F(LongPassTest, LooksOnceForABlockThatAnIntervalEndsIn) {
   EXPECT_FALSE(CancelledWithin(0, 65536));
 }
 
-TEST_F(LongPassTest, KeysInAnyOrderAreSortedOnAnyNumberOfThreads) {
+TEST_F(CancellableTest, KeysInAnyOrderAreSortedOnAnyNumberOfThreads) {
   constexpr int64_t kCount = 500000;
   constexpr int64_t kPrime = 500009;  // i x 7919 modulo a prime takes every value once
   // Codes in a row, codes of areas, the bits of integers, values of both signs, most keys in one
@@ -101,7 +101,7 @@ TEST_F(LongPassTest, KeysInAnyOrderAreSortedOnAnyNumberOfThreads) {
   SetThreadCount(0);
 }
 
-TEST_F(LongPassTest, ManyEqualKeysAreSorted) {
+TEST_F(CancellableTest, ManyEqualKeysAreSorted) {
   std::vector<double> values;
   for (int64_t i = 0; i < 1500000; ++i)
     values.push_back(i % 3 == 0 ? 1e14 : static_cast<double>(i % 2));
@@ -111,7 +111,7 @@ TEST_F(LongPassTest, ManyEqualKeysAreSorted) {
   EXPECT_EQ(std::count(values.begin(), values.end(), 0.0), 500000);
 }
 
-TEST_F(LongPassTest, ALongSortStopsWhenTheUserCancels) {
+TEST_F(CancellableTest, ALongSortStopsWhenTheUserCancels) {
   std::vector<double> values = Descending(3000000);
   FRD_SetCancelled(true);
   EXPECT_EQ(SortUnlessCancelled(values.data(), 3000000, ValueOf), 0);

@@ -13,9 +13,9 @@
 
 namespace zatlib {
 
-class KeyTree {
+class CodeLookup {
  public:
-  KeyTree() = default;
+  CodeLookup() = default;
 
   // Takes a table of `count` records of `stride` bytes, sorted ascending by the double at the
   // start of each. The table must stay where it is and as it is. Without memory for the starts

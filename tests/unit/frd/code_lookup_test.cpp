@@ -1,4 +1,4 @@
-#include "frd/key_tree.h"
+#include "frd/code_lookup.h"
 
 #include <gtest/gtest.h>
 
@@ -46,9 +46,9 @@ int64_t Narrow(const std::vector<double>& keys, double key) {
 void ExpectWhatAScanFinds(const std::vector<double>& keys,
                           int64_t (*scan)(const std::vector<double>&, double) = Scan) {
   const auto count = static_cast<int64_t>(keys.size());
-  KeyTree tree;
-  tree.Build(keys.data(), count);
-  EXPECT_EQ(tree.count(), count);
+  CodeLookup lookup;
+  lookup.Build(keys.data(), count);
+  EXPECT_EQ(lookup.count(), count);
   std::vector<double> asked = {0.0,
                                -0.0,
                                1.0,
@@ -67,24 +67,24 @@ void ExpectWhatAScanFinds(const std::vector<double>& keys,
   int64_t hint = 0;
   for (const double key : asked) {
     const int64_t expected = scan(keys, key);
-    ASSERT_EQ(tree.Find(key), expected) << key << " of " << count;
+    ASSERT_EQ(lookup.Find(key), expected) << key << " of " << count;
     for (const int64_t from : {hint, expected, expected - 3, int64_t{-1}, count - 1, count + 5}) {
-      ASSERT_EQ(tree.FindFrom(key, from), expected) << key << " from " << from;
+      ASSERT_EQ(lookup.FindFrom(key, from), expected) << key << " from " << from;
     }
     hint = expected + 1;
   }
 }
 
-TEST(KeyTree, HoldsNothingAtFirst) {
-  KeyTree tree;
-  EXPECT_EQ(tree.count(), 0);
-  EXPECT_EQ(tree.Find(0.0), -1);
-  EXPECT_EQ(tree.FindFrom(0.0, 0), -1);
-  tree.Build(static_cast<const double*>(nullptr), 0);
-  EXPECT_EQ(tree.Find(0.0), -1);
+TEST(CodeLookup, HoldsNothingAtFirst) {
+  CodeLookup lookup;
+  EXPECT_EQ(lookup.count(), 0);
+  EXPECT_EQ(lookup.Find(0.0), -1);
+  EXPECT_EQ(lookup.FindFrom(0.0, 0), -1);
+  lookup.Build(static_cast<const double*>(nullptr), 0);
+  EXPECT_EQ(lookup.Find(0.0), -1);
 }
 
-TEST(KeyTree, FindsCodesInARow) {
+TEST(CodeLookup, FindsCodesInARow) {
   for (const int count : {1, 2, 7, 8, 9, 10, 31, 33, 511, 512, 513, 5000}) {
     std::vector<double> decimal;
     std::vector<double> integer;
@@ -100,7 +100,7 @@ TEST(KeyTree, FindsCodesInARow) {
   }
 }
 
-TEST(KeyTree, FindsCodesMadeOfAreaAndNumber) {
+TEST(CodeLookup, FindsCodesMadeOfAreaAndNumber) {
   std::vector<double> decimal;
   std::vector<double> integer;
   for (int area = 1; area < 48; area += 3) {
@@ -113,7 +113,7 @@ TEST(KeyTree, FindsCodesMadeOfAreaAndNumber) {
   ExpectWhatAScanFinds(integer);
 }
 
-TEST(KeyTree, FindsACrowdWithinACrowd) {
+TEST(CodeLookup, FindsACrowdWithinACrowd) {
   // One far code, so that all others share a slot, and most of these share one of that slot's.
   std::vector<double> keys;
   for (int i = 0; i < 300; ++i) keys.push_back(1.0 + i * 1e-9);
@@ -122,7 +122,7 @@ TEST(KeyTree, FindsACrowdWithinACrowd) {
   ExpectWhatAScanFinds(keys);
 }
 
-TEST(KeyTree, FindsKeysOfEverySizeAndSign) {
+TEST(CodeLookup, FindsKeysOfEverySizeAndSign) {
   std::vector<double> keys = {-std::numeric_limits<double>::infinity(), -1e308, -3.5, -1e-310,
                               std::numeric_limits<double>::infinity(),  1e308,  3.5,  5e-324};
   for (int i = -30; i < 30; ++i) keys.push_back(std::ldexp(1.0, i * 30));
@@ -131,7 +131,7 @@ TEST(KeyTree, FindsKeysOfEverySizeAndSign) {
   ExpectWhatAScanFinds(keys);
 }
 
-TEST(KeyTree, TakesEitherZeroForTheOther) {
+TEST(CodeLookup, TakesEitherZeroForTheOther) {
   for (const double zero : {0.0, -0.0}) {
     std::vector<double> decimal = {zero};
     std::vector<double> integer = {zero};
@@ -149,7 +149,7 @@ TEST(KeyTree, TakesEitherZeroForTheOther) {
   }
 }
 
-TEST(KeyTree, OfEqualKeysTheNarrowingDecides) {
+TEST(CodeLookup, OfEqualKeysTheNarrowingDecides) {
   for (const int copies : {2, 3, 40, 600, 1500}) {
     std::vector<double> keys;
     for (int i = 0; i < 3000; ++i) keys.push_back(1e13 + i / copies);
@@ -159,7 +159,7 @@ TEST(KeyTree, OfEqualKeysTheNarrowingDecides) {
   ExpectWhatAScanFinds(std::vector<double>(20, 0.0));
 }
 
-TEST(KeyTree, ATableOutOfOrderIsNarrowedLikeAnyOther) {
+TEST(CodeLookup, ATableOutOfOrderIsNarrowedLikeAnyOther) {
   std::vector<double> keys;
   for (int i = 0; i < 2000; ++i) keys.push_back((i * 7919) % 2003);
   ExpectWhatAScanFinds(keys, Narrow);
@@ -168,7 +168,7 @@ TEST(KeyTree, ATableOutOfOrderIsNarrowedLikeAnyOther) {
   ExpectWhatAScanFinds(keys, Narrow);
 }
 
-TEST(KeyTree, KeysThatAreNoNumbersLeaveItToNarrowing) {
+TEST(CodeLookup, KeysThatAreNoNumbersLeaveItToNarrowing) {
   const double none = std::numeric_limits<double>::quiet_NaN();
   for (const size_t at : {size_t{0}, size_t{700}, size_t{1999}}) {
     std::vector<double> keys;
@@ -178,45 +178,45 @@ TEST(KeyTree, KeysThatAreNoNumbersLeaveItToNarrowing) {
   }
 }
 
-TEST(KeyTree, ReadsTheKeyAtTheStartOfARecord) {
+TEST(CodeLookup, ReadsTheKeyAtTheStartOfARecord) {
   struct Record {
     double key;
     char rest[88];
   };
   std::vector<Record> records;
   for (int i = 0; i < 1000; ++i) records.push_back({1e13 + i * i, {}});
-  KeyTree tree;
-  tree.Build(records.data(), 1000);
+  CodeLookup lookup;
+  lookup.Build(records.data(), 1000);
   for (int i = 0; i < 1000; ++i) {
-    ASSERT_EQ(tree.Find(1e13 + i * i), i);
-    ASSERT_EQ(tree.FindFrom(1e13 + i * i, i - 1), i);
+    ASSERT_EQ(lookup.Find(1e13 + i * i), i);
+    ASSERT_EQ(lookup.FindFrom(1e13 + i * i, i - 1), i);
   }
-  EXPECT_EQ(tree.Find(1e13 + 2), -1);
+  EXPECT_EQ(lookup.Find(1e13 + 2), -1);
 }
 
-TEST(KeyTree, FindsWithoutMemoryToo) {
+TEST(CodeLookup, FindsWithoutMemoryToo) {
   std::vector<double> keys;
   for (int i = 0; i < 5000; ++i) keys.push_back(1e13 + i);
   platform::ArmFault(platform::Operation::kAllocate, 1, true);
-  KeyTree tree;
-  tree.Build(keys.data(), 5000);
+  CodeLookup lookup;
+  lookup.Build(keys.data(), 5000);
   platform::ClearFaults();
-  EXPECT_EQ(tree.Find(1e13 + 4321), 4321);
-  EXPECT_EQ(tree.FindFrom(1e13 + 4321, 4320), 4321);
-  EXPECT_EQ(tree.Find(1e13 + 5000), -1);
+  EXPECT_EQ(lookup.Find(1e13 + 4321), 4321);
+  EXPECT_EQ(lookup.FindFrom(1e13 + 4321, 4320), 4321);
+  EXPECT_EQ(lookup.Find(1e13 + 5000), -1);
 }
 
-TEST(KeyTree, CanBeBuiltAnew) {
+TEST(CodeLookup, CanBeBuiltAnew) {
   std::vector<double> keys;
   for (int i = 0; i < 5000; ++i) keys.push_back(1e13 + i);
-  KeyTree tree;
-  tree.Build(keys.data(), 5000);
-  tree.Build(keys.data() + 1000, 2);
-  EXPECT_EQ(tree.count(), 2);
-  EXPECT_EQ(tree.Find(1e13 + 1001), 1);
-  EXPECT_EQ(tree.Find(1e13), -1);
-  tree = KeyTree();
-  EXPECT_EQ(tree.Find(1e13 + 1001), -1);
+  CodeLookup lookup;
+  lookup.Build(keys.data(), 5000);
+  lookup.Build(keys.data() + 1000, 2);
+  EXPECT_EQ(lookup.count(), 2);
+  EXPECT_EQ(lookup.Find(1e13 + 1001), 1);
+  EXPECT_EQ(lookup.Find(1e13), -1);
+  lookup = CodeLookup();
+  EXPECT_EQ(lookup.Find(1e13 + 1001), -1);
 }
 
 }  // namespace
