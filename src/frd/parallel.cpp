@@ -1,15 +1,14 @@
 #include "frd/parallel.h"
 
 #include <algorithm>
+#include <array>
 #include <atomic>
 #include <condition_variable>
 #include <mutex>
-#include <new>
-#include <system_error>
 #include <thread>
-#include <vector>
 
 #include "platform/float_mode.h"
+#include "platform/thread.h"
 
 namespace zatlib {
 namespace {
@@ -39,23 +38,17 @@ struct Workers::State {
   size_t inside = 0;  // threads at work in it
   bool ending = false;
   bool threads_begun = false;
-  std::vector<std::thread> threads;
+  std::array<platform::Thread, kMaxThreads - 1> threads;
+  size_t thread_count = 0;  // of them there are
 
   // Begins the threads, once.
   void BeginThreads() {
     if (threads_begun) return;
     threads_begun = true;
     const auto helpers = static_cast<size_t>(ThreadCount() - 1);
-    try {
-      threads.reserve(helpers);
-      while (threads.size() < helpers) {
-        threads.emplace_back([this] { Serve(); });
-      }
-    } catch (const std::system_error&) {
-      // The threads there are will do.
-    } catch (const std::bad_alloc&) {
-      // So they will.
-    }
+    const auto serve = [](void* state) { static_cast<State*>(state)->Serve(); };
+    // Where there are no more, the threads there are will do.
+    while (thread_count < helpers && threads[thread_count].Start(serve, this)) ++thread_count;
   }
 
   void WorkOff() {
@@ -89,7 +82,7 @@ Workers::~Workers() {
     state_->ending = true;
   }
   state_->begun.notify_all();
-  for (std::thread& thread : state_->threads) thread.join();
+  for (size_t i = 0; i < state_->thread_count; ++i) state_->threads[i].Join();
 }
 
 void Workers::Start(int64_t parts, std::function<void(int64_t)> body) {

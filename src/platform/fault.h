@@ -1,7 +1,7 @@
 // The seam through which a test makes the platform fail: every open, read, write, seek and flush of
-// a file, every read or write of an INI value and every allocation or release of pages asks here
-// first, inside the back ends. In normal use nothing is armed and a question costs one load of a
-// flag.
+// a file, every read or write of an INI value, every allocation or release of pages and every start
+// of a worker thread asks here first, inside the back ends. In normal use nothing is armed and a
+// question costs one load of a flag.
 #pragma once
 
 #include <cstdint>
@@ -19,6 +19,7 @@ enum class Operation {
   kFree,
   kReadValue,
   kWriteValue,
+  kThread,
   kCount
 };
 

@@ -3,6 +3,11 @@
 #include <map>
 #include <set>
 
+#ifdef __GLIBC__
+#include <malloc.h>
+#endif
+
+#include "frd/parallel.h"
 #include "platform/memory.h"
 #include "small_build.h"
 
@@ -162,6 +167,40 @@ TEST_P(MemoryLimits, WhatTheTrialTriedIsEnough) {
     EXPECT_EQ(choices.count("*** file operation ***"), 1u);
   }
 }
+
+#ifdef __GLIBC__
+// The memory that threads take for a heap of their own is 64 MiB of the address space for each,
+// and is never given back: under a limit of the address space what was tried would not be there.
+class ThreadHeapsDeathTest : public MemoryLimits {
+ protected:
+  static int Heaps() {
+    char* text = nullptr;
+    size_t size = 0;
+    FILE* stream = ::open_memstream(&text, &size);
+    if (stream == nullptr || ::malloc_info(0, stream) != 0) return -1;
+    std::fclose(stream);
+    int heaps = 0;
+    for (const char* at = text; (at = std::strstr(at, "<heap nr=")) != nullptr; ++at) ++heaps;
+    std::free(text);
+    return heaps;
+  }
+};
+
+INSTANTIATE_TEST_SUITE_P(Networks, ThreadHeapsDeathTest, ::testing::Values(Size{20011, 1}));
+
+TEST_P(ThreadHeapsDeathTest, TheThreadsOfABuildHaveNone) {
+  // In a process of its own, since heaps of earlier threads would be used again.
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  const auto build_on_four_threads = [this] {
+    MakeStores();
+    SetThreadCount(4);
+    const int result = Build(0);
+    std::exit(result == 1 ? Heaps() : 100);
+  };
+  EXPECT_EXIT(build_on_four_threads(), ::testing::ExitedWithCode(1), "");
+  GTEST_FLAG_SET(death_test_style, "fast");
+}
+#endif
 
 }  // namespace
 }  // namespace zatlib::test

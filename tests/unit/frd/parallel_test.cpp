@@ -7,7 +7,9 @@
 #include <thread>
 #include <vector>
 
+#include "fault_each.h"
 #include "host_float_mode.h"
+#include "platform/fault.h"
 
 namespace zatlib {
 namespace {
@@ -72,6 +74,27 @@ TEST_P(ParallelTest, TheThreadsComputeByTheStandardWhateverTheCallersModeIs) {
   workers.Finish();
   EXPECT_EQ(good, others);
   EXPECT_TRUE(test::HostFloatMode::IsSet());
+}
+
+TEST_P(ParallelTest, WithoutThreadsTheCallerDoesEverything) {
+  // The third thread is refused, then every one.
+  for (const int64_t refused : {3, 1}) {
+    test::RunWithFault({platform::Operation::kThread, refused, true}, [&] {
+      Workers workers;
+      int64_t sum = 0;
+      std::atomic<int64_t> parts = 0;
+      const auto caller = std::this_thread::get_id();
+      workers.Run(1000, [&](int64_t part) {
+        ++parts;
+        if (std::this_thread::get_id() == caller) sum += part;
+      });
+      EXPECT_EQ(parts, 1000);
+      if (refused == 1) {
+        EXPECT_EQ(sum, 499500);  // 0 + 1 + ... + 999
+      }
+      return 0;
+    });
+  }
 }
 
 TEST_P(ParallelTest, ARunWithoutPartsIsNoRun) {
