@@ -21,6 +21,7 @@ constexpr NetworkColumns kColumns = {.node_code = msr::Droten::kCode,
                                      .link_code = msr::Dkukan::kCode,
                                      .node_a = msr::Dkukan::kNodeA,
                                      .node_b = msr::Dkukan::kNodeB,
+                                     .kind = msr::Dkukan::kKind,
                                      .length = msr::Dkukan::kLength,
                                      .speed_a = msr::Dkukan::kSpeedA,
                                      .speed_b = msr::Dkukan::kSpeedB};
@@ -110,21 +111,11 @@ void MsrCheck::Points() {
     }
     const int64_t records = ReadRows(data, msr::kPoints, [&](const Source& source, const Row& row) {
       PointRow(source, row);
-      CheckedNode& node = network.nodes.back();
-      if (has_mif && mif.NextPoint(&node.x, &node.y, &node.placed)) {
-        const Place here = mif.Here();
-        node.place_file = here.file;
-        node.place_record = static_cast<uint32_t>(here.record);
-      }
+      if (has_mif) TakePoint(mif, &network.nodes.back());
     });
     if (has_mif) mif.Close(records);
   }
-  if (!network.IndexNodes()) {
-    if (network.nodes_whole && !files.empty()) {
-      findings.Add(Kind::kNoRecords, {findings.File(files[0]), 0, 0, 0}, "no road point");
-    }
-    network.nodes_whole = false;
-  }
+  EndNodes(network, files, "no road point");
   network.CheckPlaces();
 }
 
@@ -145,42 +136,17 @@ void MsrCheck::SectionRow(const Source& source, const Row& row, zatlib::DefaultS
   const Numbers numbers =
       CheckedNumbers(source, row, msr::kSections,
                      {{Dkukan::kCity, Kind::kCityRange}, {Dkukan::kLength, Kind::kLengthRange}});
-  const int32_t kind = numbers[Dkukan::kKind];
-  if (kind >= zatlib::kDummyRoadKind) {
-    findings.Add(Kind::kKindReserved, source.Here(Dkukan::kKind), "kind %d", kind);
-  }
-  link.length = static_cast<uint16_t>(numbers[Dkukan::kLength]);
+  TakeLinkNumbers(source, row, numbers, kColumns, defaults, &link);
   link.node_a = Code(source, row, area, Dkukan::kNodeA);
   link.node_b = Code(source, row, area, Dkukan::kNodeB);
-  const RowSpeeds speeds = SpeedsOf(row, Dkukan::kSpeedA, Dkukan::kSpeedB, defaults);
-  link.speed_a = speeds.a;
-  link.speed_b = speeds.b;
-  if (speeds.closed_a) link.marks |= kClosedOnA;
-  if (speeds.closed_b) link.marks |= kClosedOnB;
 }
 
 void MsrCheck::Sections() {
   section_files = control.Files("DKUKAN", true);
   from_mif = control.Int("DKUKAN", "MIFOUTPUT", 0) != 0;
   const zatlib::DefaultSpeeds defaults = control.Speeds();
-  for (size_t i = 0; i < section_files.size(); ++i) {
-    const int number = static_cast<int>(i + 1);
-    Source data(findings);
-    const bool open = from_mif ? control.OpenMid(data, "DKUKAN", number, section_files[i])
-                               : control.Open(data, "DKUKAN", number, section_files[i], false);
-    if (!open) {
-      network.links_whole = false;
-      continue;
-    }
-    ReadRows(data, msr::kSections,
-             [&](const Source& source, const Row& row) { SectionRow(source, row, defaults); });
-  }
-  if (!network.IndexLinks()) {
-    if (network.links_whole && !section_files.empty()) {
-      findings.Add(Kind::kNoRecords, {findings.File(section_files[0]), 0, 0, 0}, "no road section");
-    }
-    network.links_whole = false;
-  }
+  ReadLinks(control, network, msr::kSections, from_mif, section_files, "no road section",
+            [&](const Source& source, const Row& row) { SectionRow(source, row, defaults); });
 }
 
 void MsrCheck::Names() {

@@ -25,7 +25,7 @@ bool Saturates(uint16_t length, uint16_t speed, int limit) {
 
 template <typename Item>
 void Network::Index(std::vector<Item>& items, int code_column, std::vector<KeyedRecord>* index,
-                    zatlib::CodeLookup* tree) {
+                    zatlib::CodeLookup* lookup) {
   const double reserved = zatlib::DummyLinkCode(0, code_length_).AsDouble();
   index->reserve(items.size());
   for (size_t i = 0; i < items.size(); ++i) {
@@ -58,28 +58,28 @@ void Network::Index(std::vector<Item>& items, int code_column, std::vector<Keyed
     item.code = {};
   }
   index->resize(kept);
-  tree->Build(index->data(), static_cast<int64_t>(index->size()));
+  lookup->Build(index->data(), static_cast<int64_t>(index->size()));
 }
 
 bool Network::IndexNodes() {
-  Index(nodes, columns_.node_code, &node_index_, &node_tree_);
+  Index(nodes, columns_.node_code, &node_index_, &node_lookup_);
   return !node_index_.empty();
 }
 
 bool Network::IndexLinks() {
-  Index(links, columns_.link_code, &link_index_, &link_tree_);
+  Index(links, columns_.link_code, &link_index_, &link_lookup_);
   return !link_index_.empty();
 }
 
-int32_t Network::Find(const std::vector<KeyedRecord>& index, const zatlib::CodeLookup& tree,
+int32_t Network::Find(const std::vector<KeyedRecord>& index, const zatlib::CodeLookup& lookup,
                       FeatureCode code) const {
   if (code.IsEmpty()) return -1;
-  const int64_t found = tree.Find(code.AsDouble());
+  const int64_t found = lookup.Find(code.AsDouble());
   return found < 0 ? -1 : index[static_cast<size_t>(found)].value;
 }
 
-int32_t Network::FindNode(FeatureCode code) const { return Find(node_index_, node_tree_, code); }
-int32_t Network::FindLink(FeatureCode code) const { return Find(link_index_, link_tree_, code); }
+int32_t Network::FindNode(FeatureCode code) const { return Find(node_index_, node_lookup_, code); }
+int32_t Network::FindLink(FeatureCode code) const { return Find(link_index_, link_lookup_, code); }
 
 void Network::MarkParallelLinks() {
   struct Pair {

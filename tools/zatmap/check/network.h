@@ -20,6 +20,7 @@ struct NetworkColumns {
   int link_code;
   int node_a;
   int node_b;
+  int kind;
   int length;
   int speed_a;
   int speed_b;
@@ -115,8 +116,8 @@ class Network {
  private:
   template <typename Item>
   void Index(std::vector<Item>& items, int code_column, std::vector<zatlib::KeyedRecord>* index,
-             zatlib::CodeLookup* tree);
-  int32_t Find(const std::vector<zatlib::KeyedRecord>& index, const zatlib::CodeLookup& tree,
+             zatlib::CodeLookup* lookup);
+  int32_t Find(const std::vector<zatlib::KeyedRecord>& index, const zatlib::CodeLookup& lookup,
                zatlib::FeatureCode code) const;
   void MarkParallelLinks();
   void CheckSlots(CheckedNode& node, int32_t number);
@@ -127,8 +128,8 @@ class Network {
   Bounds bounds_;
   std::vector<zatlib::KeyedRecord> node_index_;
   std::vector<zatlib::KeyedRecord> link_index_;
-  zatlib::CodeLookup node_tree_;
-  zatlib::CodeLookup link_tree_;
+  zatlib::CodeLookup node_lookup_;
+  zatlib::CodeLookup link_lookup_;
 };
 
 }  // namespace zatmap::check

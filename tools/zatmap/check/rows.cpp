@@ -10,6 +10,13 @@ using zatlib::FieldKind;
 
 constexpr int32_t kProhibited = 2;
 
+void ReportNoRecords(Findings& findings, bool whole, const std::vector<std::string>& files,
+                     const char* none) {
+  if (whole && !files.empty()) {
+    findings.Add(Kind::kNoRecords, {findings.File(files[0]), 0, 0, 0}, "%s", none);
+  }
+}
+
 }  // namespace
 
 Numbers CheckedNumbers(const Source& source, const Row& row, const zatlib::SourceTable& table,
@@ -36,6 +43,40 @@ RowSpeeds SpeedsOf(const Row& row, int column_a, int column_b, zatlib::DefaultSp
   if (row.count >= column_a) speeds.a = zatlib::SpeedOf(row[column_a], defaults.a);
   if (row.count >= column_b) speeds.b = zatlib::SpeedOf(row[column_b], defaults.b);
   return speeds;
+}
+
+void TakeLinkNumbers(const Source& source, const Row& row, const Numbers& numbers,
+                     const NetworkColumns& columns, zatlib::DefaultSpeeds defaults,
+                     CheckedLink* link) {
+  const int32_t kind = numbers[static_cast<size_t>(columns.kind)];
+  if (kind >= zatlib::kDummyRoadKind) {
+    source.findings().Add(Kind::kKindReserved, source.Here(columns.kind), "kind %d", kind);
+  }
+  link->length = static_cast<uint16_t>(numbers[static_cast<size_t>(columns.length)]);
+  const RowSpeeds speeds = SpeedsOf(row, columns.speed_a, columns.speed_b, defaults);
+  link->speed_a = speeds.a;
+  link->speed_b = speeds.b;
+  if (speeds.closed_a) link->marks |= kClosedOnA;
+  if (speeds.closed_b) link->marks |= kClosedOnB;
+}
+
+void TakePoint(MifFile& mif, CheckedNode* node) {
+  if (!mif.NextPoint(&node->x, &node->y, &node->placed)) return;
+  const Place here = mif.Here();
+  node->place_file = here.file;
+  node->place_record = static_cast<uint32_t>(here.record);
+}
+
+void EndNodes(Network& network, const std::vector<std::string>& files, const char* none) {
+  if (network.IndexNodes()) return;
+  ReportNoRecords(network.findings(), network.nodes_whole, files, none);
+  network.nodes_whole = false;
+}
+
+void EndLinks(Network& network, const std::vector<std::string>& files, const char* none) {
+  if (network.IndexLinks()) return;
+  ReportNoRecords(network.findings(), network.links_whole, files, none);
+  network.links_whole = false;
 }
 
 bool IsTitleRow(const Source& source, const Row& row, int column) {

@@ -5,6 +5,7 @@
 #include <initializer_list>
 
 #include "check/control.h"
+#include "check/mif.h"
 #include "check/network.h"
 #include "check/source.h"
 #include "network/workstore/source_fields.h"
@@ -45,6 +46,20 @@ struct RowSpeeds {
 };
 RowSpeeds SpeedsOf(const Row& row, int column_a, int column_b, zatlib::DefaultSpeeds defaults);
 
+// What the link records of both formats say in whole numbers: kind (a finding for those that stand
+// for dummy links), length, speeds and closed directions.
+void TakeLinkNumbers(const Source& source, const Row& row, const Numbers& numbers,
+                     const NetworkColumns& columns, zatlib::DefaultSpeeds defaults,
+                     CheckedLink* link);
+
+// Gives a node the next point of a MIF file, if there is one.
+void TakePoint(MifFile& mif, CheckedNode* node);
+
+// Called when all node or link files are read: the records are in order for look-ups. A finding,
+// `none`, when all files are there and hold no record.
+void EndNodes(Network& network, const std::vector<std::string>& files, const char* none);
+void EndLinks(Network& network, const std::vector<std::string>& files, const char* none);
+
 // True for a row of column titles, wherever it stands.
 bool IsTitleRow(const Source& source, const Row& row, int column = kFirstColumn);
 
@@ -82,6 +97,25 @@ int64_t ReadRows(Source& source, const Layout& layout, Take take) {
   }
   source.Close();
   return source.line();
+}
+
+// All link files: the MID files when the links are `mif`, through `take(source, row)`, and
+// EndLinks.
+template <typename Take>
+void ReadLinks(Control& control, Network& network, const zatlib::SourceTable& table, bool mif,
+               const std::vector<std::string>& files, const char* none, Take take) {
+  for (size_t i = 0; i < files.size(); ++i) {
+    const int number = static_cast<int>(i + 1);
+    Source data(control.findings());
+    const bool open = mif ? control.OpenMid(data, table.section, number, files[i])
+                          : control.Open(data, table.section, number, files[i], false);
+    if (open) {
+      ReadRows(data, table, take);
+    } else {
+      network.links_whole = false;
+    }
+  }
+  EndLinks(network, files, none);
 }
 
 // The same for all files of a table's section. `*whole` becomes false when one cannot be opened.

@@ -26,6 +26,7 @@ constexpr NetworkColumns kColumns = {.node_code = zat::Node::kCode,
                                      .link_code = zat::Link::kCode,
                                      .node_a = zat::Link::kNodeA,
                                      .node_b = zat::Link::kNodeB,
+                                     .kind = zat::Link::kKind,
                                      .length = zat::Link::kLength,
                                      .speed_a = zat::Link::kSpeedA,
                                      .speed_b = zat::Link::kSpeedB};
@@ -109,12 +110,7 @@ void ZatCheck::NodeFile(int number, const std::string& path) {
     const int64_t records =
         ReadRows(data, kNodeMidLayout, [&](const Source& source, const Row& row) {
           NodeRow(source, row, true);
-          CheckedNode& node = network.nodes.back();
-          if (has_mif && mif.NextPoint(&node.x, &node.y, &node.placed)) {
-            const Place here = mif.Here();
-            node.place_file = here.file;
-            node.place_record = static_cast<uint32_t>(here.record);
-          }
+          if (has_mif) TakePoint(mif, &network.nodes.back());
         });
     if (has_mif) mif.Close(records);
     return;
@@ -144,12 +140,7 @@ void ZatCheck::Nodes() {
   node_mif = control.Int("NODE", "MIF", 0) != 0;
   node_files = control.Files("NODE", true);
   for (size_t i = 0; i < node_files.size(); ++i) NodeFile(static_cast<int>(i + 1), node_files[i]);
-  if (!network.IndexNodes()) {
-    if (network.nodes_whole && !node_files.empty()) {
-      findings.Add(Kind::kNoRecords, {findings.File(node_files[0]), 0, 0, 0}, "no node");
-    }
-    network.nodes_whole = false;
-  }
+  EndNodes(network, node_files, "no node");
 }
 
 void ZatCheck::NodeNames() {
@@ -234,18 +225,9 @@ void ZatCheck::LinkRow(const Source& source, const Row& row, zatlib::DefaultSpee
   if (IsTitleRow(source, row)) return;
   const Numbers numbers =
       CheckedNumbers(source, row, zat::kLinks, {{Link::kLength, Kind::kLengthRange}});
-  const int32_t kind = numbers[Link::kKind];
-  if (kind >= zatlib::kDummyRoadKind) {
-    findings.Add(Kind::kKindReserved, source.Here(Link::kKind), "kind %d", kind);
-  }
-  link.length = static_cast<uint16_t>(numbers[Link::kLength]);
+  TakeLinkNumbers(source, row, numbers, kColumns, defaults, &link);
   link.node_a = CheckedCode(source, row, Link::kNodeA, code_length);
   link.node_b = CheckedCode(source, row, Link::kNodeB, code_length);
-  const RowSpeeds speeds = SpeedsOf(row, Link::kSpeedA, Link::kSpeedB, defaults);
-  link.speed_a = speeds.a;
-  link.speed_b = speeds.b;
-  if (speeds.closed_a) link.marks |= kClosedOnA;
-  if (speeds.closed_b) link.marks |= kClosedOnB;
   CheckName(source, row, Link::kName);
 }
 
@@ -253,24 +235,8 @@ void ZatCheck::Links() {
   link_mif = control.Int("LINK", "MIF", 0) != 0;
   link_files = control.Files("LINK", true);
   const zatlib::DefaultSpeeds defaults = control.Speeds();
-  for (size_t i = 0; i < link_files.size(); ++i) {
-    const int number = static_cast<int>(i + 1);
-    Source data(findings);
-    const bool open = link_mif ? control.OpenMid(data, "LINK", number, link_files[i])
-                               : control.Open(data, "LINK", number, link_files[i], false);
-    if (!open) {
-      network.links_whole = false;
-      continue;
-    }
-    ReadRows(data, zat::kLinks,
-             [&](const Source& source, const Row& row) { LinkRow(source, row, defaults); });
-  }
-  if (!network.IndexLinks()) {
-    if (network.links_whole && !link_files.empty()) {
-      findings.Add(Kind::kNoRecords, {findings.File(link_files[0]), 0, 0, 0}, "no link");
-    }
-    network.links_whole = false;
-  }
+  ReadLinks(control, network, zat::kLinks, link_mif, link_files, "no link",
+            [&](const Source& source, const Row& row) { LinkRow(source, row, defaults); });
 }
 
 void ZatCheck::SpeedRow(const Source& source, const Row& row, zatlib::DefaultSpeeds defaults) {
