@@ -84,8 +84,8 @@ class MessageText {
  public:
   constexpr MessageText() = default;
   template <typename Literal>
-  requires std::is_convertible_v<Literal, const char*>
-  consteval MessageText(Literal text) : text_(text) {  // implicit: a literal is a text
+  requires std::is_convertible_v<const Literal&, const char*>
+  consteval MessageText(const Literal& text) : text_(text) {  // implicit: a literal is a text
     if (!FitsValues<Values...>(text_)) DoesNotFit();
   }
 

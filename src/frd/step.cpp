@@ -9,6 +9,12 @@ Step::Step(WindowHandle owner, const char* control_file, const char* name)
   BRN_GetCalcMapDir(control_file, folder_.text);
 }
 
+Step Step::InFolder(WindowHandle owner, const char* folder, const char* name) {
+  Step step(owner, name);
+  FRD_CopyText(step.folder_.text, kPathSize, folder);
+  return step;
+}
+
 Step::Title Step::Titled(const char* kind) const {
   Title title;
   FRD_Format(title.text, sizeof title.text, "%s in %s", kind, name_);
@@ -32,6 +38,13 @@ void LogFormatted(const char* format, ...) {
   FRD_FormatV(message, sizeof message, format, arguments);
   va_end(arguments);
   FRD_LogTagged(kBuildTag, message, 1);
+}
+
+void PutFormatted(char* out, size_t size, const char* format, ...) {
+  va_list arguments;
+  va_start(arguments, format);
+  FRD_FormatV(out, size, format, arguments);
+  va_end(arguments);
 }
 
 }  // namespace zatlib

@@ -36,6 +36,9 @@ class Step {
   // `name` is the function's, as titles of errors show it.
   Step(WindowHandle owner, const char* control_file, const char* name);
 
+  // A step that is told its output folder; it has no control file.
+  static Step InFolder(WindowHandle owner, const char* folder, const char* name);
+
   WindowHandle owner() const { return owner_; }
   const char* control_file() const { return control_file_; }
   const char* folder() const { return folder_.text; }
@@ -81,6 +84,7 @@ class Step {
   struct Title {
     char text[kMessageSize];
   };
+  Step(WindowHandle owner, const char* name) : owner_(owner), control_file_(nullptr), name_(name) {}
   Title Titled(const char* kind) const;
   Outcome Report(const char* title, unsigned flags, const char* format, ...) const;
 
@@ -90,13 +94,22 @@ class Step {
   PathText folder_;
 };
 
-// Logs a line made from a text that has met its values' types (LogText).
+// For texts that have met their values' types (LogText, FormatText): log a line, format into a
+// buffer (FRD_Format).
 void LogFormatted(const char* format, ...);
+void PutFormatted(char* out, size_t size, const char* format, ...);
 
 // Logs a summary line or another text of a table.
 template <typename... Values>
 void LogText(MessageText<std::type_identity_t<Values>...> text, Values... values) {
   LogFormatted(text.c_str(), values...);
+}
+
+// Formats a text of a table into a buffer of `size` bytes, cuts to it and terminates.
+template <typename... Values>
+void FormatText(char* out, size_t size, MessageText<std::type_identity_t<Values>...> text,
+                Values... values) {
+  PutFormatted(out, size, text.c_str(), values...);
 }
 
 // A stage of a run: the point of the progress bar that is passed before it (kSamePoint: it goes on

@@ -1,7 +1,8 @@
 #include "input_msr/condition_store.h"
 
-#include "frd/control.h"
+#include "frd/step.h"
 #include "input_msr/record_readers.h"
+#include "network/workstore/code_length.h"
 #include "network/workstore/record_copy.h"
 #include "platform/file.h"
 
@@ -10,46 +11,47 @@ namespace {
 
 constexpr int64_t kStatusInterval = 10000;  // records between two status texts
 
+// Appends one source file to the store, which is open.
+Outcome AppendConditions(const Step& step, int number, int code_length, RecordWriter& store) {
+  const PathText path = ControlFile(step.control_file(), "TUKOUJ", number);
+  LineSource data;
+  if (!data.Open(path.c_str())) {
+    return step.FailModal(kFileError, "Can't open TUKOUJ(%s) !", path.c_str());
+  }
+  const int64_t before = store.count();
+  CopyProgress progress{"Reading Tukouj Record (%d)...", kStatusInterval, 0};
+  const CopyResult copied = CopyRecords<RuleStoreRecord>(
+      data, store, &progress, [code_length](Lines& lines, RuleStoreRecord* record) {
+        return AsReadResult(BRN_MSR_ReadTukoujRecord(lines, record, code_length));
+      });
+  if (IsUnread(copied)) {
+    return FailUnread(step, path.c_str(), data.end());
+  }
+  if (copied == CopyResult::kWriteFailed) {
+    return step.FailModal(kFileError, "Can't write the RuleStorage (%s) at rec=%d !",
+                          step.Path(kRuleStoreFile).c_str(),
+                          static_cast<int>(store.failed_record() - before + 1));
+  }
+  return OutcomeOf(copied);
+}
+
 }  // namespace
 
 int BRN_MSR_SetTukoujData(WindowHandle owner, const char* control_file) {
-  constexpr char kTitle[] = "File Error in BRN_MSR_SetTukoujData";
-  const int code_length = BRN_GetCodeLength(control_file);
-  if (!IsValidCodeLength(code_length)) {
-    ReportTaskModal(owner, "Logic Error in BRN_MSR_SetTukoujData",
-                    "The CodeLength = %d is invalid !", code_length);
-    return 0;
-  }
-  const PathText store_path = OutputPath(control_file, kRuleStoreFile);
+  const Step step(owner, control_file, "BRN_MSR_SetTukoujData");
+  int code_length = 0;
+  if (!IsDone(TakeCodeLengthModal(step, &code_length))) return 0;
+  const PathText store_path = step.Path(kRuleStoreFile);
   platform::RemoveFile(store_path.c_str());
   const int files = ControlInt(control_file, "TUKOUJ", "FILENUM", 0);
   if (files < 1) return 1;
   RecordWriter store;
   if (!store.Open(store_path.c_str(), sizeof(RuleStoreRecord), false)) {
-    ReportTaskModal(owner, kTitle, "Can't open the rule storage %s !", store_path.c_str());
-    return 0;
+    return AsResult(
+        step.FailModal(kFileError, "Can't open the rule storage %s !", store_path.c_str()));
   }
   for (int i = 1; i <= files; ++i) {
-    const PathText path = ControlFile(control_file, "TUKOUJ", i);
-    LineSource data;
-    if (!data.Open(path.c_str())) {
-      ReportTaskModal(owner, kTitle, "Can't open TUKOUJ(%s) !", path.c_str());
-      return 0;
-    }
-    const int64_t before = store.count();
-    CopyProgress progress{"Reading Tukouj Record (%d)...", kStatusInterval, 0};
-    const CopyResult copied = CopyRecords<RuleStoreRecord>(
-        data, store, &progress, [&](Lines& lines, RuleStoreRecord* record) {
-          return BRN_MSR_ReadTukoujRecord(lines, record, code_length) != 0 ? ReadResult::kRecord
-                                                                           : ReadResult::kEnd;
-        });
-    if (copied == CopyResult::kReadFailed || copied == CopyResult::kNoMemory) {
-      ReportUnread(owner, kTitle, path.c_str(), data.end());
-    } else if (copied == CopyResult::kWriteFailed) {
-      ReportTaskModal(owner, kTitle, "Can't write the RuleStorage (%s) at rec=%d !",
-                      store_path.c_str(), static_cast<int>(store.failed_record() - before + 1));
-    }
-    if (copied != CopyResult::kDone) return 0;
+    if (!IsDone(AppendConditions(step, i, code_length, store))) return 0;
   }
   store.Close();
   return 1;

@@ -1,21 +1,25 @@
 #include "input_zat/link_store.h"
 
-#include "frd/cancellable.h"
-#include "frd/control.h"
 #include "frd/log.h"
-#include "frd/record_stream.h"
+#include "frd/step.h"
 #include "input_zat/record_readers.h"
 #include "input_zat/store_table.h"
+#include "network/workstore/code_length.h"
 #include "network/workstore/record_copy.h"
 #include "network/workstore/work_stores.h"
+#include "platform/file.h"
 
 namespace zatlib {
 namespace {
 
-const AppendTexts kTexts = {"Can't open the link data (FILE%02d) [%s] !",
-                            "Can't open the LinkStorage (%s) at %02d !",
-                            "Can't write the LinkStorage (%s) at %02d, %d !",
-                            "Reading Link Records (%d)...", "File Error in BRN_ZAT_SetLinkStore"};
+constexpr AppendTexts kTexts = {.data_not_opened = "Can't open the link data (FILE%02d) [%s] !",
+                                .store_not_opened = "Can't open the LinkStorage (%s) at %02d !",
+                                .not_written = "Can't write the LinkStorage (%s) at %02d, %d !",
+                                .status = "Reading Link Records (%d)..."};
+
+constexpr MessageText<> kTableMemory = "Can't allocate the memory for the LinkStore !";
+
+using LinkTable = StoreTable<LinkStoreRecord>;
 
 // A speed row put onto its link. False when its nodes are those of another link.
 bool ApplySpeeds(const LinkSpeedRecord& row, LinkStoreRecord* link) {
@@ -34,104 +38,87 @@ bool ApplySpeeds(const LinkSpeedRecord& row, LinkStoreRecord* link) {
   return true;
 }
 
+Outcome LoadLinks(const Step& step, LinkTable* links) {
+  const PathText path = step.Path(kLinkStoreFile);
+  const FileResult loaded = links->Load(path.c_str());
+  if (loaded == FileResult::kNoMemory) return step.FailModal(kMemoryError, kTableMemory);
+  if (loaded != FileResult::kDone) {
+    return step.FailModal(kFileError, "Can't open / read the link storage %s !", path.c_str());
+  }
+  return links->BuildIndex([](const LinkStoreRecord& link) { return link.LinkCode; });
+}
+
+// Puts the rows of one speed file onto the links; `*count` grows by those that fit.
+Outcome SetSpeeds(const Step& step, int number, const SourceRules& rules, LinkTable& links,
+                  int64_t* count) {
+  const PathText path = ControlFile(step.control_file(), "LINKSPEED", number);
+  LineSource file;
+  if (!file.Open(path.c_str())) {
+    return step.FailModal(kFileError, "Can't open LinkSpeed(%s) !", path.c_str());
+  }
+  const Outcome put = PutRows<LinkSpeedRecord>(
+      file,
+      [&rules](Lines& lines, LinkSpeedRecord* row) {
+        if (BRN_ZAT_ReadLinkSpeed(lines, row, rules.code_length, rules.defaults) == 0) {
+          return ReadResult::kEnd;
+        }
+        return row->LinkCode.IsEmpty() ? ReadResult::kUnwanted : ReadResult::kRecord;
+      },
+      [&links, count](const LinkSpeedRecord& row) {
+        LinkStoreRecord* link = links.Find(row.LinkCode);
+        if (link != nullptr && ApplySpeeds(row, link)) ++*count;
+      });
+  const SourceEnd end = file.TakeEnd();
+  if (end == SourceEnd::kNoMemory) return step.FailModal(kMemoryError, kTableMemory);
+  return end == SourceEnd::kNotRead ? FailUnread(step, path.c_str(), end) : put;
+}
+
+Outcome SaveLinks(const Step& step, const LinkTable& links) {
+  const PathText path = step.Path(kLinkStoreFile);
+  if (links.Save(path.c_str()) == FileResult::kDone) return Outcome::kDone;
+  return step.FailModal(kFileError, "Can't write the link storage %s !", path.c_str());
+}
+
 }  // namespace
 
 int BRN_ZAT_SetLinkStore(WindowHandle owner, const char* control_file) {
-  if (BRN_BeginStep("Setting Link Storage...") == 0) return 0;
+  const Step step(owner, control_file, "BRN_ZAT_SetLinkStore");
+  if (!IsDone(step.Begin("Setting Link Storage..."))) return 0;
   const int files = ControlInt(control_file, "LINK", "FILENUM", 0);
   const bool mif_mode = ControlInt(control_file, "LINK", "MIF", 0) != 0;
   const DefaultSpeeds defaults = ReadDefaultSpeeds(control_file);
   const int code_length = BRN_GetCodeLength(control_file);
   if (!IsValidCodeLength(code_length)) return 0;
-  const PathText store_path = OutputPath(control_file, kLinkStoreFile);
-  int result = files >= 1 ? 1 : 0;
-  if (files >= 1) platform::RemoveFile(store_path.c_str());
-  int64_t count = 0;
-  for (int i = 1; i <= files && result != 0; ++i) {
-    PathText path = ControlFile(control_file, "LINK", i);
-    if (mif_mode) FRD_MakeMidPath(path.c_str(), path.text);
-    LineSource data;
-    const CopyResult copied = AppendFile<LinkStoreRecord>(
-        owner, kTexts, i, path.c_str(), store_path.c_str(), data, &count,
-        [&](RecordWriter& store, CopyProgress* progress) {
-          return CopyRecords<LinkStoreRecord>(
-              data, store, progress, [&](Lines& lines, LinkStoreRecord* record) {
-                return BRN_ZAT_ReadLinkRecord(lines, record, code_length, defaults) != 0
-                           ? ReadResult::kRecord
-                           : ReadResult::kEnd;
-              });
-        });
-    if (copied != CopyResult::kDone) result = 0;
-  }
-  LogBuild("Setting Link Storage end %s : set count = %d", ResultText(result), ShownAs<int>(count));
+  AppendedStore<LinkStoreRecord> store(step, kTexts, kLinkStoreFile);
+  if (files >= 1) platform::RemoveFile(store.path());
+  const Outcome outcome =
+      files < 1 ? Outcome::kFailed
+                : store.Append({.section = "LINK", .count = files, .derive_mid = mif_mode},
+                               [code_length, defaults](Lines& lines, LinkStoreRecord* record) {
+                                 return AsReadResult(
+                                     BRN_ZAT_ReadLinkRecord(lines, record, code_length, defaults));
+                               });
+  const int result = AsResult(outcome);
+  LogBuild("Setting Link Storage end %s : set count = %d", ResultText(result),
+           ShownAs<int>(store.count()));
   return result;
 }
 
 int BRN_ZAT_SetLinkSpeedData(WindowHandle owner, const char* control_file) {
-  if (BRN_BeginStep("Setting Link Speed...") == 0) return 0;
-  const DefaultSpeeds defaults = ReadDefaultSpeeds(control_file);
-  const int code_length = BRN_GetCodeLength(control_file);
-  if (!IsValidCodeLength(code_length)) {
-    ReportTaskModal(owner, "Logic Error in BRN_ZAT_SetLinkSpeedData",
-                    "The CodeLength = %d is invalid !", code_length);
-    return 0;
-  }
+  const Step step(owner, control_file, "BRN_ZAT_SetLinkSpeedData");
+  if (!IsDone(step.Begin("Setting Link Speed..."))) return 0;
+  SourceRules rules = {.code_length = 0, .defaults = ReadDefaultSpeeds(control_file)};
+  if (!IsDone(TakeCodeLengthModal(step, &rules.code_length))) return 0;
   const int files = ControlInt(control_file, "LINKSPEED", "FILENUM", 0);
   if (files < 1) return 1;
-
-  constexpr char kFileTitle[] = "File Error in BRN_ZAT_SetLinkSpeedData";
-  constexpr char kMemoryTitle[] = "Memory Error in BRN_ZAT_SetLinkSpeedData";
-  constexpr char kMemoryError[] = "Can't allocate the memory for the LinkStore !";
-  const PathText store_path = OutputPath(control_file, kLinkStoreFile);
-  int result = 1;
+  LinkTable links;
   int64_t count = 0;
-  StoreTable<LinkStoreRecord> links;
-  const StoreTableResult loaded = links.Load(store_path.c_str());
-  if (loaded == StoreTableResult::kNoMemory) {
-    ReportTaskModal(owner, kMemoryTitle, kMemoryError);
-    result = 0;
-  } else if (loaded == StoreTableResult::kNotRead) {
-    ReportTaskModal(owner, kFileTitle, "Can't open / read the link storage %s !",
-                    store_path.c_str());
-    result = 0;
-  } else {
-    result = links.BuildIndex([](const LinkStoreRecord& link) { return link.LinkCode; });
+  Outcome outcome = LoadLinks(step, &links);
+  for (int i = 1; i <= files && IsDone(outcome); ++i) {
+    outcome = SetSpeeds(step, i, rules, links, &count);
   }
-  for (int i = 1; i <= files && result != 0; ++i) {
-    const PathText path = ControlFile(control_file, "LINKSPEED", i);
-    LineSource file;
-    if (!file.Open(path.c_str())) {
-      ReportTaskModal(owner, kFileTitle, "Can't open LinkSpeed(%s) !", path.c_str());
-      result = 0;
-      break;
-    }
-    RecordStream rows =
-        StreamRecords<LinkSpeedRecord>(file, [&](Lines& lines, LinkSpeedRecord* row) {
-          if (BRN_ZAT_ReadLinkSpeed(lines, row, code_length, defaults) == 0)
-            return ReadResult::kEnd;
-          return row->LinkCode.IsEmpty() ? ReadResult::kUnwanted : ReadResult::kRecord;
-        });
-    RecordRun<LinkSpeedRecord> run;
-    for (int64_t read = 0; result != 0 && rows.Next(&run); read += run.read) {
-      if (CancelledWithin(read, read + run.read)) result = 0;
-      for (int64_t n = 0; n < run.count; ++n) {
-        LinkStoreRecord* link = links.Find(run.records[n].LinkCode);
-        if (link != nullptr && ApplySpeeds(run.records[n], link)) ++count;
-      }
-    }
-    const SourceEnd end = file.TakeEnd();
-    if (end == SourceEnd::kNoMemory) {
-      ReportTaskModal(owner, kMemoryTitle, kMemoryError);
-      result = 0;
-    } else if (end == SourceEnd::kNotRead) {
-      ReportUnread(owner, kFileTitle, path.c_str(), end);
-      result = 0;
-    }
-  }
-  if (result != 0 && !links.Save(store_path.c_str())) {
-    ReportTaskModal(owner, kFileTitle, "Can't write the link storage %s !", store_path.c_str());
-    result = 0;
-  }
+  if (IsDone(outcome)) outcome = SaveLinks(step, links);
+  const int result = AsResult(outcome);
   LogBuild("Setting Link Speed end %s : set counter = %d", ResultText(result), ShownAs<int>(count));
   return result;
 }

@@ -3,11 +3,11 @@
 #include <algorithm>
 #include <string>
 
-#include "frd/control.h"
 #include "frd/cp932.h"
 #include "frd/log.h"
 #include "frd/mif_text.h"
 #include "frd/source_report.h"
+#include "frd/step.h"
 #include "network/workstore/work_stores.h"
 #include "platform/clock.h"
 #include "platform/profile.h"
@@ -15,7 +15,6 @@
 namespace zatlib {
 namespace {
 
-constexpr char kTitle[] = "File Error in BRN_CreateRoadDef";
 constexpr uint32_t kClassLineSize = 1024;  // bytes of a class file's line
 constexpr uint32_t kHeaderLineSize = 512;  // bytes of a MIF header line
 constexpr uint32_t kTollValueSize = 1024;  // bytes of a toll class value
@@ -27,7 +26,7 @@ constexpr int64_t kEntriesPerLook = 256;
 // A built-in list of classes: code as it stands in the link data, comma, label.
 struct ClassList {
   const char* section;
-  const char* open_error;
+  MessageText<const char*> not_opened;
   const char* const* entries;
   int count;
 };
@@ -50,10 +49,14 @@ const char* const kWidthClasses[] = {
     kCp932<u8"4,幅員3.0m未満">,
     kCp932<u8"0,未調査">,
 };
-const ClassList kRoadClassList = {"ATTRIBUTE", "Can't open the Attribute File (%s) !", kRoadClasses,
-                                  std::size(kRoadClasses)};
-const ClassList kWidthClassList = {"WIDTH", "Can't open the Width Definition File (%s) !",
-                                   kWidthClasses, std::size(kWidthClasses)};
+constexpr ClassList kRoadClassList = {.section = "ATTRIBUTE",
+                                      .not_opened = "Can't open the Attribute File (%s) !",
+                                      .entries = kRoadClasses,
+                                      .count = std::size(kRoadClasses)};
+constexpr ClassList kWidthClassList = {.section = "WIDTH",
+                                       .not_opened = "Can't open the Width Definition File (%s) !",
+                                       .entries = kWidthClasses,
+                                       .count = std::size(kWidthClasses)};
 
 // A road flag: the key written, the control file's key, the older key read when that is empty, and
 // the default. The file keeps the older names AIR and SHIP.
@@ -114,14 +117,12 @@ bool WriteHeader(const char* path) {
   return true;
 }
 
-// The classes of a file, one a line, and their count behind them. Returns 1, 0 when it cannot be
-// opened or read.
-int WriteClassFile(const ClassList& list, const char* control_file, DefinitionFile& definition) {
-  const PathText source = ControlFile(control_file, list.section, 1);
+// The classes of a file, one a line, and their count behind them.
+Outcome WriteClassFile(const Step& step, const ClassList& list, DefinitionFile& definition) {
+  const PathText source = ControlFile(step.control_file(), list.section, 1);
   LineSource file;
   if (!file.Open(source.c_str())) {
-    ReportTaskModal(nullptr, kTitle, list.open_error, source.c_str());
-    return 0;
+    return step.FailModal(kFileError, list.not_opened, source.c_str());
   }
   int64_t count = 0;
   std::string_view line;
@@ -131,23 +132,20 @@ int WriteClassFile(const ClassList& list, const char* control_file, DefinitionFi
     definition.WriteEntry(list.section, ++count, value.c_str());
     if (count % kEntriesPerLook == 0) BRN_SetStatus(nullptr);
   }
-  if (IsCutShort(file.end())) {
-    ReportUnread(nullptr, kTitle, source.c_str(), file.end());
-    return 0;
-  }
+  if (IsCutShort(file.end())) return FailUnread(step, source.c_str(), file.end());
   definition.WriteNumber(list.section, "NUMDEF", count);
-  return 1;
+  return Outcome::kDone;
 }
 
-int WriteClasses(const ClassList& list, const char* control_file, DefinitionFile& definition) {
-  if (ControlInt(control_file, list.section, "FILENUM", 0) == 1) {
-    return WriteClassFile(list, control_file, definition);
+Outcome WriteClasses(const Step& step, const ClassList& list, DefinitionFile& definition) {
+  if (ControlInt(step.control_file(), list.section, "FILENUM", 0) == 1) {
+    return WriteClassFile(step, list, definition);
   }
   definition.WriteNumber(list.section, "NUMDEF", list.count);
   for (int i = 0; i < list.count; ++i) {
     definition.WriteEntry(list.section, i + 1, list.entries[i]);
   }
-  return 1;
+  return Outcome::kDone;
 }
 
 void WriteTollRoads(const char* control_file, DefinitionFile& definition) {
@@ -185,16 +183,18 @@ void WriteRoadFlags(const char* control_file, DefinitionFile& definition) {
 }  // namespace
 
 int BRN_CreateRoadDef(WindowHandle, const char* control_file, Prologue prologue) {
-  if (prologue == Prologue::kWith && BRN_BeginStep("Setting Road Definition...") == 0) return 0;
-  const PathText path = OutputPath(control_file, kRoadDefinitionFile);
+  const Step step(nullptr, control_file, "BRN_CreateRoadDef");
+  if (prologue == Prologue::kWith && !IsDone(step.Begin("Setting Road Definition..."))) return 0;
+  const PathText path = step.Path(kRoadDefinitionFile);
   DefinitionFile definition{path.c_str()};
   const bool created = WriteHeader(path.c_str());
   if (!created) {
     // The profile writes below create the file themselves; it then lacks the comment lines only.
-    ReportTaskModal(nullptr, kTitle, "Can't open the Road Definition File (%s) !", path.c_str());
+    static_cast<void>(
+        step.FailModal(kFileError, "Can't open the Road Definition File (%s) !", path.c_str()));
   }
-  if (WriteClasses(kRoadClassList, control_file, definition) == 0) return 0;
-  if (WriteClasses(kWidthClassList, control_file, definition) == 0) return 0;
+  if (!IsDone(WriteClasses(step, kRoadClassList, definition))) return 0;
+  if (!IsDone(WriteClasses(step, kWidthClassList, definition))) return 0;
   WriteTollRoads(control_file, definition);
   WriteRoadFlags(control_file, definition);
   const int code_length = ControlInt(control_file, "SYSTEM", "CODELENGTH", kDecimalCode);
@@ -202,23 +202,20 @@ int BRN_CreateRoadDef(WindowHandle, const char* control_file, Prologue prologue)
   LogBuild("CODELENGTH=%d", code_length);
   if (created && !definition.whole) {
     // Every later step asks this file for the code length and would take a missing one for 14.
-    ReportTaskModal(nullptr, kTitle, "Can't write the Road Definition File (%s) !", path.c_str());
-    return 0;
+    return AsResult(
+        step.FailModal(kFileError, "Can't write the Road Definition File (%s) !", path.c_str()));
   }
   return 1;
 }
 
 int BRN_SetMifInformation(LineSource& mif, const char* control_file) {
-  const PathText path = OutputPath(control_file, kRoadDefinitionFile);
-  if (ReadMifHeader(mif, kHeaderLineSize, path.c_str()) != 0) return 1;
-  constexpr char kHeaderTitle[] = "File Error in BRN_SetMifInformation";
+  const Step step(nullptr, control_file, "BRN_SetMifInformation");
+  if (ReadMifHeader(mif, kHeaderLineSize, step.Path(kRoadDefinitionFile).c_str()) != 0) return 1;
   if (mif.end() == SourceEnd::kNoMemory) {
-    ReportUnread(nullptr, kHeaderTitle, mif.path().c_str(), mif.end());
-    return 0;
+    return AsResult(FailUnread(step, mif.path().c_str(), mif.end()));
   }
   // The text's place for the file has always been left empty here.
-  ReportTaskModal(nullptr, kHeaderTitle, "Can't read the MIF file header : %s", "");
-  return 0;
+  return AsResult(step.FailModal(kFileError, "Can't read the MIF file header : %s", ""));
 }
 
 }  // namespace zatlib

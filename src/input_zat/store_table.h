@@ -1,46 +1,47 @@
-// A whole work store in memory with an index of its codes, for the steps that amend stored
-// records.
+// A whole work store in memory with an index of its codes, and the rows of a source file that go
+// onto its records: for the steps that amend stored records.
 #pragma once
 
 #include <cstdint>
+#include <utility>
 
+#include "frd/cancellable.h"
 #include "frd/code_lookup.h"
-#include "frd/files.h"
 #include "frd/keyed_table.h"
 #include "frd/memory.h"
 #include "frd/record_file.h"
+#include "frd/record_stream.h"
 #include "frd/record_writer.h"
+#include "frd/step.h"
 #include "network/workstore/feature_code.h"
 #include "network/workstore/index_sort.h"
 
 namespace zatlib {
-
-enum class StoreTableResult { kLoaded, kNoMemory, kNotRead };
 
 template <typename Record>
 class StoreTable {
  public:
   // Reads the file (its size plus kFileMargin bytes of memory) and reserves count + 2 index
   // entries. A store that cannot be opened is never taken for an empty one: Save would empty it.
-  // More than kMaxRecords records count as no memory.
-  StoreTableResult Load(const char* path) {
+  // More than kMaxRecords records count as no memory. kNoMemory, kNotOpened or kNotRead; reports
+  // nothing.
+  FileResult Load(const char* path) {
     constexpr uint64_t kMostBytes = (static_cast<uint64_t>(kMaxRecords) + 1) * sizeof(Record) - 1;
     const FileResult loaded = LoadFile(path, &image_, {.most_bytes = kMostBytes});
-    if (loaded == FileResult::kNoMemory) return StoreTableResult::kNoMemory;
-    if (loaded != FileResult::kDone) return StoreTableResult::kNotRead;
+    if (loaded != FileResult::kDone) return loaded;
     count_ = image_.count<Record>();
-    return index_.Allocate(count_ + 2) ? StoreTableResult::kLoaded : StoreTableResult::kNoMemory;
+    return index_.Allocate(count_ + 2) ? FileResult::kDone : FileResult::kNoMemory;
   }
 
-  // Fills and sorts the index; `code_of` gives a record's code. Returns 1, 0 on cancel.
+  // Fills and sorts the index; `code_of` gives a record's code. kDone or kCancelled.
   template <typename CodeOf>
-  int BuildIndex(CodeOf code_of) {
+  Outcome BuildIndex(CodeOf code_of) {
     for (int64_t i = 0; i < count_; ++i) {
       index_[i] = {code_of(records()[i]).AsDouble(), static_cast<int32_t>(i), 0};
     }
     const int result = BRN_SortCommonIndex(count_, index_.data());
     lookup_.Build(index_.data(), count_);
-    return result;
+    return CancelledIf(result == 0);
   }
 
   // The record of a code, null when there is none.
@@ -49,9 +50,9 @@ class StoreTable {
     return found < 0 ? nullptr : &records()[index_[found].value];
   }
 
-  // Writes the whole image back; false when the system refuses.
-  bool Save(const char* path) {
-    return SaveFile(path, image_.bytes.data(), image_.size) == SaveResult::kSaved;
+  // Writes the whole image back: kDone, kNotCreated or kNotWritten.
+  FileResult Save(const char* path) const {
+    return SaveBytes(path, image_.bytes.data(), image_.size);
   }
 
  private:
@@ -62,5 +63,20 @@ class StoreTable {
   PageArray<KeyedRecord> index_;
   CodeLookup lookup_;
 };
+
+// Calls put(row) for the rows of a source file, which is open, in order; `read(lines, &row)` takes
+// a row from its line (see RecordStream). kDone or kCancelled; why the file ended is told by its
+// TakeEnd(), which is called afterwards.
+template <typename Row, typename Read, typename Put>
+Outcome PutRows(LineSource& file, Read read, Put put) {
+  RecordStream<Row, Read> rows(file, std::move(read));
+  RecordRun<Row> run;
+  Outcome outcome = Outcome::kDone;
+  for (int64_t done = 0; IsDone(outcome) && rows.Next(&run); done += run.read) {
+    outcome = CancelledIf(CancelledWithin(done, done + run.read));
+    for (int64_t i = 0; i < run.count; ++i) put(run.records[i]);
+  }
+  return outcome;
+}
 
 }  // namespace zatlib

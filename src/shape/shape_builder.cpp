@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cinttypes>
 #include <cstdarg>
+#include <string>
 #include <string_view>
 
 #include "frd/cancellable.h"
@@ -13,7 +14,6 @@
 #include "frd/line_source.h"
 #include "frd/mif_text.h"
 #include "frd/record_stream.h"
-#include "frd/source_report.h"
 #include "network/workstore/number_scan.h"
 #include "platform/file.h"
 #include "platform/profile.h"
@@ -43,6 +43,12 @@ enum class Outcome {
   kNotWritten,  // on a failed write, which the output knows
   kCancelled
 };
+
+// "Memory Error in ..." for "File Error in ...".
+std::string MemoryTitle(const char* file_title) {
+  constexpr std::string_view kFile = "File Error";
+  return "Memory Error" + std::string(file_title).substr(kFile.size());
+}
 
 // An error of the source, kept until all that came before it is written.
 struct Problem {

@@ -2,8 +2,8 @@
 #pragma once
 
 #include "frd/lines.h"
-#include "frd/progress.h"
 #include "frd/record_writer.h"
+#include "frd/step.h"
 #include "network/workstore/work_stores.h"
 
 namespace zatlib {
@@ -11,28 +11,43 @@ namespace zatlib {
 // One list of name sources.
 struct NameSource {
   const char* section;
-  bool derive_mid;  // the names stand in the ".mid" beside the file named
+  bool derive_mid = false;  // the names stand in the ".mid" beside the file named
   int (*read)(Lines& lines, NameStoreRecord* record, int code_length);
-  int name_column;         // of the name in the line, from 1
-  const char* data_error;  // a file cannot be opened; with %02d (file), %s (path)
-  const char* data_title;
+  int name_column;                           // of the name in the line, from 1
+  MessageText<int, const char*> not_opened;  // number of the file, its path
+  bool title_names_step = true;              // of that report; else it says "File Error" only
 };
 
 // A name store and its texts.
 struct NameStoreTexts {
   const char* file;
-  const char* store_error;  // with %s (store)
-  const char* write_error;  // with %s (store), %02d (file)
-  const char* title;        // of the error reports
+  MessageText<const char*> not_opened;        // store
+  MessageText<const char*, int> not_written;  // store, number of the file
 };
 
-// Makes the store anew. False when it cannot be created (reported).
-bool OpenNameStore(WindowHandle owner, const char* control_file, const NameStoreTexts& texts,
-                   RecordWriter* store);
+// A name store in the making.
+class NameStore {
+ public:
+  NameStore(const Step& step, const NameStoreTexts& texts) : step_(step), texts_(texts) {}
 
-// Appends the names of FILE01 to FILEnn; empty names are left out. Returns 1; 0 on failure
-// (reported). `*count` receives how many were appended.
-int CopyNames(WindowHandle owner, const char* control_file, const NameStoreTexts& texts,
-              const NameSource& source, RecordWriter& store, int64_t* count);
+  // Makes the store anew. kFailed when it cannot be created.
+  Outcome Open();
+
+  // Appends the names of FILE01 to FILEnn; empty names are left out. `*count` receives how many
+  // were appended, also when an outcome is not kDone.
+  Outcome Append(const NameSource& source, int64_t* count);
+
+  void Close() { store_.Close(); }
+
+ private:
+  Outcome AppendFile(const NameSource& source, int number, int code_length);
+
+  const Step& step_;
+  const NameStoreTexts& texts_;
+  RecordWriter store_;
+};
+
+// Makes a store of one list of names. A store that could not be made whole is left as it is.
+Outcome MakeNameStore(const Step& step, const NameStoreTexts& texts, const NameSource& source);
 
 }  // namespace zatlib

@@ -6,11 +6,11 @@
 #include <utility>
 
 #include "frd/cancellable.h"
-#include "frd/control.h"
 #include "frd/line_source.h"
 #include "frd/record_stream.h"
 #include "frd/record_writer.h"
 #include "frd/source_report.h"
+#include "frd/step.h"
 
 namespace zatlib {
 
@@ -21,14 +21,28 @@ enum class CopyResult {
   kReadFailed,   // the system refused a read
   kNoMemory,     // for the lines of the source
   kWriteFailed,  // the store's failed_record() tells where
-  kStopped       // the record reader found the data unfit; `records` tells where
+  kStopped       // the record reader found the data unfit
 };
+
+// True when the source could not be read to its end; its end() tells why (FailUnread).
+inline bool IsUnread(CopyResult copied) {
+  return copied == CopyResult::kReadFailed || copied == CopyResult::kNoMemory;
+}
+
+// The result as an outcome. What kFailed stands for has not been reported yet.
+inline Outcome OutcomeOf(CopyResult copied) {
+  if (copied == CopyResult::kDone) return Outcome::kDone;
+  return copied == CopyResult::kCancelled ? Outcome::kCancelled : Outcome::kFailed;
+}
 
 // Texts and counts of one copy.
 struct CopyProgress {
-  const char* status = nullptr;  // with a %d for the running number; null = shows nothing
-  int64_t interval = 1;          // records between two looks at the user
-  int64_t records = 0;           // records read so far
+  MessageText<int> status;  // for the running number; empty = shows nothing
+  int64_t interval = 1;     // records between two looks at the user
+  int64_t records = 0;      // records read so far
+
+  // Shows how far the copy is. Returns 0 when the user has cancelled.
+  int Show() const { return SetStatusNumber(status.c_str(), records); }
 };
 
 // The end of a copy that reached the end of its source, after the records are in the store.
@@ -52,7 +66,7 @@ CopyResult CopyRecords(LineSource& source, RecordWriter& store, CopyProgress* pr
   RecordStream<Record, Read> stream(source, std::move(read));
   RecordRun<Record> run;
   while (result == CopyResult::kDone && stream.Next(&run)) {
-    if (progress->status == nullptr) {
+    if (progress->status.empty()) {
       if (CancelledWithin(progress->records, progress->records + run.read))
         result = CopyResult::kCancelled;
       progress->records += run.read;
@@ -64,7 +78,7 @@ CopyResult CopyRecords(LineSource& source, RecordWriter& store, CopyProgress* pr
     // Every record read is one to copy here.
     for (int64_t done = 0; done < run.count;) {
       const int64_t past = progress->records % progress->interval;
-      if (past == 0 && SetStatusNumber(progress->status, progress->records) == 0) {
+      if (past == 0 && progress->Show() == 0) {
         result = CopyResult::kCancelled;
         break;
       }
@@ -102,8 +116,7 @@ CopyResult CopyAmendedRecords(LineSource& source, RecordWriter& store, CopyProgr
         default:
           break;
       }
-      if (progress->records % progress->interval == 0 &&
-          SetStatusNumber(progress->status, progress->records) == 0) {
+      if (progress->records % progress->interval == 0 && progress->Show() == 0) {
         result = CopyResult::kCancelled;
         ended = true;
         continue;
@@ -116,44 +129,111 @@ CopyResult CopyAmendedRecords(LineSource& source, RecordWriter& store, CopyProgr
   return result == CopyResult::kDone ? EndOfSource(source) : result;
 }
 
+// The result of a record reader, which is 1 or 0, as a copy takes it.
+inline ReadResult AsReadResult(int read) {
+  return read != 0 ? ReadResult::kRecord : ReadResult::kEnd;
+}
+
 // The texts of a step that appends source files to a store.
 struct AppendTexts {
-  const char* data_error;   // a source file cannot be opened; with %02d (file), %s (path)
-  const char* store_error;  // the store cannot be opened; with %s (store), %02d (file)
-  const char* write_error;  // with %s (store), %02d (file), %d (record, from 0)
-  const char* status;       // with %d
-  const char* read_title;   // "File Error in ...", for ReportUnread
+  MessageText<int, const char*> data_not_opened;   // number of the source file, its path
+  MessageText<const char*, int> store_not_opened;  // store, number of the source file
+  MessageText<const char*, int, int> not_written;  // store, file, record (from 0)
+  MessageText<int> status;                         // running number
 };
 
 inline constexpr int64_t kAppendInterval = 5000;  // records between two looks at the user
 
-// Appends the records of one source file to a store: `copy(store, &progress)` copies from `data`,
-// which is opened here. Errors but kUnfit are reported. Returns what became of it; `*count` grows
-// by the records that are in the store.
-template <typename Record, typename Copy>
-CopyResult AppendFile(WindowHandle owner, const AppendTexts& texts, int number,
-                      const char* data_path, const char* store_path, LineSource& data,
-                      int64_t* count, Copy copy) {
-  if (!data.Open(data_path)) {
-    ReportTaskModal(owner, "File Error", texts.data_error, number, data_path);
-    return CopyResult::kReadFailed;
+// The files FILE01, FILE02, ... of a section of the control file.
+struct SourceFiles {
+  const char* section;
+  int count;
+  bool derive_mid = false;  // the records stand in the ".mid" beside the file named
+};
+
+// A store to which source files are appended one after the other; it is opened for each of them
+// and closed behind it.
+template <typename Record>
+class AppendedStore {
+ public:
+  AppendedStore(const Step& step, const AppendTexts& texts, const char* file)
+      : step_(step), texts_(texts), path_(step.Path(file)) {}
+
+  const char* path() const { return path_.c_str(); }
+
+  // Records that are in the store.
+  int64_t count() const { return count_; }
+
+  // Appends the records of source files, taken by `read` (see CopyRecords). Reports errors.
+  template <typename Read>
+  Outcome Append(const SourceFiles& files, Read read) {
+    Outcome outcome = Outcome::kDone;
+    for (int i = 1; i <= files.count && IsDone(outcome); ++i) {
+      PathText path = ControlFile(step_.control_file(), files.section, i);
+      if (files.derive_mid) FRD_MakeMidPath(path.c_str(), path.text);
+      outcome = Run(i, path.c_str(),
+                    [&read](LineSource& data, RecordWriter& store, CopyProgress* progress) {
+                      return CopyRecords<Record>(data, store, progress, read);
+                    })
+                    .outcome;
+    }
+    return outcome;
   }
-  RecordWriter store;
-  if (!store.Open(store_path, sizeof(Record), true)) {
-    ReportTaskModal(owner, "File Error", texts.store_error, store_path, number);
-    return CopyResult::kWriteFailed;
+
+  // The same for one file, whose records another one completes. `begin()` returns an Outcome when
+  // all files are open; `other.Amend(&record)` is called for each record as CopyAmendedRecords
+  // tells; and `other.FailUnfit(number)` reports that one, from 1, does not fit.
+  template <typename Read, typename Begin, typename Other>
+  Outcome AppendAmended(int number, const char* data_path, Read read, Begin begin, Other& other) {
+    Outcome begun = Outcome::kDone;
+    const Appended appended =
+        Run(number, data_path, [&](LineSource& data, RecordWriter& store, CopyProgress* progress) {
+          begun = begin();
+          if (!IsDone(begun)) return CopyResult::kStopped;
+          return CopyAmendedRecords<Record>(
+              data, store, progress, std::move(read),
+              [&other](Record* record) { return other.Amend(record); });
+        });
+    if (!IsDone(begun)) return begun;
+    return appended.stopped ? other.FailUnfit(appended.count + 1) : appended.outcome;
   }
-  CopyProgress progress{texts.status, kAppendInterval, 0};
-  const CopyResult result = copy(store, &progress);
-  *count += store.count();
-  if (result == CopyResult::kReadFailed || result == CopyResult::kNoMemory) {
-    ReportUnread(owner, texts.read_title, data_path, data.end());
-  } else if (result == CopyResult::kWriteFailed) {
-    ReportTaskModal(owner, "File Error", texts.write_error, store_path, number,
-                    static_cast<int>(store.failed_record()));
+
+ private:
+  // What has become of one source file.
+  struct Appended {
+    Outcome outcome;
+    bool stopped = false;  // the copy has: nothing has been reported yet
+    int64_t count = 0;     // records of it in the store
+  };
+
+  template <typename Copy>
+  Appended Run(int number, const char* data_path, Copy copy) {
+    LineSource data;
+    if (!data.Open(data_path)) {
+      return {step_.FailModalAs(kFileError, texts_.data_not_opened, number, data_path)};
+    }
+    RecordWriter store;
+    if (!store.Open(path(), sizeof(Record), true)) {
+      return {step_.FailModalAs(kFileError, texts_.store_not_opened, path(), number)};
+    }
+    CopyProgress progress{texts_.status, kAppendInterval, 0};
+    const CopyResult copied = copy(data, store, &progress);
+    Appended appended = {OutcomeOf(copied), copied == CopyResult::kStopped, store.count()};
+    count_ += appended.count;
+    if (IsUnread(copied)) {
+      appended.outcome = FailUnread(step_, data_path, data.end());
+    } else if (copied == CopyResult::kWriteFailed) {
+      appended.outcome = step_.FailModalAs(kFileError, texts_.not_written, path(), number,
+                                           static_cast<int>(store.failed_record()));
+    }
+    store.Close();
+    return appended;
   }
-  store.Close();
-  return result;
-}
+
+  const Step& step_;
+  const AppendTexts& texts_;
+  PathText path_;
+  int64_t count_ = 0;
+};
 
 }  // namespace zatlib

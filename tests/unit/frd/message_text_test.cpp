@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include "frd/cp932.h"
+
 namespace zatlib {
 namespace {
 
@@ -39,6 +41,12 @@ struct Texts {
   MessageText<const char*, long> not_read;
   MessageText<int> progress = "";
 };
+
+TEST(MessageText, ATextInJapaneseStaysWhereItIs) {
+  static constexpr MessageText<int> kText = kCp932<u8"道路 %d">;
+  EXPECT_EQ(kText.c_str(), static_cast<const char*>(kCp932<u8"道路 %d">));
+  EXPECT_STREQ(kText.c_str(), "\x93\xB9\x98\x48 %d");
+}
 
 TEST(MessageText, MembersOfATableAreNamedAndMayBeLeftEmpty) {
   static constexpr Texts kTexts = {.not_read = "Can't read %s at %ld", .progress = {}};

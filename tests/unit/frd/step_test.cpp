@@ -32,6 +32,14 @@ TEST_F(StepTest, ItKnowsTheOutputFolder) {
   EXPECT_FALSE(Step(nullptr, WriteControl("").c_str(), "BRN_Walk").WantsSummary());
 }
 
+TEST_F(StepTest, ItMayBeToldTheOutputFolder) {
+  const Step step = Step::InFolder(nullptr, "maps", "SHAPE_Walk");
+  EXPECT_STREQ(step.folder(), "maps");
+  EXPECT_EQ(step.control_file(), nullptr);
+  EXPECT_EQ(step.FailModal(kFileError, "No %s", "shape"), Outcome::kFailed);
+  EXPECT_EQ(log(), Lines{"[No shape][File Error in SHAPE_Walk]"});
+}
+
 TEST_F(StepTest, AFailureIsReportedUnderItsKindAndTheStepsName) {
   EXPECT_EQ(step_.Fail(kFileError, "Can't read %s at %ld", "a.dat", 7L), Outcome::kFailed);
   EXPECT_EQ(step_.FailModal(kMemoryError, "No memory"), Outcome::kFailed);
@@ -54,6 +62,14 @@ TEST_F(StepTest, OnlyDoneIsOne) {
   EXPECT_EQ(AsResult(Outcome::kDone), 1);
   EXPECT_EQ(AsResult(Outcome::kFailed), 0);
   EXPECT_EQ(AsResult(Outcome::kCancelled), 0);
+}
+
+TEST_F(StepTest, TextsOfTablesAreCutToTheirBuffer) {
+  char text[8];
+  FormatText<const char*, int>(text, sizeof text, "%s=%d", "rec", 7);
+  EXPECT_STREQ(text, "rec=7");
+  FormatText<int>(text, sizeof text, "record %d", 7);
+  EXPECT_STREQ(text, "record ");
 }
 
 TEST_F(StepTest, TextsOfTablesAreLoggedWithTheirValues) {
