@@ -6,6 +6,7 @@
 #include <limits>
 #include <string>
 
+#include "environment.h"
 #include "fault_each.h"
 #include "frd/control.h"
 #include "frd/files.h"
@@ -13,6 +14,7 @@
 #include "frd/memory.h"
 #include "platform/clock.h"
 #include "platform/fault.h"
+#include "refusals.h"
 #include "test_support.h"
 
 #if defined(_WIN32)
@@ -204,6 +206,19 @@ TEST_F(ProgressTest, ASecondRunIsRefusedWhileOneIsOpen) {
   EXPECT_FALSE(FRD_IsDialogOpen());
 }
 
+TEST_F(ProgressTest, ARunThatGetsNoThreadTellsSo) {
+  ::testing::internal::CaptureStderr();
+  int result = -1;
+  {
+    const test::NoThreads none;
+    result = FRD_RunDialog(nullptr, Second, 0, "");
+  }
+  EXPECT_EQ(::testing::internal::GetCapturedStderr(),
+            "Initalizing...\nFatal Error in FRD_Proc: Can't create FrdModalThreadProc thread !\n");
+  EXPECT_EQ(result, 0);
+  EXPECT_FALSE(FRD_IsDialogOpen());
+}
+
 // Asks for the interruption that stands for the Cancel button, and works on until it has come.
 int Interrupted(WindowHandle, int64_t, const char*) {
   std::raise(SIGINT);
@@ -216,18 +231,10 @@ int Interrupted(WindowHandle, int64_t, const char*) {
 }
 
 std::string CancelNotice(const char* locale) {
-  const char* all = std::getenv("LC_ALL");
-  const std::string old = all != nullptr ? all : "";
-  ::setenv("LC_ALL", locale, 1);
+  const test::Environment all("LC_ALL", locale);
   ::testing::internal::CaptureStderr();
   EXPECT_EQ(FRD_RunDialog(nullptr, Interrupted, 0, ""), 0);
-  const std::string text = ::testing::internal::GetCapturedStderr();
-  if (all != nullptr) {
-    ::setenv("LC_ALL", old.c_str(), 1);
-  } else {
-    ::unsetenv("LC_ALL");
-  }
-  return text;
+  return ::testing::internal::GetCapturedStderr();
 }
 
 TEST_F(ProgressTest, CancelStopsTheWorkAtItsNextTest) {

@@ -43,6 +43,13 @@ TEST_F(ClockTest, OtherDatesAreNot) {
   EXPECT_FALSE(IsValidDate(Date(1600, 12, 31)));
 }
 
+#ifndef _WIN32
+TEST_F(ClockTest, TheCalendarEndsWithTheYear30827) {
+  EXPECT_TRUE(IsValidDate(Date(30827, 12, 31)));
+  EXPECT_FALSE(IsValidDate(Date(30828, 1, 1)));
+}
+#endif
+
 TEST_F(ClockTest, OnlyLeapYearsHaveAFebruary29) {
   if (test::UnderWine()) GTEST_SKIP() << "Wine takes February 29 of every year";
   EXPECT_FALSE(IsValidDate(Date(2015, 2, 29)));

@@ -61,5 +61,14 @@ TEST(NamedLockTest, NamesAreApart) {
   EXPECT_TRUE(held);
 }
 
+#ifndef _WIN32
+TEST(NamedLockTest, ALockWhoseFileCannotBeMadeIsNotHeld) {
+  NamedLock lock("ZatLibNo/Such/Folder", 1000);
+  EXPECT_FALSE(lock.Held());
+  lock.Release();
+  EXPECT_FALSE(lock.Held());
+}
+#endif
+
 }  // namespace
 }  // namespace zatlib::platform
