@@ -11,7 +11,11 @@ import argparse
 import os
 import re
 import subprocess
+import sys
 import tempfile
+
+sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "support"))
+import zatmap  # pylint: disable=wrong-import-position
 
 LINKS = 300000
 LIMIT = 200   # milliseconds that a user does not notice
@@ -20,23 +24,14 @@ TIMEOUT = 200  # seconds
 
 def check(options, layout, method):
     with tempfile.TemporaryDirectory() as data:
-        subprocess.run([options.make_network, "--city", options.city, "--links", str(LINKS),
-                        "--layout", layout, data], check=True, stdout=subprocess.DEVNULL,
-                       timeout=TIMEOUT)
-        os.makedirs(os.path.join(data, "out"), exist_ok=True)
-        control = os.path.join(data, "control.ini")
-        with open(control, "rb") as file:
-            text = file.read()
-        changed = re.sub(rb"\[SYSTEM\]", b"[SYSTEM]\r\nBUILDMETHOD=" + method, text)
-        assert changed != text
-        with open(control, "wb") as file:
-            file.write(changed)
+        zatmap.make_network(options.make_network, options.city, LINKS, data, layout)
+        zatmap.set_system(data, "BUILDMETHOD=" + method)
         done = subprocess.run([options.cancel_gaps, "control.ini", "--limit", str(LIMIT),
                                "--cancels", "3"], cwd=data, text=True, timeout=TIMEOUT,
                               stdout=subprocess.PIPE, check=False,
                               env=dict(os.environ, XDG_DATA_HOME=os.path.join(data, "log")))
         lines = done.stdout.splitlines()
-        print("%s, %s: %s" % (layout, method.decode(), lines[-1] if lines else "no output"))
+        print("%s, %s: %s" % (layout, method, lines[-1] if lines else "no output"))
         if done.returncode != 0:
             print(done.stdout)
             return False
@@ -52,7 +47,7 @@ def main():
     parser.add_argument("--city", required=True, type=os.path.abspath)
     options = parser.parse_args()
     results = [check(options, layout, method)
-               for layout, method in (("text", b"M"), ("mif", b"F"), ("msr-mif", b"M"))]
+               for layout, method in (("text", "M"), ("mif", "F"), ("msr-mif", "M"))]
     raise SystemExit(0 if all(results) else 1)
 
 

@@ -20,10 +20,12 @@ import random
 import re
 import shutil
 import struct
-import subprocess
 import sys
 import tempfile
 import unittest
+
+sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "support"))
+import zatmap  # pylint: disable=wrong-import-position
 
 ZATMAP = ""
 CITY = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "..", "examples", "monaco")
@@ -210,18 +212,11 @@ class Map:
         return next((slot for slot, number, _ in self.slots(node) if number == link), -1)
 
 
-def build(test, folder, control):
-    environment = dict(os.environ, XDG_DATA_HOME=os.path.join(folder, "log-" + control))
-    done = subprocess.run([ZATMAP, "build", control], cwd=folder, env=environment,
-                          stdin=subprocess.DEVNULL, capture_output=True, timeout=TIMEOUT,
-                          check=False)
-    test.assertEqual(done.returncode, 0, done.stderr.decode("utf-8", "replace"))
-    logs = os.path.join(environment["XDG_DATA_HOME"], "Orvilex Systems,Inc.", "ZatLib")
-    text = ""
-    for name in sorted(os.listdir(logs)):
-        with open(os.path.join(logs, name), encoding="cp932") as file:
-            text += file.read()
-    return text
+def build(folder, control):
+    """The log of a build."""
+    program = zatmap.Zatmap(ZATMAP, os.path.join(folder, "log-" + control))
+    program.build(folder, control, timeout=TIMEOUT)
+    return program.log().decode("cp932")
 
 
 class City(unittest.TestCase):
@@ -229,24 +224,14 @@ class City(unittest.TestCase):
     def setUpClass(cls):
         cls.folder = tempfile.mkdtemp()
         cls.addClassCleanup(shutil.rmtree, cls.folder)
-        for name in os.listdir(CITY):
-            path = os.path.join(CITY, name)
-            if os.path.isfile(path):
-                shutil.copyfile(path, os.path.join(cls.folder, name))
-        for name in ("out", "out_mif"):
-            os.mkdir(os.path.join(cls.folder, name))
-        test = cls("run_nothing")
-        cls.log = build(test, cls.folder, "control.ini")
-        cls.log_mif = build(test, cls.folder, "control_mif.ini")
+        zatmap.copy_sources(CITY, cls.folder, "out", "out_mif")
+        cls.log = build(cls.folder, "control.ini")
+        cls.log_mif = build(cls.folder, "control_mif.ini")
         cls.source = Source(cls.folder)
         cls.map = Map(os.path.join(cls.folder, "out"))
 
-    def run_nothing(self):
-        pass
-
     def output(self, *names):
-        with open(os.path.join(self.folder, *names), "rb") as file:
-            return file.read()
+        return zatmap.read(os.path.join(self.folder, *names))
 
     def counted(self, pattern):
         found = re.findall(pattern, self.log)

@@ -37,8 +37,9 @@ import subprocess
 import sys
 import tempfile
 
-STAMP = re.compile(rb"^\d{8} \d\d:\d\d:\d\d\.\d{3} ")
-MACHINE = re.compile(rb"^(Total Physycal=|Total Paging=|, Available Paging=)")
+sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "support"))
+import zatmap  # pylint: disable=wrong-import-position
+
 SHAPES = ["rtweight.dat", "shapedat.dat", "shapedat.inf", "shapedbl.idx"]
 NETWORK = ["link.idx", "linkdef.dat", "linkname.dat", "linknode.idx", "mapattr.dat", "mapcalc.dat",
            "mapdraw.dat", "maploc.dat", "maprule.dat", "node.idx", "nodeattr.dat", "nodelink.idx",
@@ -176,7 +177,7 @@ def to_zat(folder, control, length):
 
 # ---- Builds --------------------------------------------------------------------------------------
 
-def build(zatmap, folder, name):
+def build(path, folder, name):
     """The output files of a good build and the log of its second half."""
     control = Control(folder / name)
     out = folder / control.get("FOLDER", "CALCMAPDIR")
@@ -184,13 +185,11 @@ def build(zatmap, folder, name):
     out.mkdir(parents=True)
     data = folder / ".data"
     shutil.rmtree(data, ignore_errors=True)
-    done = subprocess.run([zatmap, "build", name], cwd=folder, capture_output=True, timeout=600,
-                          env=dict(os.environ, XDG_DATA_HOME=str(data)))
-    check(done.returncode == 0, "%s does not build: %r" % (name, done.stderr))
-    raw = b"".join(p.read_bytes() for p in
-                   sorted((data / "Orvilex Systems,Inc." / "ZatLib").glob("*.log")))
-    log = [STAMP.sub(b"", line) for line in raw.split(b"\r\n")]
-    log = [line for line in log[log.index(b"Path Two Start. "):] if not MACHINE.match(line)]
+    program = zatmap.Zatmap(path, data)
+    done = program.run("build", name, cwd=folder)
+    check(done.status == 0, "%s does not build: %s" % (name, done.err))
+    log = program.log_lines()
+    log = [line for line in log[log.index(b"Path Two Start. "):] if not zatmap.MACHINE.match(line)]
     files = {p.name: p.read_bytes() for p in out.iterdir() if not p.name.startswith(".")}
     shapes = SHAPES if "shapedat.dat" in files else []
     check(sorted(files) == sorted(NETWORK + shapes), "%s: the files %s" % (name, sorted(files)))
@@ -240,7 +239,7 @@ def values_of_names(files):
     return [struct.unpack_from("<H", data, at + 24)[0] for at in range(0, len(data), 30)]
 
 
-def four_forms(zatmap, source, name):
+def four_forms(path, source, name):
     """MSR and ZAT, each with both code lengths, from one MSR control file."""
     with tempfile.TemporaryDirectory() as scratch:
         folder = pathlib.Path(scratch) / "set"
@@ -255,7 +254,7 @@ def four_forms(zatmap, source, name):
             for layout in ("MSR", "ZAT"):
                 control = given if layout == "MSR" else to_zat(folder, given, length)
                 control.write(folder / "form.ini")
-                files, log = build(zatmap, folder, "form.ini")
+                files, log = build(path, folder, "form.ini")
                 values = values_of_names(files)
                 if layout == "ZAT":
                     check(not any(values), "a name of the ZAT layout has a value")
@@ -284,15 +283,15 @@ def csv_and_mif(name_a, a, name_b, b):
 
 # ---- Two sets of one network ---------------------------------------------------------------------
 
-def pair(zatmap, source, zat_name, msr_name):
+def pair(path, source, zat_name, msr_name):
     with tempfile.TemporaryDirectory() as scratch:
         folder = pathlib.Path(scratch) / "set"
         shutil.copytree(source, folder)
         subprocess.run(["chmod", "-R", "u+w", str(folder)], check=True)
         control = Control(folder / zat_name)
         length = int(control.get("SYSTEM", "CODELENGTH", "14"))
-        zat_files, _ = build(zatmap, folder, zat_name)
-        msr_files, _ = build(zatmap, folder, msr_name)
+        zat_files, _ = build(path, folder, zat_name)
+        msr_files, _ = build(path, folder, msr_name)
         if ("shapedat.dat" in zat_files) != ("shapedat.dat" in msr_files):
             for files in (zat_files, msr_files):
                 for name in SHAPES:
@@ -350,7 +349,7 @@ def main():
                         metavar=("FOLDER", "ZAT", "MSR"))
     parser.add_argument("sets", nargs="*")
     options = parser.parse_args()
-    zatmap = str(pathlib.Path(options.zatmap).resolve())
+    path = os.path.abspath(options.zatmap)
     failed = 0
     for item in options.sets:
         folder, _, control = item.partition(":")
@@ -358,7 +357,7 @@ def main():
         names = [control] if control else sorted(p.name for p in folder.glob("*.ini"))
         try:
             check(names, "%s: no control file" % folder)
-            built = [four_forms(zatmap, folder, name) for name in names]
+            built = [four_forms(path, folder, name) for name in names]
             for name, files in zip(names[1:], built[1:]):
                 csv_and_mif(names[0], built[0], name, files)
             print("%s: %s agree" % (folder.name, ", ".join(names)))
@@ -367,7 +366,7 @@ def main():
             print("%s: %s" % (folder.name, difference))
     for folder, zat, msr in options.pair:
         try:
-            pair(zatmap, folder, zat, msr)
+            pair(path, folder, zat, msr)
             print("%s: %s and %s agree" % (pathlib.Path(folder).name, zat, msr))
         except Difference as difference:
             failed += 1

@@ -15,9 +15,11 @@ import signal
 import struct
 import subprocess
 import sys
-import tempfile
 import time
 import unittest
+
+sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "support"))
+import zatmap  # pylint: disable=wrong-import-position
 
 OPTIONS = argparse.Namespace()
 LINKS = 40000
@@ -28,38 +30,22 @@ STORES = re.compile(r"~wk$")
 PAY_DATA = b"[SYSTEM]\r\nResult=OK\r\n"
 
 
-def read(path):
-    with open(path, "rb") as file:
-        return file.read()
-
-
-def write(path, data):
-    with open(path, "wb") as file:
-        file.write(data)
-
-
 class Build:
     """A network, its control file and the undisturbed map."""
 
     def __init__(self, folder, layout, method):
         self.data = os.path.join(folder, layout + "-" + method)
         self.out = os.path.join(self.data, "out")
-        self.environment = dict(os.environ, XDG_DATA_HOME=os.path.join(folder, "log"), LC_ALL="C")
-        subprocess.run([OPTIONS.make_network, "--city", OPTIONS.city, "--links", str(LINKS),
-                        "--layout", layout, self.data], check=True, stdout=subprocess.DEVNULL,
-                       timeout=TIMEOUT)
-        os.makedirs(self.out, exist_ok=True)
-        self.control = read(os.path.join(self.data, "control.ini"))
-        self.control = self.control.replace(b"[SYSTEM]",
-                                            b"[SYSTEM]\r\nBUILDMETHOD=" + method.encode(), 1)
+        self.program = zatmap.Zatmap(OPTIONS.zatmap, os.path.join(folder, "log"), LC_ALL="C")
+        zatmap.make_network(OPTIONS.make_network, OPTIONS.city, LINKS, self.data, layout)
+        zatmap.set_system(self.data, "BUILDMETHOD=" + method)
         self.silent(True)
-        self.sources = {name: read(os.path.join(self.data, name))
+        self.sources = {name: zatmap.read(os.path.join(self.data, name))
                         for name in os.listdir(self.data) if name != "out"}
         # The first link of every map is an interchange.
         self.fare_data(b"")
-        start = time.monotonic()
         self.run()
-        code = read(os.path.join(self.out, "mapdraw.dat"))[:8]
+        code = zatmap.read(os.path.join(self.out, "mapdraw.dat"))[:8]
         self.fare_link = code + struct.pack("<16xhB5x", 1, 1)
         self.fare_data(self.fare_link)
         start = time.monotonic()
@@ -69,31 +55,22 @@ class Build:
         assert self.good["PayData.Inf"] == PAY_DATA + b"ICFLAG=OK\r\n"
 
     def silent(self, silent):
-        text = re.sub(rb"SILENTMODE=\d", b"SILENTMODE=1" if silent else b"SILENTMODE=0", self.control)
-        write(os.path.join(self.data, "control.ini"), text)
+        zatmap.set_system(self.data, "SILENTMODE=1" if silent else "SILENTMODE=0")
 
     def fare_data(self, links):
         for name in ("TR_FARE2.DAT", "TR_FARE2.IDX", "TR_FARE3.DAT", "TR_NAME.DAT"):
-            write(os.path.join(self.out, name), b"")
-        write(os.path.join(self.out, "TR_LINK.DAT"), links)
-        write(os.path.join(self.out, "PayData.Inf"), PAY_DATA)
+            zatmap.write(os.path.join(self.out, name), b"")
+        zatmap.write(os.path.join(self.out, "TR_LINK.DAT"), links)
+        zatmap.write(os.path.join(self.out, "PayData.Inf"), PAY_DATA)
 
     def files(self):
-        """The output folder. The road definition's second line has the time of the build."""
-        files = {name: read(os.path.join(self.out, name)) for name in os.listdir(self.out)}
-        if "linkdef.dat" in files:
-            files["linkdef.dat"] = re.sub(rb"; Created [^\r\n]*", b"", files["linkdef.dat"])
-        return files
+        return zatmap.map_files(self.out)
 
     def start(self, **options):
-        return subprocess.Popen([OPTIONS.zatmap, "build", "control.ini"], cwd=self.data,
-                                stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL,
-                                env=self.environment, **options)
+        return self.program.start("build", "control.ini", cwd=self.data, **options)
 
     def run(self):
-        process = self.start()
-        status = process.wait(TIMEOUT)
-        assert status == 0, status
+        self.program.build(self.data, timeout=TIMEOUT)
 
 
 class Interrupted(unittest.TestCase):
@@ -102,17 +79,10 @@ class Interrupted(unittest.TestCase):
 
     @classmethod
     def setUpClass(cls):
-        memory = "/dev/shm"
-        base = memory if os.access(memory, os.W_OK | os.X_OK) and \
-            shutil.disk_usage(memory).free > 1 << 30 else None
-        cls.folder = tempfile.mkdtemp(dir=base)
+        cls.folder = cls.enterClassContext(zatmap.scratch_folder())
         cls.builds = {kind: Build(cls.folder, *kind)
                       for kind in (("text", "M"), ("text", "F"), ("mif", "M"), ("msr-mif", "M"),
                                    ("msr-mif", "F"))}
-
-    @classmethod
-    def tearDownClass(cls):
-        shutil.rmtree(cls.folder)
 
     def expect_good(self, build):
         files = build.files()
@@ -120,7 +90,7 @@ class Interrupted(unittest.TestCase):
         self.assertEqual(sorted(files), sorted(build.good))
         self.assertEqual([name for name in files if files[name] != build.good[name]], [])
         for name, content in build.sources.items():
-            self.assertEqual(read(os.path.join(build.data, name)), content, name)
+            self.assertEqual(zatmap.read(os.path.join(build.data, name)), content, name)
 
     def test_the_same_build_twice_is_the_same(self):
         for kind, build in self.builds.items():
@@ -163,7 +133,7 @@ class Interrupted(unittest.TestCase):
             build.silent(False)
             for moment in range(MOMENTS):
                 with self.subTest(build=kind, moment=moment):
-                    shutil.rmtree(os.path.join(self.folder, "log"), ignore_errors=True)
+                    shutil.rmtree(build.program.data, ignore_errors=True)
                     process = build.start(stderr=subprocess.PIPE, bufsize=0)
                     text = process.stderr.read(1)  # the window stands: its first status text
                     time.sleep(build.seconds * moment / MOMENTS)
@@ -176,7 +146,7 @@ class Interrupted(unittest.TestCase):
                         self.assertTrue(text == b"Initalizing...\n" or
                                         b"Setting IC Flags..." in text, text)
                         continue
-                    log = self.log()
+                    log = [line.decode("cp932") for line in build.program.log_lines()]
                     if process.returncode == 0:
                         self.assertEqual(log[-1], "End OK.")
                         continue
@@ -193,15 +163,6 @@ class Interrupted(unittest.TestCase):
             self.expect_good(build)
             # A fast machine is done before the window has noticed the later ones.
             self.assertGreater(cancelled, MOMENTS // 6)
-
-    def log(self):
-        """The lines of today's log without their stamps."""
-        for folder, _, names in os.walk(os.path.join(self.folder, "log")):
-            for name in names:
-                if name.endswith(".log") and "ZatLib" in folder:
-                    text = read(os.path.join(folder, name)).decode("cp932")
-                    return re.sub(r"(?m)^\d{8} \d\d:\d\d:\d\d\.\d{3} ", "", text).split("\r\n")[:-1]
-        return []
 
 
 def main():

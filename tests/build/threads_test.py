@@ -8,11 +8,12 @@ They give the same files, byte for byte, and with one method the same lines in t
 
 import argparse
 import os
-import re
-import subprocess
 import sys
 import tempfile
 import unittest
+
+sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "support"))
+import zatmap  # pylint: disable=wrong-import-position
 
 OPTIONS = argparse.Namespace()
 LINKS = 60000  # sources of several chunks, records of several blocks
@@ -23,40 +24,20 @@ LAYOUTS = (("text", 14), ("text", 18), ("mif", 14), ("msr", 14), ("msr-mif", 18)
 class ThreadsTest(unittest.TestCase):
     def build(self, folder, method, threads):
         """Files of the map (but for the date in linkdef.dat) and lines of the log."""
-        with open(os.path.join(folder, "control.ini"), "rb") as file:
-            control = file.read()
-        text = control.replace(b"[SYSTEM]", b"[SYSTEM]\r\nBUILDMETHOD=%s\r\nTHREADS=%d"
-                               % (method.encode(), threads), 1)
-        name = os.path.join(folder, "run.ini")
-        with open(name, "wb") as file:
-            file.write(text)
-        data = os.path.join(folder, f"log-{method}-{threads}")
-        subprocess.run([OPTIONS.zatmap, "build", name], check=True, stdout=subprocess.DEVNULL,
-                       cwd=folder, timeout=TIMEOUT, env=dict(os.environ, XDG_DATA_HOME=data))
-        out = os.path.join(folder, "out")
-        files = {}
-        for entry in os.listdir(out):
-            with open(os.path.join(out, entry), "rb") as file:
-                files[entry] = file.read()
-        files["linkdef.dat"] = files["linkdef.dat"].split(b"\r\n", 2)[2]
-        lines = []
-        for where, _, names in os.walk(data):
-            for entry in names:
-                with open(os.path.join(where, entry), "rb") as file:
-                    lines += [re.sub(rb"^\d{8} [\d:.]+ ", b"", line) for line in file]
-        return files, lines
+        zatmap.set_system(folder, "BUILDMETHOD=" + method, "THREADS=%d" % threads, name="run.ini")
+        program = zatmap.Zatmap(OPTIONS.zatmap, os.path.join(folder, f"log-{method}-{threads}"))
+        program.build(folder, "run.ini", timeout=TIMEOUT)
+        return zatmap.map_files(os.path.join(folder, "out")), program.log_lines()
 
     def test_any_number_of_threads_gives_the_same_map_and_log(self):
         for layout, code_length in LAYOUTS:
             with self.subTest(layout=layout), tempfile.TemporaryDirectory() as folder:
-                subprocess.run([OPTIONS.make_network, "--city", OPTIONS.city, "--links", str(LINKS),
-                                "--layout", layout, "--code-length", str(code_length), folder],
-                               check=True, stdout=subprocess.DEVNULL, timeout=TIMEOUT)
-                os.makedirs(os.path.join(folder, "out"), exist_ok=True)
+                zatmap.make_network(OPTIONS.make_network, OPTIONS.city, LINKS, folder, layout,
+                                    code_length)
                 maps = {}
                 for method in ("M", "F"):
                     maps[method], log = self.build(folder, method, 1)
-                    self.assertIn(b"End OK.\r\n", log)
+                    self.assertIn(b"End OK.", log)
                     for threads in (2, 5):
                         files, lines = self.build(folder, method, threads)
                         self.assertEqual(sorted(files), sorted(maps[method]))

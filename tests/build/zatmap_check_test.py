@@ -19,6 +19,9 @@ import tempfile
 import threading
 import unittest
 
+sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "support"))
+import zatmap  # pylint: disable=wrong-import-position
+
 ZATMAP = []
 WINDOWS = False
 SOURCE = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
@@ -227,12 +230,8 @@ def run(root, *arguments):
     if ROUNDS is not None:
         program = "Z:" + ZATMAP[-1].replace("/", "\\")
         status, out, err = ROUNDS.wait_for(root, [program, "check", *arguments])
-        return status, out.decode("utf-8").replace("\r\n", "\n"), err.decode("utf-8", "replace")
-    environment = dict(os.environ, ZATLIB_CODEPAGE="932")
-    result = subprocess.run([*ZATMAP, "check", *arguments], cwd=root, env=environment,
-                            stdout=subprocess.PIPE, stderr=subprocess.PIPE, timeout=120)
-    text = result.stdout.decode("utf-8").replace("\r\n", "\n")
-    return result.returncode, text, result.stderr.decode("utf-8", "replace")
+        return status, zatmap.text_of(out), zatmap.text_of(err)
+    return tuple(zatmap.Zatmap(ZATMAP, ZATLIB_CODEPAGE="932").run("check", *arguments, cwd=root))
 
 
 FINDING = re.compile(r"^(.*?:\d+: \d+: (?:error|warning)): (.*) \[([a-z0-9-]+)\]$")
@@ -1296,13 +1295,10 @@ class RandomNetworks(unittest.TestCase):
                     network = maker(str(seed), root)
                     network.make()
                     status, text, errors = run(root, "--max", "3", "control.ini")
-                    build = subprocess.run(
-                        [*ZATMAP, "build", "control.ini"], cwd=root, timeout=120,
-                        env=dict(os.environ, XDG_DATA_HOME=root), stdout=subprocess.DEVNULL,
-                        stderr=subprocess.DEVNULL)
+                    build = zatmap.Zatmap(ZATMAP, root).run("build", "control.ini", cwd=root)
                 with self.subTest(maker=maker.__name__, seed=seed, fault=network.fault):
                     self.assertIn(status, (0, 1), errors)
-                    if build.returncode != 0:
+                    if build.status != 0:
                         failed += 1
                         self.assertEqual(status, 1, "the build fails")
                     if is_zat and network.fault is None and network.wild == 0.0:

@@ -12,15 +12,16 @@ import resource
 import select
 import shutil
 import signal
-import subprocess
 import sys
 import tempfile
 import time
 import unittest
 
+sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "support"))
+import zatmap  # pylint: disable=wrong-import-position
+
 ZATMAP = ""
 TIMEOUT = 60  # seconds that no run of these small inputs takes
-STAMP = re.compile(rb"^\d{8} \d\d:\d\d:\d\d\.\d{3} ")
 
 
 def crlf(*lines):
@@ -37,20 +38,18 @@ class ZatmapTest(unittest.TestCase):
     def setUp(self):
         self.folder = tempfile.mkdtemp()
         self.addCleanup(shutil.rmtree, self.folder)
-        self.environment = dict(os.environ, XDG_DATA_HOME=os.path.join(self.folder, "data"))
+        self.program = zatmap.Zatmap(ZATMAP, os.path.join(self.folder, "data"))
         os.mkdir(self.path("out"))
 
     def path(self, *names):
         return os.path.join(self.folder, *names)
 
     def write(self, name, content):
-        with open(self.path(name), "wb") as file:
-            file.write(content)
+        zatmap.write(self.path(name), content)
         return self.path(name)
 
     def read(self, *names):
-        with open(self.path(*names), "rb") as file:
-            return file.read()
+        return zatmap.read(self.path(*names))
 
     def control(self, *system, name="control.ini", output="out", sections=()):
         """A control file for the three nodes and two links above."""
@@ -71,30 +70,16 @@ class ZatmapTest(unittest.TestCase):
             "[DKUKAN]", "FILENUM=1", "FILE01=" + self.path("link.csv")))
 
     def run_zatmap(self, *arguments, status, cwd=None):
-        done = subprocess.run([ZATMAP, *arguments], cwd=cwd or self.folder, env=self.environment,
-                              stdin=subprocess.DEVNULL, capture_output=True, timeout=TIMEOUT,
-                              check=False)
-        out, err = (text.decode("utf-8", "replace") for text in (done.stdout, done.stderr))
-        self.assertEqual(done.returncode, status, out + err)
-        return out, err
+        done = self.program.run(*arguments, cwd=cwd or self.folder, timeout=TIMEOUT)
+        self.assertEqual(done.status, status, done.out + done.err)
+        return done.out, done.err
 
     def files(self, *folder):
-        """The output files; the creation date of linkdef.dat left out."""
-        content = {}
-        for name in sorted(os.listdir(self.path(*folder))):
-            content[name] = self.read(*folder, name)
-            if name == "linkdef.dat":
-                lines = content[name].split(b"\r\n")
-                self.assertTrue(lines[1].startswith(b"; Created "), lines[1])
-                content[name] = b"\r\n".join(lines[:1] + lines[2:])
-        return content
+        self.assertRegex(self.read(*folder, "linkdef.dat"), rb"^[^\r\n]*\r\n; Created ")
+        return zatmap.map_files(self.path(*folder))
 
     def log(self):
-        folder = self.path("data", "Orvilex Systems,Inc.", "ZatLib")
-        lines = []
-        for name in sorted(os.listdir(folder)):
-            lines += [STAMP.sub(b"", line) for line in self.read(folder, name).split(b"\r\n")]
-        return [line.decode("cp932") for line in lines if line]
+        return [line.decode("cp932") for line in self.program.log_lines() if line]
 
 
 class Usage(ZatmapTest):
@@ -230,12 +215,11 @@ class Build(ZatmapTest):
     def test_a_field_of_64_bytes(self):
         self.control("SILENTMODE=1")
         self.write("links.txt", LINKS + crlf("13,3," + "5" * 63, "14,3,5," + "7" * 64))
-        done = subprocess.run([ZATMAP, "build", self.path("control.ini")], cwd=self.folder,
-                              env=self.environment, stdin=subprocess.DEVNULL, capture_output=True,
-                              timeout=TIMEOUT, check=False,
-                              preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_CORE, (0, 0)))
-        err = done.stderr.decode("utf-8", "replace")
-        self.assertNotIn(done.returncode, (0, 2), err)
+        done = self.program.run(
+            "build", self.path("control.ini"), cwd=self.folder, timeout=TIMEOUT,
+            preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_CORE, (0, 0)))
+        err = done.err
+        self.assertNotIn(done.status, (0, 2), err)
         self.assertIn(self.path("links.txt"), err)
         self.assertRegex(err, r"record 4\b")
         self.assertRegex(err, r"column 4\b")
@@ -252,7 +236,7 @@ class Cancel(ZatmapTest):
     def start(self, control):
         pid, terminal = pty.fork()
         if pid == 0:
-            os.execve(ZATMAP, [ZATMAP, "build", control], self.environment)
+            os.execve(ZATMAP, [ZATMAP, "build", control], self.program.environment)
         self.addCleanup(self.end, pid, terminal)
         return pid, terminal
 

@@ -23,6 +23,9 @@ import sys
 import tempfile
 import unittest
 
+sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "support"))
+import zatmap  # pylint: disable=wrong-import-position
+
 OPTIONS = None
 CONTROL = """[SYSTEM]
 SILENTMODE=1
@@ -70,24 +73,14 @@ SMALL = {
 }
 
 
-def without_wine(text):
-    """Standard error without what Wine's own processes put there when they end: the program's own
-    end shows in its exit status."""
-    return "".join(line for line in text.splitlines(True) if not line.startswith("wine: "))
-
-
-def zatmap(*arguments, cwd=None):
-    environment = dict(os.environ, XDG_DATA_HOME=OPTIONS.data)
-    done = subprocess.run(OPTIONS.zatmap + [str(a) for a in arguments], cwd=cwd, env=environment,
-                          capture_output=True, timeout=600)
-    return (done.returncode, done.stdout.decode("utf-8").replace("\r\n", "\n"),
-            without_wine(done.stderr.decode("utf-8", "replace").replace("\r\n", "\n")))
+def run(*arguments, cwd=None):
+    return tuple(zatmap.Zatmap(OPTIONS.zatmap, OPTIONS.data).run(*arguments, cwd=cwd))
 
 
 def build(folder, control="control.ini", *options):
     (folder / "out").mkdir(exist_ok=True)
     (folder / "out_mif").mkdir(exist_ok=True)
-    return zatmap("build", control, *options, cwd=folder)
+    return run("build", control, *options, cwd=folder)
 
 
 def some(things):
@@ -112,7 +105,7 @@ class Case(unittest.TestCase):
         cls.temporary.cleanup()
 
     def good(self, *arguments):
-        status, out, err = zatmap(*arguments, cwd=self.folder)
+        status, out, err = run(*arguments, cwd=self.folder)
         self.assertEqual((status, err), (0, ""), out)
         return out
 
@@ -256,7 +249,7 @@ class SmallMap(Case):
                 (["view", "out"], 2, "-o is required"),
                 (["view", "out", "-o", "no/folder/map.html"], 1, "cannot be written"))):
             with self.subTest(arguments=arguments):
-                done = zatmap(*arguments, cwd=self.folder)
+                done = run(*arguments, cwd=self.folder)
                 self.assertEqual(done[0], status, done)
                 self.assertIn(text, done[1] + done[2])
 
@@ -396,7 +389,7 @@ class SmallMap(Case):
         for name, offset, mask, finding in self.FLIPS[::15 if OPTIONS.small else 1]:
             with self.subTest(file=name, offset=offset), self.copy() as folder:
                 self.flip(folder, name, offset, mask)
-                status, out, _ = zatmap("verify", folder)
+                status, out, _ = run("verify", folder)
                 self.assertEqual(status, 1, out)
                 self.assertRegex(out, re.compile("^(" + finding + ")", re.M))
                 self.assertTrue(out.endswith("the map is damaged.\n"))
@@ -430,7 +423,7 @@ class SmallMap(Case):
                 content = (folder / name).read_bytes()
                 self.assertEqual(content.count(old), 1)
                 (folder / name).write_bytes(content.replace(old, new))
-                status, out, _ = zatmap("verify", folder)
+                status, out, _ = run("verify", folder)
                 self.assertRegex(out, re.compile("^(" + finding + ")", re.M))
                 self.assertEqual(status, 1, out)
 
@@ -446,7 +439,7 @@ class SmallMap(Case):
                     else:
                         (folder / name).write_bytes(content[:-1] if change == "cut"
                                                     else content + bytes(64 * 30))
-                    status, out, _ = zatmap("verify", folder)
+                    status, out, _ = run("verify", folder)
                     self.assertEqual(status, 1, out)
                     if change == "lost":
                         self.assertRegex(out, re.escape(name) + ": error: the file is missing")
@@ -455,11 +448,11 @@ class SmallMap(Case):
         with self.copy() as folder:
             for offset in (8, 24, 40, 56):
                 self.flip(folder, "maploc.dat", offset)
-            status, out, _ = zatmap("verify", folder, "--max", "2")
+            status, out, _ = run("verify", folder, "--max", "2")
             self.assertEqual(status, 1)
             self.assertEqual(len(re.findall(r"^\S+: byte \d+: error: ", out, re.M)), 2)
             self.assertRegex(out, r"\n\d+ findings more; --max shows them\.\n")
-            report = json.loads(zatmap("verify", folder, "--json")[1])
+            report = json.loads(run("verify", folder, "--json")[1])
             self.assertEqual(report["findings"][0], {
                 "file": "mapdraw.dat", "record": 0, "offset": 16, "severity": "error",
                 "kind": "coordinate", "message": "X of node A is 10.000000, but maploc.dat has "
@@ -477,7 +470,7 @@ class SmallMap(Case):
                          "from 103 to 101\n23.60 seconds, length 150, 2 links\n"
                          "202                    3.60 s     50  \n"
                          "201                   20.00 s    100  Main Street\n")
-        self.assertEqual(zatmap("route", "out", "104", "101", cwd=self.folder)[0], 1)
+        self.assertEqual(run("route", "out", "104", "101", cwd=self.folder)[0], 1)
         self.assertEqual(json.loads(self.good("route", "out", "101", "101", "--json"))["cost"], 0)
 
     def test_route_takes_places(self):
@@ -542,7 +535,7 @@ class BrokenMaps(Case):
                                 ["export", folder, "--geojson"],
                                 ["dump", folder, "link.idx", "--json"],
                                 ["view", folder, "-o", folder / "map.html"]):
-                    status, out, err = zatmap(*command)
+                    status, out, err = run(*command)
                     self.assertIn(status, (0, 1), (command, out, err))
 
 
@@ -572,7 +565,7 @@ class City(Case):
                 for _ in range(1 if OPTIONS.small else 12):
                     offset, mask = chosen.randrange(len(content)), chosen.randrange(1, 256)
                     self.flip(folder, name, offset, mask)
-                    status, out, _ = zatmap("verify", folder)
+                    status, out, _ = run("verify", folder)
                     self.assertEqual(status, 1, (name, offset, mask, out))
                     self.flip(folder, name, offset, mask)
 
@@ -614,7 +607,7 @@ class City(Case):
             start = chosen.randrange(len(nodes))
             costs = cheapest(start)
             for goal in chosen.sample(range(len(nodes)), 4):
-                status, out, _ = zatmap("route", "out", codes[start], codes[goal], "--json",
+                status, out, _ = run("route", "out", codes[start], codes[goal], "--json",
                                         cwd=self.folder)
                 if goal not in costs:
                     self.assertEqual(status, 1)
@@ -691,10 +684,10 @@ class RandomNetworks(unittest.TestCase):
                 with self.subTest(seed=seed, layout=layout), \
                         tempfile.TemporaryDirectory() as name:
                     subprocess.run([sys.executable, script, *layout, str(seed), name], check=True)
-                    if zatmap("build", "control.ini", *layout, cwd=name)[0] != 0:
+                    if run("build", "control.ini", *layout, cwd=name)[0] != 0:
                         continue
                     built += 1
-                    status, out, err = zatmap("verify", "out", cwd=name)
+                    status, out, err = run("verify", "out", cwd=name)
                     self.assertEqual(status, 0, out + err)
         self.assertGreater(built, OPTIONS.random)
 
@@ -782,7 +775,7 @@ class FareData(Case):
                               (202.0, "no interchange flag, but TR_LINK.DAT lists link 202")):
             with self.copy() as folder:
                 (folder / "TR_LINK.DAT").write_bytes(struct.pack("<d16xhB5x", code, 1, 1))
-                status, out, _ = zatmap("verify", folder)
+                status, out, _ = run("verify", folder)
                 self.assertEqual(status, 1, out)
                 self.assertIn(finding, out)
 
@@ -805,7 +798,7 @@ class Documents(unittest.TestCase):
         self.assertEqual(len(tables), 17, sorted(tables))
         for name, rows in tables.items():
             with self.subTest(file=name):
-                status, out, _ = zatmap("dump", ".", name, "--fields")
+                status, out, _ = run("dump", ".", name, "--fields")
                 fields = [r[:4] for r in csv.reader(io.StringIO(out))][1:]
                 self.assertEqual((status, fields), (0, rows))
 

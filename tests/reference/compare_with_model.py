@@ -10,39 +10,20 @@ Exit status 0: all agree."""
 import argparse
 import os
 import pathlib
-import re
 import shutil
 import subprocess
 import sys
 import tempfile
 
+sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "support"))
+import zatmap  # pylint: disable=wrong-import-position
+
 HERE = pathlib.Path(__file__).resolve().parent
-STAMP = re.compile(rb"^\d{8} \d\d:\d\d:\d\d\.\d{3} ")
-# Lines that tell of the machine or of earlier runs.
-MACHINE = re.compile(rb"^(Total Physycal=|Total Paging=|\d+ log files before )")
 
 
 def log_lines(raw, folder):
-    lines = []
-    for line in raw.replace(b"\r\n", b"\n").split(b"\n"):
-        line = STAMP.sub(b"", line)
-        if MACHINE.match(line):
-            continue
-        lines.append(line.replace(os.fsencode(str(folder)), b"<folder>"))
-    return lines
-
-
-def output_files(folder):
-    files = {}
-    for path in sorted(folder.iterdir()):
-        if path.name.startswith(".") or not path.is_file():
-            continue
-        content = path.read_bytes()
-        if path.name == "linkdef.dat":
-            parts = content.split(b"\r\n")
-            content = b"\r\n".join(parts[:1] + parts[2:])
-        files[path.name] = content
-    return files
+    return [line.replace(os.fsencode(str(folder)), b"<folder>") for line in zatmap.lines_of(raw)
+            if not zatmap.MACHINE.match(line)]
 
 
 def control_value(control, section, key):
@@ -56,14 +37,12 @@ def control_value(control, section, key):
     return ""
 
 
-def run_zatmap(zatmap, folder, control):
-    data = folder / ".data"
-    environment = dict(os.environ, XDG_DATA_HOME=str(data))
-    done = subprocess.run([zatmap, "build", control], cwd=folder, env=environment,
-                          capture_output=True, timeout=300)
-    raw = b"".join(p.read_bytes() for p in sorted((data / "Orvilex Systems,Inc." / "ZatLib").glob("*.log")))
-    shutil.rmtree(data)
-    return done.returncode, raw
+def run_zatmap(path, folder, control):
+    program = zatmap.Zatmap(path, folder / ".data")
+    done = program.run("build", control, cwd=folder)
+    raw = program.log()
+    shutil.rmtree(program.data)
+    return done.status, raw
 
 
 def run_model(folder, control):
@@ -76,7 +55,7 @@ def run_model(folder, control):
     return done.returncode, raw
 
 
-def compare(zatmap, source, control, method):
+def compare(path, source, control, method):
     """Returns a list of differences."""
     with tempfile.TemporaryDirectory() as scratch:
         results = []
@@ -84,17 +63,16 @@ def compare(zatmap, source, control, method):
             folder = pathlib.Path(scratch) / run
             shutil.copytree(source, folder, symlinks=True)
             subprocess.run(["chmod", "-R", "u+w", str(folder)], check=True)
-            ini = folder / control
             if method:
-                text = ini.read_bytes().replace(b"[SYSTEM]", b"[SYSTEM]\r\nBUILDMETHOD=" + method.encode(), 1)
-                ini.write_bytes(text)
-            out = folder / (control_value(ini, "FOLDER", "CALCMAPDIR") or ".").replace("\\", "/")
+                zatmap.set_system(folder, "BUILDMETHOD=" + method, control=control)
+            out = control_value(folder / control, "FOLDER", "CALCMAPDIR") or "."
+            out = folder / out.replace("\\", "/")
             if run == "zatmap":
-                status, raw = run_zatmap(zatmap, folder, control)
+                status, raw = run_zatmap(path, folder, control)
                 status = 134 if status in (134, -6) else status
             else:
                 status, raw = run_model(folder, control)
-            files = output_files(out) if out.is_dir() else {}
+            files = zatmap.map_files(out) if out.is_dir() else {}
             results.append((status, log_lines(raw, folder), files))
     (status_a, log_a, files_a), (status_b, log_b, files_b) = results
     found = []
@@ -129,7 +107,7 @@ def main():
     parser.add_argument("--method", default="", help="force BUILDMETHOD")
     parser.add_argument("sets", nargs="*")
     options = parser.parse_args()
-    zatmap = str(pathlib.Path(options.zatmap).resolve())
+    path = os.path.abspath(options.zatmap)
     passed = failed = 0
 
     def report(name, found):
@@ -144,7 +122,7 @@ def main():
 
     for item in options.sets:
         folder, _, control = item.partition(":")
-        report(item, compare(zatmap, folder, control or "control.ini", options.method))
+        report(item, compare(path, folder, control or "control.ini", options.method))
     if options.random:
         first, count = options.random
         for seed in range(first, first + count):
@@ -154,7 +132,8 @@ def main():
                 subprocess.run([sys.executable, str(HERE / "make_random.py"), *layout, str(seed),
                                 str(folder)], check=True, timeout=300)
                 method = options.method or ("", "M", "F")[seed % 3]
-                report(f"random {'MSR ' if options.msr else ''}network {seed}", compare(zatmap, folder, "control.ini", method))
+                report(f"random {'MSR ' if options.msr else ''}network {seed}",
+                       compare(path, folder, "control.ini", method))
     print(f"{passed} passed, {failed} failed")
     return 1 if failed else 0
 

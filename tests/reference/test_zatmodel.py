@@ -368,7 +368,7 @@ class Builds(unittest.TestCase):
             first = {f: load("out/" + f) for f in os.listdir("out")}
             rc, log = self.build(b"BUILDMETHOD=F\r\n")
             self.assertEqual(rc, 0)
-            self.assertIn(b"*** file operation ***\nLoading Nodes(F)...", log)
+            self.assertIn(b"*** file operation ***\r\nLoading Nodes(F)...", log)
             for f, data in first.items():
                 if f != "linkdef.dat":
                     self.assertEqual(load("out/" + f), data, f)
@@ -442,7 +442,7 @@ class Builds(unittest.TestCase):
             rc, log = self.build(nodes=self.NODES + b"13,1\r\n")
             self.assertEqual(rc, 1)
             self.assertIn(m.jp("[道路点 00000000000013 が重複しています。"), log)
-            self.assertTrue(log.endswith(b"End Error.\n"))
+            self.assertTrue(log.endswith(b"End Error.\r\n"))
 
     def test_connection_error(self):
         with folder():
@@ -451,7 +451,7 @@ class Builds(unittest.TestCase):
                                          b"13,1,0,2,101,102"))
             self.assertEqual(rc, 1)
             self.assertIn(b"Error connection : Node=00000000000013 => "
-                          b"Link=00000000000101\nEnd Error.\n", log)
+                          b"Link=00000000000101\r\nEnd Error.\r\n", log)
 
     def test_too_few_nodes(self):
         with folder():
@@ -463,8 +463,8 @@ class Builds(unittest.TestCase):
         with folder():
             rc, log = self.build(b"CODELENGTH=16\r\n")
             self.assertEqual(rc, 1)
-            self.assertTrue(log.endswith(b"CODELENGTH=16\nSetting Node "
-                                         b"Storage...\nEnd Error.\n"))
+            self.assertTrue(log.endswith(b"CODELENGTH=16\r\nSetting Node "
+                                         b"Storage...\r\nEnd Error.\r\n"))
 
     def test_long_field(self):
         with folder():
@@ -558,8 +558,8 @@ class MsrBuild(unittest.TestCase):
             save("t.csv", b"")
             rc, log = self.build(rules=b"3,5,9,9,2\r\n\r\n3,6,9,9,2\r\n")
             self.assertEqual(rc, 0)
-            self.assertIn(b"Path One Start (MSR format) \nCODELENGTH=14\n"
-                          b"Path Two Start. \n", log)
+            self.assertIn(b"Path One Start (MSR format) \r\nCODELENGTH=14\r\n"
+                          b"Path Two Start. \r\n", log)
             self.assertEqual(len(load("out/linkstr.~wk")), 96)
             self.assertEqual(len(load("out/nnamestr.~wk")), 40)
             self.assertEqual(load("out/lnamestr.~wk"), b"")

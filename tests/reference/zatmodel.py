@@ -11,7 +11,7 @@ compared byte for byte.
 Exit status: 0 built, 1 failed, 134 a source field did not fit its buffer.
 The source layout is the one that [SYSTEM] FORMAT names; --msr takes the MSR
 layout whatever it says. The log lines are written without their time stamp,
-each followed by a line feed. All texts are bytes in code page 932.
+and end as the library's do. All texts are bytes in code page 932.
 """
 
 import argparse
@@ -782,7 +782,7 @@ class Build:
     # -- services ----------------------------------------------------------
 
     def log(self, text):
-        self.log_file.write(text + b"\n")
+        self.log_file.write(text + b"\r\n")
 
     def error(self, message, title):
         self.log((b"[%s][%s]" % (message, title))[:1021])

@@ -25,6 +25,9 @@ import termios
 import time
 import unittest
 
+sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "support"))
+import zatmap  # pylint: disable=wrong-import-position
+
 OPTIONS = argparse.Namespace()
 TIMEOUT = 60   # seconds for anything that has to happen
 LATENCY = 2.0  # seconds from Ctrl-C to the end of the program; in fact a fraction of one
@@ -153,26 +156,17 @@ class TerminalTest(unittest.TestCase):
         self.folder = tempfile.mkdtemp()
         self.addCleanup(shutil.rmtree, self.folder)
         self.data = os.path.join(self.folder, "data")
-        os.mkdir(self.data)
-        for name in os.listdir(OPTIONS.city):
-            source = os.path.join(OPTIONS.city, name)
-            if os.path.isfile(source):
-                shutil.copyfile(source, os.path.join(self.data, name))
-        os.mkdir(os.path.join(self.data, "out"))
-        self.environment = dict(os.environ, XDG_DATA_HOME=os.path.join(self.folder, "log"),
-                                LC_ALL="C", ZATLIB_CODEPAGE="932")
+        zatmap.copy_sources(OPTIONS.city, self.data, "out")
+        self.program = zatmap.Zatmap(OPTIONS.zatmap, os.path.join(self.folder, "log"), LC_ALL="C",
+                                     ZATLIB_CODEPAGE="932")
         self.control("0")
 
     def control(self, silent):
-        path = os.path.join(self.data, "control.ini")
-        with open(path, "rb") as file:
-            text = file.read()
-        with open(path, "wb") as file:
-            file.write(re.sub(rb"SILENTMODE=\d", b"SILENTMODE=" + silent.encode(), text))
+        zatmap.set_system(self.data, "SILENTMODE=" + silent)
 
     def start(self, columns=80):
-        terminal = Terminal([OPTIONS.zatmap, "build", "control.ini"], self.data, self.environment,
-                            columns)
+        terminal = Terminal([OPTIONS.zatmap, "build", "control.ini"], self.data,
+                            self.program.environment, columns)
         self.addCleanup(terminal.close)
         return terminal
 
@@ -271,25 +265,22 @@ class WhatAPersonSees(TerminalTest):
         self.assertIn(" nodes, ", lines[1])
 
     def test_plain_lines_when_standard_error_is_no_terminal(self):
-        done = subprocess.run([OPTIONS.zatmap, "build", "control.ini"], cwd=self.data,
-                              env=self.environment, capture_output=True, timeout=TIMEOUT, check=True)
-        text = done.stderr.decode("utf-8")
-        self.assertNotRegex(text, "[\r\x1b]")
-        lines = text.split("\n")
+        done = self.program.build(self.data, timeout=TIMEOUT)
+        self.assertNotRegex(done.err, "[\r\x1b]")
+        lines = done.err.split("\n")
         self.assertEqual(lines[:6], ["Initalizing...", "Setting Road Definition...",
                                      "Setting Node Storage...", "Reading Node Record (0)...",
                                      "Setting Node Name Storage...", "Setting Node XY..."])
         # A text of two lines is one here.
         self.assertIn("Creating Shape Data... 1/1", lines)
         self.assertEqual(lines[-3:], ["Creating Right Turn Weight...", "Setting IC Flags...", ""])
-        self.assertEqual(done.stdout.decode("utf-8").count("\n"), 2)
+        self.assertEqual(done.out.count("\n"), 2)
 
     def test_silent_mode_shows_no_plain_lines_either(self):
         self.control("1")
-        done = subprocess.run([OPTIONS.zatmap, "build", "control.ini"], cwd=self.data,
-                              env=self.environment, capture_output=True, timeout=TIMEOUT, check=True)
-        self.assertEqual(done.stderr, b"")
-        self.assertEqual(done.stdout.decode("utf-8").count("\n"), 2)
+        done = self.program.build(self.data, timeout=TIMEOUT)
+        self.assertEqual(done.err, "")
+        self.assertEqual(done.out.count("\n"), 2)
 
 
 class CtrlC(TerminalTest):
@@ -332,13 +323,13 @@ class CtrlC(TerminalTest):
         os.close(pipe)
 
     def test_the_notice_in_japanese(self):
-        self.environment["LC_ALL"] = "ja_JP.UTF-8"
+        self.program.environment["LC_ALL"] = "ja_JP.UTF-8"
         terminal, pipe = self.press("キャンセル処理中・・・$")
         self.let_go(pipe)
         self.assertEqual(terminal.finish(), 1)
 
     def test_a_japanese_notice_that_does_not_fit_is_cut_between_characters(self):
-        self.environment["LC_ALL"] = "ja_JP.UTF-8"
+        self.program.environment["LC_ALL"] = "ja_JP.UTF-8"
         # 38 columns in front of it and three that stay free leave 6 columns: three characters.
         terminal, pipe = self.press("キャン$", columns=47)
         self.let_go(pipe)
@@ -388,24 +379,13 @@ class LargeBuilds(unittest.TestCase):
 
     def make(self, layout, method):
         data = os.path.join(self.folder, layout)
-        subprocess.run([OPTIONS.make_network, "--city", OPTIONS.city, "--links", str(LARGE),
-                        "--layout", layout, data], check=True, stdout=subprocess.DEVNULL,
-                       timeout=TIMEOUT)
-        os.makedirs(os.path.join(data, "out"), exist_ok=True)
-        path = os.path.join(data, "control.ini")
-        with open(path, "rb") as file:
-            text = file.read()
-        changed = re.sub(rb"SILENTMODE=\d", b"SILENTMODE=0\r\nBUILDMETHOD=" + method, text)
-        self.assertNotEqual(changed, text)
-        with open(path, "wb") as file:
-            file.write(changed)
+        zatmap.make_network(OPTIONS.make_network, OPTIONS.city, LARGE, data, layout)
+        zatmap.set_system(data, "SILENTMODE=0", "BUILDMETHOD=" + method)
         return data
 
     def cancel_at(self, data, beginning):
-        process = subprocess.Popen(  # pylint: disable=consider-using-with
-            [OPTIONS.zatmap, "build", "control.ini"], cwd=data, stdin=subprocess.DEVNULL,
-            stdout=subprocess.DEVNULL, stderr=subprocess.PIPE, bufsize=0,
-            env=dict(os.environ, XDG_DATA_HOME=os.path.join(self.folder, "log"), LC_ALL="C"))
+        program = zatmap.Zatmap(OPTIONS.zatmap, os.path.join(self.folder, "log"), LC_ALL="C")
+        process = program.start("build", "control.ini", cwd=data, stderr=subprocess.PIPE, bufsize=0)
         try:
             end = time.monotonic() + TIMEOUT
             text = b""
@@ -443,13 +423,13 @@ class LargeBuilds(unittest.TestCase):
         shutil.rmtree(data)
 
     def test_text_files_in_memory(self):
-        self.check("text", b"M")
+        self.check("text", "M")
 
     def test_mif_files_through_files(self):
-        self.check("mif", b"F")
+        self.check("mif", "F")
 
     def test_the_msr_layout(self):
-        self.check("msr", b"M")
+        self.check("msr", "M")
 
 
 def main():

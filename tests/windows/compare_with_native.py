@@ -12,29 +12,23 @@ for line, but for time stamps, the machine's memory and the count of erased log 
 import argparse
 import glob
 import os
-import re
 import shlex
-import shutil
 import subprocess
 import sys
 import tempfile
 
-STAMP = re.compile(rb"^\d{8} \d\d:\d\d:\d\d\.\d{3} ")
+sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "support"))
+import zatmap  # pylint: disable=wrong-import-position
+
 # Windows drops the dot at the end of the company folder's name.
 LOG_FOLDER = os.path.join("Orvilex Systems,Inc*", "ZatLib")
-OWN_OF_THE_MACHINE = (b"Total Physycal=", b"Total Paging=")
 TIMEOUT = 300
-
-
-def read(path):
-    with open(path, "rb") as file:
-        return file.read()
 
 
 def output_name(control):
     """[FOLDER] CALCMAPDIR of a control file, "." when it names none."""
     inside = False
-    for line in read(control).decode("cp932", "replace").splitlines():
+    for line in zatmap.read(control).decode("cp932", "replace").splitlines():
         line = line.strip()
         if line.startswith("["):
             inside = line.lower() == "[folder]"
@@ -46,29 +40,17 @@ def output_name(control):
 
 def prepare(source, control, target):
     """Copies the source files of one build and returns its control file and output folder."""
-    os.makedirs(target)
-    for name in os.listdir(source):
-        if os.path.isfile(os.path.join(source, name)):
-            shutil.copyfile(os.path.join(source, name), os.path.join(target, name))
-    path = os.path.join(target, control)
-    text = read(path)
+    zatmap.copy_sources(source, target)
     # Without a window: nobody is there to answer a message box.
-    text, count = re.subn(rb"(?im)^\s*SILENTMODE\s*=.*?$", b"SILENTMODE=1\r", text)
-    if count == 0:
-        text, count = re.subn(rb"(?im)^\s*\[SYSTEM\].*?$", b"[SYSTEM]\r\nSILENTMODE=1\r", text,
-                              count=1)
-    if count == 0:
-        text = b"[SYSTEM]\r\nSILENTMODE=1\r\n" + text
-    with open(path, "wb") as file:
-        file.write(text)
+    path = zatmap.set_system(target, "SILENTMODE=1", control=control)
     output = os.path.join(target, output_name(path))
     os.makedirs(output, exist_ok=True)
     return output
 
 
-def run(command, folder, environment=None):
+def run(command, folder):
     try:
-        done = subprocess.run(command, cwd=folder, env=environment, stdin=subprocess.DEVNULL,
+        done = subprocess.run(command, cwd=folder, stdin=subprocess.DEVNULL,
                               stdout=subprocess.PIPE, stderr=subprocess.STDOUT, timeout=TIMEOUT,
                               check=False)
     except subprocess.TimeoutExpired:
@@ -81,32 +63,20 @@ def run(command, folder, environment=None):
 
 def log_files(folders):
     """The build logs below the application-data folders: path to content, oldest day first."""
-    return {path: read(path) for folder in folders
+    return {path: zatmap.read(path) for folder in folders
             for path in sorted(glob.glob(os.path.join(glob.escape(folder), LOG_FOLDER, "*.log")))}
 
 
 def log_lines(after, before):
     """Lines that were added to logs since `before`. A build may have erased old files."""
     content = b"".join(text[len(before.get(path, b"")):] for path, text in after.items())
-    lines = [STAMP.sub(b"", line) for line in content.replace(b"\r\n", b"\n").split(b"\n")]
-    return [line for line in lines
-            if not line.startswith(OWN_OF_THE_MACHINE)
-            and not re.fullmatch(rb"\d+ log files before \d{8} erased\.", line)]
+    return [line for line in zatmap.lines_of(content) if not zatmap.MACHINE.match(line)]
 
 
 def files_of(folder, sources):
     """The files that a build made: path below the folder to content."""
-    made = {}
-    for name in sorted(os.listdir(folder)):
-        path = os.path.join(folder, name)
-        if os.path.isfile(path) and not os.path.exists(os.path.join(sources, name)):
-            made[name] = read(path)
-    if "linkdef.dat" in made:
-        lines = made["linkdef.dat"].split(b"\r\n")
-        if len(lines) > 1 and lines[1].startswith(b"; Created "):
-            lines[1] = b"; Created"
-        made["linkdef.dat"] = b"\r\n".join(lines)
-    return made
+    return {name: content for name, content in zatmap.map_files(folder).items()
+            if not os.path.exists(os.path.join(sources, name))}
 
 
 def first_difference(a, b):
@@ -120,10 +90,9 @@ def compare(source, control, options, prefix):
         native_output = prepare(source, control, native)
         windows_output = prepare(source, control, windows)
         data = os.path.join(root, "data")
-        fault = run([options.zatmap, "build", control], native,
-                    dict(os.environ, XDG_DATA_HOME=data))
-        if fault:
-            return ["the native build %s" % fault]
+        done = zatmap.Zatmap(options.zatmap, data).run("build", control, cwd=native)
+        if done.status != 0:
+            return ["the native build ended with status %d: %s" % (done.status, done.err)]
 
         logs = glob.glob(os.path.join(glob.escape(prefix), "drive_c", "users", "*", "AppData",
                                       "Local"))
