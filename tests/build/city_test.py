@@ -12,6 +12,7 @@ of the checks of single turns: the map's turn table names a link by the node at 
 it cannot tell twins apart.
 """
 
+import argparse
 import csv
 import heapq
 import math
@@ -27,7 +28,7 @@ import unittest
 sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "support"))
 import zatmap  # pylint: disable=wrong-import-position
 
-ZATMAP = ""
+OPTIONS = argparse.Namespace()
 CITY = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "..", "examples", "monaco")
 TIMEOUT = 300
 CLOSED = 65535
@@ -214,7 +215,7 @@ class Map:
 
 def build(folder, control):
     """The log of a build."""
-    program = zatmap.Zatmap(ZATMAP, os.path.join(folder, "log-" + control))
+    program = zatmap.Zatmap(OPTIONS.zatmap, os.path.join(folder, "log-" + control))
     program.build(folder, control, timeout=TIMEOUT)
     return program.log().decode("cp932")
 
@@ -224,7 +225,7 @@ class City(unittest.TestCase):
     def setUpClass(cls):
         cls.folder = tempfile.mkdtemp()
         cls.addClassCleanup(shutil.rmtree, cls.folder)
-        zatmap.copy_sources(CITY, cls.folder, "out", "out_mif")
+        zatmap.copy_sources(OPTIONS.city, cls.folder, "out", "out_mif")
         cls.log = build(cls.folder, "control.ini")
         cls.log_mif = build(cls.folder, "control_mif.ini")
         cls.source = Source(cls.folder)
@@ -458,21 +459,5 @@ class City(unittest.TestCase):
         self.assertGreater(turns, 5 * found)
 
 
-def main():
-    global ZATMAP, CITY
-    arguments = sys.argv[1:]
-    while len(arguments) >= 2 and arguments[0] in ("--zatmap", "--city"):
-        if arguments[0] == "--zatmap":
-            ZATMAP = os.path.abspath(arguments[1])
-        else:
-            CITY = os.path.abspath(arguments[1])
-        arguments = arguments[2:]
-    if not ZATMAP:
-        print(__doc__, file=sys.stderr)
-        return 2
-    unittest.main(argv=sys.argv[:1] + arguments)
-    return 0
-
-
 if __name__ == "__main__":
-    sys.exit(main())
+    zatmap.main(OPTIONS, "zatmap", city=CITY)

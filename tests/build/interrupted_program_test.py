@@ -165,13 +165,5 @@ class Interrupted(unittest.TestCase):
             self.assertGreater(cancelled, MOMENTS // 6)
 
 
-def main():
-    parser = argparse.ArgumentParser()
-    for name in ("zatmap", "make-network", "city"):
-        parser.add_argument("--" + name, required=True, type=os.path.abspath)
-    _, rest = parser.parse_known_args(namespace=OPTIONS)
-    unittest.main(argv=sys.argv[:1] + rest)
-
-
 if __name__ == "__main__":
-    main()
+    zatmap.main(OPTIONS, "zatmap", "make-network", "city")

@@ -48,17 +48,5 @@ class ThreadsTest(unittest.TestCase):
                     self.assertTrue(content == maps["M"][name], name)
 
 
-def main():
-    parser = argparse.ArgumentParser(description=__doc__)
-    parser.add_argument("--zatmap", required=True)
-    parser.add_argument("--make-network", required=True)
-    parser.add_argument("--city", required=True)
-    parser.parse_known_args(namespace=OPTIONS)
-    rest = parser.parse_known_args()[1]
-    for name in ("zatmap", "make_network", "city"):
-        setattr(OPTIONS, name, os.path.abspath(getattr(OPTIONS, name)))
-    unittest.main(argv=[sys.argv[0], *rest], verbosity=2)
-
-
 if __name__ == "__main__":
-    main()
+    zatmap.main(OPTIONS, "zatmap", "make-network", "city")

@@ -4,6 +4,7 @@
     zatmap_cli.py --zatmap PATH [unittest options]
 """
 
+import argparse
 import errno
 import os
 import pty
@@ -20,7 +21,7 @@ import unittest
 sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "support"))
 import zatmap  # pylint: disable=wrong-import-position
 
-ZATMAP = ""
+OPTIONS = argparse.Namespace()
 TIMEOUT = 60  # seconds that no run of these small inputs takes
 
 
@@ -38,7 +39,7 @@ class ZatmapTest(unittest.TestCase):
     def setUp(self):
         self.folder = tempfile.mkdtemp()
         self.addCleanup(shutil.rmtree, self.folder)
-        self.program = zatmap.Zatmap(ZATMAP, os.path.join(self.folder, "data"))
+        self.program = zatmap.Zatmap(OPTIONS.zatmap, os.path.join(self.folder, "data"))
         os.mkdir(self.path("out"))
 
     def path(self, *names):
@@ -236,7 +237,8 @@ class Cancel(ZatmapTest):
     def start(self, control):
         pid, terminal = pty.fork()
         if pid == 0:
-            os.execve(ZATMAP, [ZATMAP, "build", control], self.program.environment)
+            os.execve(OPTIONS.zatmap, [OPTIONS.zatmap, "build", control],
+                      self.program.environment)
         self.addCleanup(self.end, pid, terminal)
         return pid, terminal
 
@@ -343,8 +345,4 @@ class Cancel(ZatmapTest):
 
 
 if __name__ == "__main__":
-    if len(sys.argv) < 3 or sys.argv[1] != "--zatmap":
-        print(__doc__, file=sys.stderr)
-        sys.exit(2)
-    ZATMAP = os.path.abspath(sys.argv[2])
-    unittest.main(argv=sys.argv[:1] + sys.argv[3:])
+    zatmap.main(OPTIONS, "zatmap")

@@ -464,7 +464,7 @@ class Maker:
                          b"10001", b"65535", b"65536", b"70000",
                          b"99999999999", b'""'])
 
-    def link_row(self, code, a, b, with_name):
+    def kind_and_length(self):
         r = self.rnd
         kind = r.choice([1, 2, 3, 4, 5, 6, 7, 9, 0])
         if self.hit(0.03):
@@ -473,6 +473,11 @@ class Maker:
         if self.hit(0.15):
             length = r.choice([0, 1, 65535, 65534, 3640, 3641, 70000, 30000,
                                -1])
+        return kind, length
+
+    def link_row(self, code, a, b, with_name):
+        r = self.rnd
+        kind, length = self.kind_and_length()
         row = [self.code(code), self.num(kind),
                self.num(r.choice([10001, 10002, 99000, 0, -5,
                                   3000000000, 13101])),
@@ -489,21 +494,38 @@ class Maker:
                 row.append(b"")
         return row
 
-    def links_files(self):
+    def default_speeds(self):
         r = self.rnd
-        files = []
-        with_name = self.link_mif or self.hit(0.3)
+        if self.hit(0.8):
+            keys = []
+            if self.hit(0.9):
+                keys.append(("SPEEDA", r.choice([20, 40, 0, 9999, -5,
+                                                 70000])))
+            if self.hit(0.9):
+                keys.append(("SPEEDB", r.choice([15, 30, 0, 10000, -5])))
+            self.section("DEFAULTSPEED", keys)
+
+    def links_by_area(self):
+        """Code, nodes and the nodes' codes in the row, of the links of each
+        area."""
         per = [[] for _ in range(self.areas)]
         for code, a, b in self.links:
             ca, cb = self.node_codes[a], self.node_codes[b]
             if self.hit(self.wild * 0.2):
                 if self.hit(0.5):
-                    ca = r.choice([0, 4711])
+                    ca = self.rnd.choice([0, 4711])
                 else:
-                    cb = r.choice([0, 4712])
+                    cb = self.rnd.choice([0, 4712])
             if self.fault == "all_lost":
                 cb = 4713
             per[self.area_of(a)].append((code, a, b, ca, cb))
+        return per
+
+    def links_files(self):
+        r = self.rnd
+        files = []
+        with_name = self.link_mif or self.hit(0.3)
+        per = self.links_by_area()
         zero_row = self.hit(0.1)
         for k in range(self.areas):
             rows = [self.link_row(c, ca, cb, with_name)
@@ -539,14 +561,7 @@ class Maker:
             files = []
         self.file_section("LINK", files,
                           [("MIF", 1 if self.link_mif else 0)])
-        if self.hit(0.8):
-            keys = []
-            if self.hit(0.9):
-                keys.append(("SPEEDA", r.choice([20, 40, 0, 9999, -5,
-                                                 70000])))
-            if self.hit(0.9):
-                keys.append(("SPEEDB", r.choice([15, 30, 0, 10000, -5])))
-            self.section("DEFAULTSPEED", keys)
+        self.default_speeds()
         self.per = per
 
         if self.hit(0.5):
@@ -1110,13 +1125,7 @@ class MsrMaker(Maker):
 
     def dkukan_row(self, code, a, b, area):
         r = self.rnd
-        kind = r.choice([1, 2, 3, 4, 5, 6, 7, 9, 0])
-        if self.hit(0.03):
-            kind = r.choice([98, 99, 100, -1, 32768, 65536 + 1])
-        length = r.randint(1, 900)
-        if self.hit(0.15):
-            length = r.choice([0, 1, 65535, 65534, 3640, 3641, 70000, 30000,
-                               -1])
+        kind, length = self.kind_and_length()
         row = [self.local(code), self.num(kind), self.area_text(area),
                self.num(r.choice([1, 12, 101, 999, 1000, 0, -5, 2000000000])),
                self.num(length), self.num(r.randint(0, 9)),
@@ -1137,17 +1146,7 @@ class MsrMaker(Maker):
         r = self.rnd
         files = []
         header = self.hit(0.4)
-        per = [[] for _ in range(self.areas)]
-        for code, a, b in self.links:
-            ca, cb = self.node_codes[a], self.node_codes[b]
-            if self.hit(self.wild * 0.2):
-                if self.hit(0.5):
-                    ca = r.choice([0, 4711])
-                else:
-                    cb = r.choice([0, 4712])
-            if self.fault == "all_lost":
-                cb = 4713
-            per[self.area_of(a)].append((code, a, b, ca, cb))
+        per = self.links_by_area()
         for k in range(self.areas):
             area = self.area_numbers[k]
             rows = [self.dkukan_row(c, ca, cb, area)
@@ -1194,14 +1193,7 @@ class MsrMaker(Maker):
         elif self.hit(0.3):
             extra = [("MIFOUTPUT", 0)]
         self.file_section("DKUKAN", files, extra)
-        if self.hit(0.8):
-            keys = []
-            if self.hit(0.9):
-                keys.append(("SPEEDA", r.choice([20, 40, 0, 9999, -5,
-                                                 70000])))
-            if self.hit(0.9):
-                keys.append(("SPEEDB", r.choice([15, 30, 0, 10000, -5])))
-            self.section("DEFAULTSPEED", keys)
+        self.default_speeds()
         self.per = per
 
     def link_mif_text(self, shapes):

@@ -272,6 +272,11 @@ class LineFile:
         nul = line.find(b"\0")
         return line if nul < 0 else line[:nul]
 
+    def lines(self, size):
+        """The lines that are left, one by one."""
+        while (line := self.read_line(size)) is not None:
+            yield line
+
 
 # ---------------------------------------------------------------------------
 # Profile (INI) files
@@ -788,6 +793,12 @@ class Build:
         self.log((b"[%s][%s]" % (message, title))[:1021])
         return 0
 
+    def remove(self, name):
+        try:
+            os.remove(os_path(self.out(name)))
+        except OSError:
+            pass
+
     def get_int(self, section, key, default=0):
         return profile_int(self.control, section, key, default)
 
@@ -903,10 +914,7 @@ class Build:
                     return self.error(message % name,
                                       b"File Error in BRN_CreateRoadDef")
                 count = 0
-                while True:
-                    line = f.read_line(1024)
-                    if line is None:
-                        break
+                for line in f.lines(1024):
                     count += 1
                     put(section, b"DEF%02d" % count, line.replace(b'"', b" "))
                 put(section, b"NUMDEF", b"%d" % count)
@@ -977,10 +985,7 @@ class Build:
         result = 1 if num >= 1 else 0
         count = 0
         if num >= 1:
-            try:
-                os.remove(os_path(store_path))
-            except OSError:
-                pass
+            self.remove(b"nodestr.~wk")
         for i in range(1, num + 1):
             result, added = self.node_file(i, mif_mode, length, store_path)
             count += added
@@ -1068,10 +1073,7 @@ class Build:
             result = self.error(b"Can't open the Node XY data (FILE%02d) "
                                 b"[%s] !" % (1, path), title)
         else:
-            while True:
-                line = f.read_line(LINE_SIZE)
-                if line is None:
-                    break
+            for line in f.lines(LINE_SIZE):
                 fields = split_fields(line)
                 code = x = y = None
                 for col, t in enumerate(fields, 1):
@@ -1111,10 +1113,7 @@ class Build:
         count = 0
         store_path = self.out(b"linkstr.~wk")
         if num >= 1:
-            try:
-                os.remove(os_path(store_path))
-            except OSError:
-                pass
+            self.remove(b"linkstr.~wk")
         for i in range(1, num + 1):
             path = self.file_key(b"LINK", i)
             if mif_mode:
@@ -1131,10 +1130,7 @@ class Build:
                                     b"File Error")
                 break
             with store:
-                while True:
-                    line = f.read_line(LINE_SIZE)
-                    if line is None:
-                        break
+                for line in f.lines(LINE_SIZE):
                     rec = read_link(split_fields(line), length, speed_a,
                                     speed_b)
                     store.write(rec.pack())
@@ -1173,10 +1169,7 @@ class Build:
                 result = self.error(b"Can't open LinkSpeed(%s) !" % path,
                                     title)
                 break
-            while True:
-                line = f.read_line(LINE_SIZE)
-                if line is None:
-                    break
+            for line in f.lines(LINE_SIZE):
                 code = a = b = 0.0
                 sa = sb = value = 0
                 for col, t in enumerate(split_fields(line), 1):
@@ -1227,10 +1220,7 @@ class Build:
             f = LineFile.open(path)
             if f is None:
                 return self.error(message % (i, path), title), count
-            while True:
-                line = f.read_line(LINE_SIZE)
-                if line is None:
-                    break
+            for line in f.lines(LINE_SIZE):
                 rec = read_name(split_fields(line), length, *columns)
                 if rec is not None:
                     store.write(rec)
@@ -1327,10 +1317,7 @@ class Build:
                     result = self.error(b"Can't open %sTrf(%s) !" %
                                         (kind, name), title)
                     break
-                while True:
-                    line = f.read_line(LINE_SIZE)
-                    if line is None:
-                        break
+                for line in f.lines(LINE_SIZE):
                     codes = [ZERO8] * 3
                     first = second = 0
                     for col, t in enumerate(split_fields(line), 1):
@@ -1384,12 +1371,6 @@ class Build:
         for i in range(1, self.get_int(section, b"FILENUM") + 1):
             yield i, self.file_key(section, i)
 
-    def remove(self, name):
-        try:
-            os.remove(os_path(self.out(name)))
-        except OSError:
-            pass
-
     def msr_nodes(self):
         length = self.code_length()
         title = b"File Error"
@@ -1414,10 +1395,7 @@ class Build:
                     return self.error(b"Can't read the MIF file header : ",
                                       b"File Error in BRN_SetMifInformation")
                 count = 0
-                while True:
-                    line = mid.read_line(LINE_SIZE)
-                    if line is None:
-                        break
+                for line in mid.lines(LINE_SIZE):
                     rec = read_droten(line, length)
                     if not self.msr_point(mif, rec):
                         break
@@ -1453,10 +1431,7 @@ class Build:
             f = LineFile.open(path)
             if f is None:
                 return self.error(message % (i, path), title)
-            while True:
-                line = f.read_line(LINE_SIZE)
-                if line is None:
-                    break
+            for line in f.lines(LINE_SIZE):
                 rec = reader(line, length)
                 if rec is not None:
                     store.write(rec)
@@ -1496,10 +1471,7 @@ class Build:
                 return self.error(b"Can't open the LinkStorage (%s) at %02d "
                                   b"!" % (store_path, i), b"File Error")
             with store:
-                while True:
-                    line = f.read_line(LINE_SIZE)
-                    if line is None:
-                        break
+                for line in f.lines(LINE_SIZE):
                     store.write(read_dkukan(line, length, speed_a,
                                             speed_b).pack())
         return 1

@@ -4,6 +4,7 @@
     version_test.py --zatmap PROGRAM [unittest arguments]
 """
 
+import argparse
 import os
 import re
 import subprocess
@@ -11,7 +12,10 @@ import sys
 import unittest
 
 ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
-ZATMAP = ""
+sys.path.insert(0, os.path.join(ROOT, "tests", "support"))
+import zatmap  # pylint: disable=wrong-import-position
+
+OPTIONS = argparse.Namespace()
 # Who may spell it out: what is read without a build, the tests of the exported function and its
 # guard, and the history.
 TEXTS = {
@@ -39,7 +43,7 @@ def version():
 
 class Version(unittest.TestCase):
     def test_the_program_tells_it(self):
-        out = subprocess.run([ZATMAP, "--version"], check=True, capture_output=True, text=True,
+        out = subprocess.run([OPTIONS.zatmap, "--version"], check=True, capture_output=True, text=True,
                              timeout=60).stdout
         self.assertEqual(out, "zatmap %s\n" % version()["dotted"])
 
@@ -67,8 +71,4 @@ class Version(unittest.TestCase):
 
 
 if __name__ == "__main__":
-    if len(sys.argv) < 3 or sys.argv[1] != "--zatmap":
-        print(__doc__, file=sys.stderr)
-        sys.exit(2)
-    ZATMAP = os.path.abspath(sys.argv[2])
-    unittest.main(argv=sys.argv[:1] + sys.argv[3:])
+    zatmap.main(OPTIONS, "zatmap")

@@ -6,6 +6,7 @@ A test finds this module with
     import zatmap
 """
 
+import argparse
 import collections
 import contextlib
 import glob
@@ -13,7 +14,9 @@ import os
 import re
 import shutil
 import subprocess
+import sys
 import tempfile
+import unittest
 
 TIMEOUT = 600  # seconds that no run takes which is not held on purpose
 LOG_FOLDER = os.path.join("Orvilex Systems,Inc.", "ZatLib")  # below the application data
@@ -154,3 +157,17 @@ def scratch_folder(room=1 << 30):
         shutil.disk_usage(memory).free > room else None
     with tempfile.TemporaryDirectory(dir=base, prefix="zatmap-test-") as folder:
         yield folder
+
+
+def main(options, *paths, **others):
+    """Runs the test cases of the program that calls. Its options --NAME PATH have to be there for
+    `paths`, and may be for `others`, which have defaults; they come into `options`. The rest of the
+    command line is unittest's."""
+    parser = argparse.ArgumentParser(description=sys.modules["__main__"].__doc__,
+                                     formatter_class=argparse.RawDescriptionHelpFormatter)
+    for name in paths:
+        parser.add_argument("--" + name, required=True, type=os.path.abspath)
+    for name, default in others.items():
+        parser.add_argument("--" + name.replace("_", "-"), default=default, type=os.path.abspath)
+    _, rest = parser.parse_known_args(namespace=options)
+    unittest.main(argv=sys.argv[:1] + rest)

@@ -432,17 +432,5 @@ class LargeBuilds(unittest.TestCase):
         self.check("msr", "M")
 
 
-def main():
-    parser = argparse.ArgumentParser()
-    parser.add_argument("--zatmap", required=True)
-    parser.add_argument("--city", required=True)
-    parser.add_argument("--make-network", dest="make_network")
-    _, rest = parser.parse_known_args(namespace=OPTIONS)
-    for name in ("zatmap", "city", "make_network"):
-        if getattr(OPTIONS, name):
-            setattr(OPTIONS, name, os.path.abspath(getattr(OPTIONS, name)))
-    unittest.main(argv=sys.argv[:1] + rest)
-
-
 if __name__ == "__main__":
-    main()
+    zatmap.main(OPTIONS, "zatmap", "city", make_network=None)
