@@ -105,19 +105,19 @@ CopyResult CopyAmendedRecords(LineSource& source, RecordWriter& store, CopyProgr
   while (!ended && stream.Next(&run)) {
     for (int64_t i = 0; i < run.count && !ended; ++i) {
       Record record = run.records[i];
-      switch (amend(&record)) {
-        case ReadResult::kUnfit:
-          result = CopyResult::kStopped;
-          ended = true;
-          continue;
-        case ReadResult::kEnd:
-          ended = true;
-          continue;
-        default:
-          break;
+      const ReadResult amended = amend(&record);
+      if (amended == ReadResult::kEnd) {
+        ended = true;
+        continue;
       }
+      // The user is looked at before the record is judged.
       if (progress->records % progress->interval == 0 && progress->Show() == 0) {
         result = CopyResult::kCancelled;
+        ended = true;
+        continue;
+      }
+      if (amended == ReadResult::kUnfit) {
+        result = CopyResult::kStopped;
         ended = true;
         continue;
       }

@@ -263,6 +263,16 @@ TEST_F(PointStoreTest, CancelIsHeardBeforeTheFirstRecord) {
   EXPECT_EQ(Store(), "");
 }
 
+TEST_F(PointStoreTest, CancelIsHeardBeforeARecordIsJudged) {
+  // The first point is missing; the user has gone before that is looked at.
+  const std::string mif = Pair("droten", std::string(kHeader) + "none\r\n", "3,1\r\n");
+  g_silent = 0;
+  FRD_SetCancelled(true);
+  EXPECT_EQ(Run({mif}), 0);
+  EXPECT_EQ(log(), Lines{});
+  EXPECT_EQ(Store(), "");
+}
+
 TEST_F(PointStoreTest, SilentModeDoesNotHearTheCancelFlag) {
   const std::string mif = Pair("droten", kHeader + Point("1", "2"), "3,1\r\n");
   FRD_SetCancelled(true);

@@ -388,6 +388,15 @@ TEST_F(NodeStoreTest, CancelIsHeardBeforeTheFirstRecord) {
   EXPECT_EQ(Store(), "");
 }
 
+TEST_F(NodeStoreTest, CancelIsHeardBeforeARecordIsJudged) {
+  // The first point is missing; the user has gone before that is looked at.
+  const std::string path = Pair("a", std::string(kHeader) + "none\r\n", "1\r\n");
+  CancelAt(kTitle);
+  EXPECT_EQ(Run(Files(1, {path})), 0);
+  EXPECT_EQ(log(), (Lines{kTitle, Ended("ERROR", 0)}));
+  EXPECT_EQ(Store(), "");
+}
+
 TEST_F(NodeStoreTest, SilentModeDoesNotHearTheCancelFlag) {
   const std::string path = Source("a.txt", "1\r\n");
   FRD_SetCancelled(true);
