@@ -21,8 +21,8 @@ int RunEntry(WindowHandle owner, OwnerRule owner_rule, SilentRule silent_rule, F
       return body(owner, format, control_file);
     }
   }
-  // Nothing is computed on this thread while the window is open, and the host's own windows are
-  // served on it: it keeps the host's floating-point mode.
+  // The host's own windows are served on this thread while the window is open: it keeps the host's
+  // floating-point mode, but for the layout of the window.
   platform::EnableOwnedWindows(owner, false);
   const int result = FRD_RunDialog(owner, body, format, control_file);
   platform::EnableOwnedWindows(owner, true);

@@ -9,6 +9,7 @@
 #include <cstring>
 #include <iterator>
 
+#include "platform/float_mode.h"
 #include "platform/memory.h"
 #include "platform/process.h"
 #include "platform/progress_layout.h"
@@ -224,10 +225,13 @@ void OnCommand(HWND dialog, WORD id, LPARAM parameter) {
 
 INT_PTR CALLBACK FRD_Proc(HWND dialog, UINT message, WPARAM wparam, LPARAM lparam) {
   switch (message) {
-    case WM_INITDIALOG:
+    case WM_INITDIALOG: {
+      const StandardFloatMode layout_mode;  // this thread has the host's mode
       OnInitDialog(dialog, reinterpret_cast<const char*>(lparam));
       return TRUE;
+    }
     case WM_SIZE: {
+      const StandardFloatMode layout_mode;
       const int width = LOWORD(lparam);
       Place(dialog, kStatusLine, StatusBox(g_unit, width));
       Place(dialog, kProgressBar, BarBox(g_unit, width));
