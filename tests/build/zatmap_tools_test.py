@@ -820,6 +820,6 @@ if __name__ == "__main__":
                  else loader.loadTestsFromModule(module))
         if OPTIONS.small and not OPTIONS.only:
             suite = unittest.TestSuite(loader.loadTestsFromTestCase(c)
-                                       for c in (SmallMap, WorkStores))
+                                       for c in (SmallMap, WorkStores, LongField))
         result = unittest.TextTestRunner(verbosity=1).run(suite)
     sys.exit(0 if result.wasSuccessful() else 1)

@@ -1,5 +1,6 @@
 #include "frd/record_writer.h"
 
+#include <filesystem>
 #include <string>
 
 #include "platform/fault.h"
@@ -28,6 +29,29 @@ TEST_F(RecordWriterTest, RecordsAreWrittenInOrder) {
   EXPECT_TRUE(writer.Close());
   EXPECT_FALSE(writer.IsOpen());
   EXPECT_EQ(ReadBytes(path), "abcdefgh");
+}
+
+std::string g_written_path;
+uint64_t g_size_at_write = 0;
+
+TEST_F(RecordWriterTest, TheFileIsMadeAnew) {
+  g_written_path = folder_ / "records.dat";
+  WriteBytes(g_written_path, "old content");
+  RecordWriter writer;
+  ASSERT_TRUE(writer.Open(g_written_path.c_str(), 4, false));
+  g_size_at_write = 99;
+  platform::CountOperations();
+  platform::WatchOperations([](Operation operation, int64_t) {
+    if (operation == Operation::kWrite) {
+      g_size_at_write = std::filesystem::file_size(g_written_path);
+    }
+  });
+  EXPECT_TRUE(writer.Append("abcd"));
+  EXPECT_TRUE(writer.Close());
+  platform::WatchOperations(nullptr);
+  platform::ClearFaults();
+  EXPECT_EQ(g_size_at_write, 0u);
+  EXPECT_EQ(ReadBytes(g_written_path), "abcd");
 }
 
 TEST_F(RecordWriterTest, RecordsAreAppended) {
