@@ -45,7 +45,7 @@ Outcome LoadLinks(const Step& step, LinkTable* links) {
   if (loaded != FileResult::kDone) {
     return step.FailModal(kFileError, "Can't open / read the link storage %s !", path.c_str());
   }
-  return links->BuildIndex([](const LinkStoreRecord& link) { return link.LinkCode; });
+  return links->BuildIndex();
 }
 
 // Puts the rows of one speed file onto the links; `*count` grows by those that fit.

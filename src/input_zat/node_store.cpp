@@ -68,7 +68,7 @@ Outcome LoadNodes(const Step& step, NodeTable* nodes) {
   if (loaded != FileResult::kDone) {
     return step.Fail(kFileError, "Can't read the node store and the index !");
   }
-  return nodes->BuildIndex([](const NodeStoreRecord& node) { return node.NodeCode; });
+  return nodes->BuildIndex();
 }
 
 // Only the first file counts, whatever FILENUM says.

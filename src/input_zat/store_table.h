@@ -7,12 +7,12 @@
 
 #include "frd/cancellable.h"
 #include "frd/code_lookup.h"
-#include "frd/keyed_table.h"
 #include "frd/memory.h"
 #include "frd/record_file.h"
 #include "frd/record_stream.h"
 #include "frd/record_writer.h"
 #include "frd/step.h"
+#include "network/network_files.h"
 #include "network/workstore/feature_code.h"
 #include "network/workstore/index_sort.h"
 
@@ -33,11 +33,10 @@ class StoreTable {
     return index_.Allocate(count_ + 2) ? FileResult::kDone : FileResult::kNoMemory;
   }
 
-  // Fills and sorts the index; `code_of` gives a record's code. kDone or kCancelled.
-  template <typename CodeOf>
-  Outcome BuildIndex(CodeOf code_of) {
+  // Fills and sorts the index. kDone or kCancelled.
+  Outcome BuildIndex() {
     for (int64_t i = 0; i < count_; ++i) {
-      index_[i] = {code_of(records()[i]).AsDouble(), static_cast<int32_t>(i), 0};
+      index_[i] = {CodeOf(records()[i]), static_cast<int32_t>(i), 0};
     }
     const int result = BRN_SortCommonIndex(count_, index_.data());
     lookup_.Build(index_.data(), count_);
@@ -47,7 +46,7 @@ class StoreTable {
   // The record of a code, null when there is none.
   Record* Find(FeatureCode code) {
     const int64_t found = lookup_.Find(code.AsDouble());
-    return found < 0 ? nullptr : &records()[index_[found].value];
+    return found < 0 ? nullptr : &records()[index_[found].Number];
   }
 
   // Writes the whole image back: kDone, kNotCreated or kNotWritten.
@@ -60,7 +59,7 @@ class StoreTable {
 
   int64_t count_ = 0;
   WholeFile image_;
-  PageArray<KeyedRecord> index_;
+  PageArray<CodeIndexRecord> index_;
   CodeLookup lookup_;
 };
 

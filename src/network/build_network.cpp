@@ -6,9 +6,11 @@
 #include "frd/files.h"
 #include "frd/log.h"
 #include "frd/step.h"
+#include "network/dummy_link_check.h"
 #include "network/network_data.h"
 #include "network/node_link_data.h"
 #include "network/store_checks.h"
+#include "network/store_loading.h"
 #include "platform/profile.h"
 
 namespace zatlib {

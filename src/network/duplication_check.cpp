@@ -48,9 +48,6 @@ constexpr DuplicationTexts kLinkTexts = {
     .duplicate = kLinkDuplicate,
     .duplicate_title = kCp932<u8"道路区間データの重複エラー">};
 
-FeatureCode CodeOf(const NodeStoreRecord& node) { return node.NodeCode; }
-FeatureCode CodeOf(const LinkStoreRecord& link) { return link.LinkCode; }
-
 // Looks for nodes that name a partner.
 class PartnerLookup {
  public:

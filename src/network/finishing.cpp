@@ -12,7 +12,6 @@
 #include "frd/record_file.h"
 #include "frd/record_writer.h"
 #include "frd/step.h"
-#include "network/network_data.h"
 #include "network/network_files.h"
 
 namespace zatlib {
@@ -291,7 +290,7 @@ class NameStep {
   // One after another, since a later name overwrites an earlier one.
   void PutBlock(const CodeLookup& lookup, const NameStoreRecord* records, int64_t count) {
     for (int64_t i = 0; i < count; ++i) {
-      const int64_t found = lookup.Find(records[i].Code.AsDouble());
+      const int64_t found = lookup.Find(CodeOf(records[i]).AsDouble());
       const int32_t number = found < 0 ? -1 : index_[found].Number;
       if (number < 0 || number >= count_) continue;
       put_(records[i], &names_[number]);

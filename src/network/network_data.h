@@ -12,15 +12,6 @@ namespace zatlib {
 // Record number stored with a code in an index sorted by code, or -1.
 int32_t BRN_FindIndexRecord(FeatureCode code, int64_t count, const CodeIndexRecord* index);
 
-// Make both ends of every link of road kind 99 list it, in the first free slot, if there is one.
-// The memory step changes the array only, the step through files the store. Return 1; 0 on cancel
-// or when an end is missing (reported).
-int BRN_CheckDummyLinkNodes(WindowHandle owner, NodeArray& nodes, const CodeIndexRecord* node_index,
-                            LinkArray& links, const char* control_file);
-int BRN450_CheckDummyLinkNodes(WindowHandle owner, NodePositions& nodes,
-                               const CodeIndexRecord* node_index, LinkPositions& links,
-                               const char* control_file);
-
 // Write mapcalc.dat, node.idx, nodelink.idx, link.idx, linknode.idx and mapdraw.dat; the node
 // index receives its city codes. Return 1; 0 on cancel or failure (reported).
 int BRN_CreateNetworkData(WindowHandle owner, NodeArray& nodes, CodeIndexRecord* node_index,

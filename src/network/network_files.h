@@ -44,6 +44,8 @@ static_assert(sizeof(CodeIndexRecord) == 16);
 static_assert(offsetof(CodeIndexRecord, Number) == 8);
 static_assert(offsetof(CodeIndexRecord, CityCode) == 12);
 
+inline FeatureCode CodeOf(const CodeIndexRecord& entry) { return entry.Code; }
+
 // mapcalc.dat. Used slots come first.
 struct CalcNode {
   int32_t OtherNode[kSlots];  // node at the other end; -1 = empty slot
@@ -87,6 +89,8 @@ static_assert(offsetof(DrawingRecord, RoadKind) == 12);
 static_assert(offsetof(DrawingRecord, Value4) == 14);
 static_assert(offsetof(DrawingRecord, XA) == 16);
 static_assert(offsetof(DrawingRecord, YB) == 28);
+
+inline FeatureCode CodeOf(const DrawingRecord& link) { return link.LinkCode; }
 
 // nodename.dat
 struct NodeNameRecord {

@@ -1,21 +1,13 @@
-// Loading the repaired stores, and the files that need no connectivity: maploc.dat, nodename.dat,
-// maprule.dat and nodeattr.dat for nodes, linkname.dat for links, and the two code indexes. Each
-// step exists for the memory operation (BRN_) and the operation through files (BRN450_).
+// The files that need no connectivity: maploc.dat, nodename.dat, maprule.dat and nodeattr.dat for
+// nodes, linkname.dat for links, and the two code indexes. Each step exists for the memory
+// operation (BRN_) and the operation through files (BRN450_).
 #pragma once
 
-#include "frd/keyed_table.h"
 #include "frd/progress.h"
 #include "network/network_files.h"
 #include "network/record_source.h"
 
 namespace zatlib {
-
-// Load the non-empty records (memory) or their positions (files). Return 1; 0 on cancel or failure
-// (reported), the count is then 0.
-int BRN_LoadNodeStore(WindowHandle owner, NodeArray* nodes, const char* control_file);
-int BRN_LoadLinkStore(WindowHandle owner, LinkArray* links, const char* control_file);
-int BRN450_LoadNodeStorePtr(WindowHandle owner, NodePositions* nodes, const char* control_file);
-int BRN450_LoadLinkStorePtr(WindowHandle owner, LinkPositions* links, const char* control_file);
 
 // Write the node files and fill the node index (count + 2 records reserved by the caller) sorted
 // by code. Return 1; 0 on cancel or failure (reported).

@@ -5,11 +5,14 @@
 #include <algorithm>
 #include <cstdint>
 #include <limits>
+#include <span>
 
 #include "frd/cancellable.h"
 #include "frd/control.h"
 #include "frd/memory.h"
+#include "frd/step.h"
 #include "frd/work_buffer.h"
+#include "network/network_files.h"
 #include "network/workstore/store_file.h"
 #include "network/workstore/work_stores.h"
 
@@ -27,11 +30,32 @@ struct NodePlace {
 };
 
 // The records of a store that are not empty, in file order; a record's number is its place here.
-template <typename Record>
+template <typename StoreRecord>
 struct RecordArray {
+  using Record = StoreRecord;
   using Held = Record;  // what is held of each record
   PageArray<Held> records;
   int32_t count = 0;
+
+  // Takes memory for so many records; false when there is none.
+  bool Reserve(int64_t room) { return records.Allocate(room); }
+  void Free() { records.Free(); }
+  // Takes those of some records of the store from `position` on that are not empty behind the
+  // `*kept` taken before. Returns how many it has looked at; 0 when the first one cannot be read.
+  int64_t Keep(StoreFile<Record>& store, int64_t position, int64_t* kept) {
+    // Straight to where they stay; the empty ones are closed up.
+    Record* out = At(static_cast<int32_t>(*kept));
+    const int64_t read = store.Read(position, kCancelInterval, out);
+    Record* const end = out + read;
+    Record* from = out;
+    while (from != end && !CodeOf(*from).IsEmpty()) ++from;
+    Record* to = from;
+    for (; from != end; ++from) {
+      if (!CodeOf(*from).IsEmpty()) *to++ = *from;
+    }
+    *kept += to - out;
+    return read;
+  }
 
   // Record i; never null.
   Record* At(int32_t i) { return &records[i]; }
@@ -47,14 +71,27 @@ struct RecordArray {
 };
 
 // The positions of the records that are not empty, 4 bytes each.
-template <typename Record>
+template <typename StoreRecord>
 struct RecordPositions {
+  using Record = StoreRecord;
   using Held = uint32_t;  // what is held of each record
   PageArray<Held> positions;
   int32_t count = 0;
   StoreFile<Record> store;
   WorkBuffer<Record> fetched;
   PageArray<NodePlace> places;  // nodes only: a link's ends may lie anywhere in the store
+
+  // As those of RecordArray.
+  bool Reserve(int64_t room) { return positions.Allocate(room); }
+  void Free() { positions.Free(); }
+  int64_t Keep(StoreFile<Record>& from, int64_t position, int64_t* kept) {
+    const std::span<const Record> seen = from.From(position);
+    for (const Record& record : seen) {
+      if (!CodeOf(record).IsEmpty()) positions[(*kept)++] = static_cast<uint32_t>(position);
+      ++position;
+    }
+    return static_cast<int64_t>(seen.size());
+  }
 
   // Record i, good until the next call; null when it cannot be read.
   Record* At(int32_t i) { return store.At(positions[i]); }
@@ -106,24 +143,27 @@ long PositionOf(const RecordPositions<Record>& list, int32_t number) {
 }
 
 // Goes through the records 0 to count - 1 in blocks, with a look at the user between two blocks:
-// before each, with a progress text (a %d in it), where there is one; after each else. `body(begin,
-// end)` works a block off, or a part of one of at most `at_once` records. Returns 1; 0 on cancel or
-// as soon as `body` returns 0.
+// before each, with a progress text of records, where there is one; after each else. `body(begin,
+// end)` works a block off, or a part of one of at most `at_once` records; the first outcome of it
+// that is not kDone is the end.
 template <typename Body>
-int ForBlocks(int32_t count, const char* progress, int32_t at_once, Body body) {
-  const int32_t block = progress == nullptr ? int32_t{kCancelInterval} : kStatusInterval;
+Outcome ForBlocks(int32_t count, const MessageText<int>& progress, int32_t at_once, Body body) {
+  const int32_t block = progress.empty() ? int32_t{kCancelInterval} : kStatusInterval;
   for (int32_t begin = 0; begin < count;) {
     const int32_t end = count - begin > block ? begin + block : count;
-    if (progress != nullptr && SetStatusNumber(progress, begin) == 0) return 0;
+    if (!progress.empty() && SetStatusNumber(progress.c_str(), begin) == 0) {
+      return Outcome::kCancelled;
+    }
     for (int32_t part = begin; part < end;) {
       const int32_t part_end = end - part > at_once ? part + at_once : end;
-      if (body(part, part_end) == 0) return 0;
+      const Outcome outcome = body(part, part_end);
+      if (!IsDone(outcome)) return outcome;
       part = part_end;
     }
-    if (progress == nullptr && CancelledWithin(begin, end)) return 0;
+    if (progress.empty() && CancelledWithin(begin, end)) return Outcome::kCancelled;
     begin = end;
   }
-  return 1;
+  return Outcome::kDone;
 }
 
 inline constexpr int64_t kGrain = 0x800;  // records that a thread takes at once
@@ -132,5 +172,59 @@ using NodeArray = RecordArray<NodeStoreRecord>;
 using LinkArray = RecordArray<LinkStoreRecord>;
 using NodePositions = RecordPositions<NodeStoreRecord>;
 using LinkPositions = RecordPositions<LinkStoreRecord>;
+
+// Where nodes are read from the store, their places are kept at hand if there is memory for them.
+inline void HoldPlaces(NodeArray&, const NodeLocation*) {}
+inline void HoldPlaces(NodePositions& nodes, const NodeLocation* locations) {
+  if (!nodes.places.Allocate(nodes.count)) return;
+  for (int32_t i = 0; i < nodes.count; ++i) {
+    nodes.places[i] = {locations[i].X, locations[i].Y};
+  }
+}
+
+// Gives the places back. False when none are held.
+inline bool DropPlaces(NodeArray&) { return false; }
+inline bool DropPlaces(NodePositions& nodes) {
+  const bool held = static_cast<bool>(nodes.places);
+  nodes.places.Free();
+  return held;
+}
+
+// Where node i lies; false when it would have to be read from the store.
+inline bool PlaceAtHand(const NodeArray& nodes, int32_t i, NodePlace* place) {
+  const NodeStoreRecord& node = nodes.records[i];
+  *place = {node.X, node.Y};
+  return true;
+}
+inline bool PlaceAtHand(const NodePositions& nodes, int32_t i, NodePlace* place) {
+  if (!nodes.places) return false;
+  *place = nodes.places[i];
+  return true;
+}
+
+// The same, read from the store where it must be; false when it cannot be.
+template <typename Nodes>
+bool PlaceOf(Nodes& nodes, int32_t i, NodePlace* place) {
+  if (PlaceAtHand(nodes, i, place)) return true;
+  const NodeStoreRecord* const node = nodes.At(i);
+  if (node == nullptr) return false;
+  *place = {node->X, node->Y};
+  return true;
+}
+
+// A record that At or Fetch could not read: its number, and its position in the store.
+template <typename Record>
+inline constexpr MessageText<int, long> kRecordNotRead =
+    "Can't seek / read the node storage file at %d ( ptr=%ld )!";
+template <>
+inline constexpr MessageText<int, long> kRecordNotRead<LinkStoreRecord> =
+    "Can't seek / read the link storage file at %d ( ptr=%ld )!";
+
+// Reports it; `kind` as in Step::Fail.
+template <typename Source>
+Outcome FailUnreadRecord(const Step& step, const char* kind, const Source& source, int32_t number) {
+  return step.Fail(kind, kRecordNotRead<typename Source::Record>, number,
+                   PositionOf(source, number));
+}
 
 }  // namespace zatlib

@@ -28,10 +28,11 @@ int BRN_SortIndex(WindowHandle owner, int64_t count, FeatureCode* codes) {
                        [](FeatureCode code) { return code.AsDouble(); });
 }
 
-int BRN_SortCommonIndex(int64_t count, KeyedRecord* records) {
+int BRN_SortCommonIndex(int64_t count, CodeIndexRecord* records) {
   if (BRN_SetStatus("Sorting The Common Index") == 0) return 0;
   return SortAndVerify(nullptr, "Common Index Sort Error!", "%.20e(Rec=%ld) > %.20e(Rec=%ld) !",
-                       count, records, [](const KeyedRecord& record) { return record.key; });
+                       count, records,
+                       [](const CodeIndexRecord& record) { return CodeOf(record).AsDouble(); });
 }
 
 }  // namespace zatlib

@@ -4,8 +4,8 @@
 
 #include <cstdint>
 
-#include "frd/keyed_table.h"
 #include "frd/progress.h"
+#include "network/network_files.h"
 #include "network/workstore/feature_code.h"
 
 namespace zatlib {
@@ -15,8 +15,7 @@ namespace zatlib {
 // ignored.
 int BRN_SortIndex(WindowHandle owner, int64_t count, FeatureCode* codes);
 
-// The same over index records (16 bytes each, ordered by their first 8 bytes). Shows "Sorting The
-// Common Index".
-int BRN_SortCommonIndex(int64_t count, KeyedRecord* records);
+// The same over index records (16 bytes each). Shows "Sorting The Common Index".
+int BRN_SortCommonIndex(int64_t count, CodeIndexRecord* records);
 
 }  // namespace zatlib

@@ -20,6 +20,10 @@ inline constexpr char kOneWayStoreFile[] = "onewayst.~wk";
 
 inline constexpr int kSlots = 8;  // links that can meet at a node
 
+// The kind of a turn rule and the flag of a one-way record that prohibit; no other value does
+// anything.
+inline constexpr uint16_t kProhibited = 2;
+
 // What the links between partner nodes have; the road kind also tells them apart.
 inline constexpr int16_t kDummyRoadKind = 99;
 inline constexpr uint16_t kDummyValue4 = 99;
@@ -43,6 +47,8 @@ static_assert(offsetof(NodeStoreRecord, CityCode) == 20);
 static_assert(offsetof(NodeStoreRecord, X) == 24);
 static_assert(offsetof(NodeStoreRecord, Y) == 28);
 static_assert(offsetof(NodeStoreRecord, ConnLinkCode) == 32);
+
+inline FeatureCode CodeOf(const NodeStoreRecord& node) { return node.NodeCode; }
 
 // "linkstr.~wk"
 struct LinkStoreRecord {
@@ -76,6 +82,8 @@ static_assert(offsetof(LinkStoreRecord, Value5) == 42);
 static_assert(offsetof(LinkStoreRecord, RoadFlag) == 44);
 static_assert(offsetof(LinkStoreRecord, reserved) == 46);
 
+inline FeatureCode CodeOf(const LinkStoreRecord& link) { return link.LinkCode; }
+
 // "nnamestr.~wk" and "lnamestr.~wk". Records with an empty name are not written.
 struct NameStoreRecord {
   FeatureCode Code;  // the named node or link
@@ -94,13 +102,15 @@ static_assert(offsetof(NameStoreRecord, LinkNumber) == 30);
 static_assert(offsetof(NameStoreRecord, LinkValue) == 32);
 static_assert(offsetof(NameStoreRecord, NodeValue) == 36);
 
+inline FeatureCode CodeOf(const NameStoreRecord& name) { return name.Code; }
+
 // "trafrule.~wk", the rule storage: turns at a node.
 struct RuleStoreRecord {
   FeatureCode NodeCode;
   FeatureCode InLink;   // link by which the vehicle arrives
   FeatureCode OutLink;  // link by which it leaves
   uint16_t reserved1;   // zero
-  uint16_t Kind;        // 2 = turn prohibited; other kinds are not applied
+  uint16_t Kind;        // kProhibited; other kinds are not applied
   uint32_t reserved2;   // zero
 };
 static_assert(sizeof(RuleStoreRecord) == 32);
@@ -114,8 +124,8 @@ struct OneWayStoreRecord {
   FeatureCode LinkCode;
   FeatureCode FirstNode;   // empty = not given
   FeatureCode SecondNode;  // empty = not given
-  uint16_t FirstFlag;      // 2 = no travel from the first node toward the second
-  uint16_t SecondFlag;     // 2 = no travel from the second node toward the first
+  uint16_t FirstFlag;      // kProhibited: no travel from the first node toward the second
+  uint16_t SecondFlag;     // kProhibited: no travel from the second node toward the first
   uint32_t reserved;       // zero
 };
 static_assert(sizeof(OneWayStoreRecord) == 32);

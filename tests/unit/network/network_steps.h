@@ -1,8 +1,10 @@
 // The construction steps of both operations behind one set of names: the tests run each twice.
 #pragma once
 
+#include "network/dummy_link_check.h"
 #include "network/network_data.h"
 #include "network/node_link_data.h"
+#include "network/store_loading.h"
 #include "network_stores.h"
 
 namespace zatlib::test::network {
@@ -78,6 +80,25 @@ class BothOperations : public NetworkTest, public ::testing::WithParamInterface<
   LinkPositions link_positions_;
   std::vector<CodeIndexRecord> node_index_;
   std::vector<CodeIndexRecord> link_index_;
+};
+
+// The same with stores of a few records.
+class SmallStores : public BothOperations {
+ protected:
+  // Three nodes and two links between empty records, with an incomplete record behind them.
+  void SaveStores() {
+    SaveNodes({{.code = 0, .x = 9},
+               {.code = 500, .attr = 0x8001, .city = 13101, .x = 139700000, .y = 35600000},
+               {.code = 200, .attr = 7, .x = -70123456, .y = -15000001},
+               {.code = 0},
+               {.code = 300, .partner = 200, .city = 4000000000, .links = {9}}},
+              std::string(95, 'x'));
+    SaveLinks(
+        {{.code = 3000, .a = 500, .b = 200, .city = 13101, .kind = 3, .value6 = -6, .flag = 4},
+         {.code = 0, .kind = 1, .flag = 4},
+         {.code = 1000, .a = 200, .b = 300, .city = 13102, .kind = 99, .value6 = 32767, .flag = 0}},
+        std::string(47, 'x'));
+  }
 };
 
 }  // namespace zatlib::test::network

@@ -5,147 +5,9 @@
 namespace zatlib::test::network {
 namespace {
 
-class NodeLinkDataTest : public BothOperations {
- protected:
-  // Three nodes and two links between empty records, with an incomplete record behind them.
-  void SaveStores() {
-    SaveNodes({{.code = 0, .x = 9},
-               {.code = 500, .attr = 0x8001, .city = 13101, .x = 139700000, .y = 35600000},
-               {.code = 200, .attr = 7, .x = -70123456, .y = -15000001},
-               {.code = 0},
-               {.code = 300, .partner = 200, .city = 4000000000, .links = {9}}},
-              std::string(95, 'x'));
-    SaveLinks(
-        {{.code = 3000, .a = 500, .b = 200, .city = 13101, .kind = 3, .value6 = -6, .flag = 4},
-         {.code = 0, .kind = 1, .flag = 4},
-         {.code = 1000, .a = 200, .b = 300, .city = 13102, .kind = 99, .value6 = 32767, .flag = 0}},
-        std::string(47, 'x'));
-  }
-
-  std::string StoreTitle(const std::string& kind, const std::string& what) {
-    return kind + " Error in " +
-           Step(memory() ? "Load" + what + "Store" : "Load" + what + "StorePtr");
-  }
-};
+class NodeLinkDataTest : public SmallStores {};
 
 INSTANTIATE_TEST_SUITE_P(Way, NodeLinkDataTest, ::testing::ValuesIn(kWays));
-
-// ---- loading -------------------------------------------------------------------------------
-
-TEST_P(NodeLinkDataTest, TheRecordsThatAreNotEmptyAreLoadedInFileOrder) {
-  SaveStores();
-  EXPECT_EQ(LoadNodes(), 1);
-  EXPECT_EQ(LoadLinks(), 1);
-  ASSERT_EQ(NodeCount(), 3);
-  ASSERT_EQ(LinkCount(), 2);
-  if (memory()) {
-    EXPECT_EQ(std::string(reinterpret_cast<const char*>(nodes_.records.data()), 288),
-              FileBytes("nodestr.~wk").substr(96, 192) + FileBytes("nodestr.~wk").substr(384, 96));
-    EXPECT_EQ(std::string(reinterpret_cast<const char*>(links_.records.data()), 96),
-              FileBytes("linkstr.~wk").substr(0, 48) + FileBytes("linkstr.~wk").substr(96, 48));
-  } else {
-    EXPECT_EQ(node_positions_.positions[0], 1u);
-    EXPECT_EQ(node_positions_.positions[1], 2u);
-    EXPECT_EQ(node_positions_.positions[2], 4u);
-    EXPECT_EQ(link_positions_.positions[0], 0u);
-    EXPECT_EQ(link_positions_.positions[1], 2u);
-  }
-  EXPECT_EQ(log(), (Lines{Mark("Loading Nodes"), Mark("Loading Links")}));
-}
-
-TEST_P(NodeLinkDataTest, LoadingEndsWithASummaryWhenAskedFor) {
-  UseControl("LOG=1\r\n");
-  SaveStores();
-  EXPECT_EQ(LoadNodes(), 1);
-  EXPECT_EQ(LoadLinks(), 1);
-  EXPECT_EQ(log(),
-            memory()
-                ? (Lines{"Loading Nodes(M)...",
-                         "lnNumNode=3, lnNumRec(NodeStore)=5, BRN_LoadNodeStore returns=1",
-                         "Loading Links(M)...",
-                         "lnNumLink=2, lnNumRec(LinkStore)=3, BRN_LoadLinkStore returns=1"})
-                : (Lines{"Loading Nodes(F)...",
-                         "lnNumNode=3, lnNumRec(NodeStore)=5, BRN450_LoadNodeStorePtr returns=1",
-                         "Loading Links(F)...",
-                         "lnNumLink=2, lnNumRec(LinkStore)=3, BRN450_LoadLinkStorePtr returns=1"}));
-}
-
-TEST_P(NodeLinkDataTest, StoresOfEmptyRecordsLoadAsNothing) {
-  SaveNodes({{.code = 0}, {.code = 0}});
-  SaveLinks({{.code = 0}});
-  EXPECT_EQ(LoadNodes(), 1);
-  EXPECT_EQ(LoadLinks(), 1);
-  EXPECT_EQ(NodeCount(), 0);
-  EXPECT_EQ(LinkCount(), 0);
-  SaveNodes({});
-  SaveLinks({});
-  EXPECT_EQ(LoadNodes(), 1);
-  EXPECT_EQ(LoadLinks(), 1);
-  EXPECT_EQ(NodeCount(), 0);
-  EXPECT_EQ(LinkCount(), 0);
-  EXPECT_EQ(Reports(), Lines());
-}
-
-TEST_P(NodeLinkDataTest, MissingStoresAndStoresInUseAreReported) {
-  const Lines expected{
-      Report("Can't open the NODESTORE(%s) !", StoreTitle("File", "Node"), "nodestr.~wk"),
-      Report("Can't open LINKSTORE(%s) !", StoreTitle("File", "Link"), "linkstr.~wk")};
-  EXPECT_EQ(LoadNodes(), 0);
-  EXPECT_EQ(LoadLinks(), 0);
-  EXPECT_EQ(Reports(), expected);
-  SaveStores();
-  ClearLog();
-  const platform::File nodes = Lock("nodestr.~wk");
-  const platform::File links = Lock("linkstr.~wk");
-  EXPECT_EQ(LoadNodes(), 0);
-  EXPECT_EQ(LoadLinks(), 0);
-  EXPECT_EQ(NodeCount(), 0);
-  EXPECT_EQ(LinkCount(), 0);
-  EXPECT_EQ(Reports(), expected);
-}
-
-TEST_P(NodeLinkDataTest, FailedLoadsEndWithASummaryToo) {
-  UseControl("LOG=1\r\n");
-  EXPECT_EQ(LoadNodes(), 0);
-  EXPECT_EQ(log().back(), "lnNumNode=0, lnNumRec(NodeStore)=0, " +
-                              std::string(memory() ? "BRN_LoadNodeStore returns=0"
-                                                   : "BRN450_LoadNodeStorePtr returns=0"));
-}
-
-TEST_P(NodeLinkDataTest, StoresThatCannotBeReadAreReported) {
-  const auto prepare = [&] { SaveStores(); };
-  EXPECT_EQ(FailEach(platform::Operation::kRead,
-                     {.prepare = prepare, .run = [&] { return LoadNodes(); }}),
-            LineSet{Report("Can't read the NodeStore(%s) at 0!", StoreTitle("File", "Node"),
-                           "nodestr.~wk")});
-  EXPECT_EQ(FailEach(platform::Operation::kRead,
-                     {.prepare = prepare, .run = [&] { return LoadLinks(); }}),
-            LineSet{Report("Can't read the LINKSTORE(%s) at 0 !", StoreTitle("File", "Link"),
-                           "linkstr.~wk")});
-}
-
-TEST_P(NodeLinkDataTest, MissingMemoryForTheStoresIsReported) {
-  const auto prepare = [&] { SaveStores(); };
-  const LineSet nodes = FailEach(platform::Operation::kAllocate,
-                                 {.prepare = prepare, .run = [&] { return LoadNodes(); }});
-  const LineSet links = FailEach(platform::Operation::kAllocate,
-                                 {.prepare = prepare, .run = [&] { return LoadLinks(); }});
-  if (memory()) {
-    EXPECT_EQ(nodes.count("[Can't allocate the memory for NodeStore (rec=5) !]"
-                          "[File Error in BRN_LoadNodeStore]"),
-              1u);
-    EXPECT_EQ(links.count("[Can't allocate the memory for the LinkStore (rec=3)!]"
-                          "[Memory Error in BRN_LoadLinkStore]"),
-              1u);
-  } else {
-    EXPECT_EQ(nodes.count("[Can't allocate the memory for NodeStorePtr (rec=5) !]"
-                          "[File Error in BRN450_LoadNodeStorePtr]"),
-              1u);
-    EXPECT_EQ(links.count("[Can't allocate the memory for the LinkStorePtr (rec=3)!]"
-                          "[Memory Error in BRN450_LoadLinkStorePtr]"),
-              1u);
-  }
-}
 
 // ---- node data -----------------------------------------------------------------------------
 
@@ -293,17 +155,6 @@ TEST_P(NodeLinkDataTest, ACancelSkipsTheLinkNameFile) {
   CancelAt(Mark("Creating Link Data"));
   EXPECT_EQ(CreateLinkData(), 0);
   EXPECT_FALSE(Exists(folder_ / "linkname.dat"));
-}
-
-TEST_P(NodeLinkDataTest, ACancelledBuildLoadsNothing) {
-  SaveStores();
-  g_silent = 0;
-  FRD_SetCancelled(true);
-  EXPECT_EQ(LoadNodes(), 0);
-  EXPECT_EQ(LoadLinks(), 0);
-  EXPECT_EQ(NodeCount(), 0);
-  EXPECT_EQ(LinkCount(), 0);
-  EXPECT_EQ(log(), Lines());
 }
 
 // ---- through files only --------------------------------------------------------------------

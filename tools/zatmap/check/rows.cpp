@@ -7,8 +7,7 @@ namespace {
 
 using zatlib::FeatureCode;
 using zatlib::FieldKind;
-
-constexpr int32_t kProhibited = 2;
+using zatlib::kProhibited;
 
 void ReportNoRecords(Findings& findings, bool whole, const std::vector<std::string>& files,
                      const char* none) {

@@ -12,6 +12,7 @@ namespace zatmap::check {
 namespace {
 
 using zatlib::FeatureCode;
+using zatlib::kProhibited;
 
 namespace zat = zatlib::zat;
 
@@ -30,8 +31,6 @@ constexpr NetworkColumns kColumns = {.node_code = zat::Node::kCode,
                                      .length = zat::Link::kLength,
                                      .speed_a = zat::Link::kSpeedA,
                                      .speed_b = zat::Link::kSpeedB};
-
-constexpr int32_t kProhibited = 2;
 
 // One run of the check.
 struct ZatCheck {

@@ -19,11 +19,15 @@ std::vector<double> Values(const std::vector<FeatureCode>& codes) {
   return values;
 }
 
+CodeIndexRecord Entry(double code, int32_t number, uint32_t city) {
+  return {FeatureCode::FromDouble(code), number, city};
+}
+
 int Sort(std::vector<FeatureCode>& codes) {
   return BRN_SortIndex(nullptr, static_cast<int64_t>(codes.size()), codes.data());
 }
 
-int Sort(std::vector<KeyedRecord>& records) {
+int Sort(std::vector<CodeIndexRecord>& records) {
   return BRN_SortCommonIndex(static_cast<int64_t>(records.size()), records.data());
 }
 
@@ -80,11 +84,12 @@ TEST_F(IndexSortTest, ManyCodesOfAnyOrderComeOutAscending) {
   constexpr int64_t kCount = 65537;  // a prime: a stride visits every number once
   for (const int64_t stride : {int64_t{1}, int64_t{2}, int64_t{30011}, kCount - 1}) {
     std::vector<FeatureCode> codes;
-    std::vector<KeyedRecord> records;
+    std::vector<CodeIndexRecord> records;
     for (int64_t i = 0; i < kCount; ++i) {
       const auto value = static_cast<double>(i * stride % kCount);
       codes.push_back(FeatureCode::FromDouble(value));
-      records.push_back({value, static_cast<int32_t>(value) + 1, static_cast<uint32_t>(value) + 2});
+      records.push_back(
+          {codes.back(), static_cast<int32_t>(value) + 1, static_cast<uint32_t>(value) + 2});
     }
     EXPECT_EQ(Sort(codes), 1);
     EXPECT_EQ(Sort(records), 1);
@@ -92,8 +97,8 @@ TEST_F(IndexSortTest, ManyCodesOfAnyOrderComeOutAscending) {
     for (int64_t i = 0; i < kCount; ++i) {
       const auto at = static_cast<size_t>(i);
       if (codes[at].AsDouble() != static_cast<double>(i)) ++wrong;
-      if (records[at].key != static_cast<double>(i) || records[at].value != i + 1 ||
-          records[at].extra != static_cast<uint32_t>(i + 2)) {
+      if (records[at].Code.AsDouble() != static_cast<double>(i) || records[at].Number != i + 1 ||
+          records[at].CityCode != static_cast<uint32_t>(i + 2)) {
         ++wrong;
       }
     }
@@ -103,25 +108,25 @@ TEST_F(IndexSortTest, ManyCodesOfAnyOrderComeOutAscending) {
 }
 
 TEST_F(IndexSortTest, IndexRecordsMoveWhole) {
-  std::vector<KeyedRecord> records{{30, 1, 13}, {10, 2, 11}, {20, 3, 12}};
+  std::vector<CodeIndexRecord> records{Entry(30, 1, 13), Entry(10, 2, 11), Entry(20, 3, 12)};
   EXPECT_EQ(Sort(records), 1);
   ASSERT_EQ(records.size(), 3u);
-  EXPECT_EQ(records[0].key, 10);
-  EXPECT_EQ(records[0].value, 2);
-  EXPECT_EQ(records[0].extra, 11u);
-  EXPECT_EQ(records[1].key, 20);
-  EXPECT_EQ(records[1].value, 3);
-  EXPECT_EQ(records[1].extra, 12u);
-  EXPECT_EQ(records[2].key, 30);
-  EXPECT_EQ(records[2].value, 1);
-  EXPECT_EQ(records[2].extra, 13u);
+  EXPECT_EQ(records[0].Code.AsDouble(), 10);
+  EXPECT_EQ(records[0].Number, 2);
+  EXPECT_EQ(records[0].CityCode, 11u);
+  EXPECT_EQ(records[1].Code.AsDouble(), 20);
+  EXPECT_EQ(records[1].Number, 3);
+  EXPECT_EQ(records[1].CityCode, 12u);
+  EXPECT_EQ(records[2].Code.AsDouble(), 30);
+  EXPECT_EQ(records[2].Number, 1);
+  EXPECT_EQ(records[2].CityCode, 13u);
 }
 
 TEST_F(IndexSortTest, IndexRecordsOfEqualCodesKeepTheirContent) {
-  std::vector<KeyedRecord> records{{5, 1, 0}, {5, 2, 0}, {5, 3, 0}};
+  std::vector<CodeIndexRecord> records{Entry(5, 1, 0), Entry(5, 2, 0), Entry(5, 3, 0)};
   EXPECT_EQ(Sort(records), 1);
   std::vector<int32_t> values;
-  for (const KeyedRecord& record : records) values.push_back(record.value);
+  for (const CodeIndexRecord& record : records) values.push_back(record.Number);
   std::sort(values.begin(), values.end());
   EXPECT_EQ(values, (std::vector<int32_t>{1, 2, 3}));
   EXPECT_EQ(log(), Lines());
@@ -148,9 +153,9 @@ TEST_F(IndexSortTest, ACancelledBuildDoesNotSort) {
   std::vector<FeatureCode> codes = Doubles({2, 1});
   EXPECT_EQ(Sort(codes), 0);
   EXPECT_EQ(Values(codes), (std::vector<double>{2, 1}));
-  std::vector<KeyedRecord> records{{2, 0, 0}, {1, 1, 0}};
+  std::vector<CodeIndexRecord> records{Entry(2, 0, 0), Entry(1, 1, 0)};
   EXPECT_EQ(Sort(records), 0);
-  EXPECT_EQ(records[0].key, 2);
+  EXPECT_EQ(records[0].Code.AsDouble(), 2);
 }
 
 TEST_F(IndexSortTest, ASilentBuildDoesNotAskForCancel) {
@@ -163,7 +168,7 @@ TEST_F(IndexSortTest, ASilentBuildDoesNotAskForCancel) {
 #ifndef _WIN32
 TEST_F(IndexSortTest, TheStatusTextsAreShownAndNotLogged) {
   std::vector<FeatureCode> codes = Doubles({2, 1});
-  std::vector<KeyedRecord> records{{2, 0, 0}, {1, 1, 0}};
+  std::vector<CodeIndexRecord> records{Entry(2, 0, 0), Entry(1, 1, 0)};
   const Lines shown = Shown([&] {
     Sort(codes);
     Sort(records);
