@@ -2,7 +2,6 @@
 
 #include <algorithm>
 
-#include "frd/control.h"
 #include "frd/parallel.h"
 #include "frd/record_writer.h"
 #include "network/network_files.h"
@@ -18,22 +17,22 @@ constexpr int64_t kNodesOfPart = 2500;  // nodes that a thread takes at a time
 
 // What is written again is held, what is only read passes by.
 struct Tables {
-  TableFile nodes;         // CalcNode
-  TableReader node_links;  // NodeLinks
-  TableReader turns;       // SlotBytes
-  TableFile links;         // LinkNodes
+  WholeFile nodes;         // CalcNode
+  BlockReader node_links;  // NodeLinks
+  BlockReader turns;       // SlotBytes
+  WholeFile links;         // LinkNodes
 };
 
-int LoadTables(WindowHandle owner, const char* folder, Tables* tables) {
-  if (LoadTable(owner, folder, kCalcNodeFile, &tables->nodes) == 0 ||
-      OpenTable(owner, folder, kNodeLinkFile, sizeof(NodeLinks), kBlockNodes,
-                &tables->node_links) == 0 ||
-      OpenTable(owner, folder, kTurnTableFile, sizeof(SlotBytes), kBlockNodes, &tables->turns) ==
-          0) {
-    return 0;
+Outcome LoadTables(const Step& step, Tables* tables) {
+  Outcome outcome = LoadTable(step, kCalcNodeFile, &tables->nodes);
+  if (IsDone(outcome)) {
+    outcome = OpenTable(step, kNodeLinkFile, sizeof(NodeLinks), kBlockNodes, &tables->node_links);
   }
-  return LoadTable(owner, folder, kLinkNodeFile, &tables->links,
-                   {&tables->node_links.blocks, &tables->turns.blocks});
+  if (IsDone(outcome)) {
+    outcome = OpenTable(step, kTurnTableFile, sizeof(SlotBytes), kBlockNodes, &tables->turns);
+  }
+  if (!IsDone(outcome)) return outcome;
+  return LoadTable(step, kLinkNodeFile, &tables->links, {&tables->node_links, &tables->turns});
 }
 
 // Closes the connections of one node that no arrival there may take.
@@ -60,26 +59,25 @@ void CloseConnections(int32_t number, CalcNode* node, const NodeLinks& node_link
   }
 }
 
-// Shows each number of nodes in (begin, end] that is due to be shown; 0 when the user has
-// cancelled.
-int ShowNodes(int64_t begin, int64_t end, int64_t node_count) {
+// Shows each number of nodes in (begin, end] that is due to be shown.
+Outcome ShowNodes(int64_t begin, int64_t end, int64_t node_count) {
   for (int64_t n = begin; n < end;) {
     n = std::min((n / kProgressNodes + 1) * kProgressNodes, end);
     if ((n % kProgressNodes == 0 || n == node_count) &&
         SetStatusNumber("Checking One Way Link %d", n) == 0) {
-      return 0;
+      return Outcome::kCancelled;
     }
   }
-  return 1;
+  return Outcome::kDone;
 }
 
-int CloseAllConnections(WindowHandle owner, Tables* tables) {
+Outcome CloseAllConnections(const Step& step, Tables* tables) {
   auto* const nodes = tables->nodes.records<CalcNode>();
   auto* const links = tables->links.records<LinkNodes>();
   const int64_t node_count = tables->nodes.count<CalcNode>();
   const int64_t link_count = tables->links.count<LinkNodes>();
-  BlockReader& node_links = tables->node_links.blocks;
-  BlockReader& turns = tables->turns.blocks;
+  BlockReader& node_links = tables->node_links;
+  BlockReader& turns = tables->turns;
   // Nodes beyond the end of a table that is too short have no links or no turns.
   const int64_t known = std::min({node_count, node_links.count(), turns.count(), kMaxRecords});
   Workers workers;
@@ -95,45 +93,50 @@ int CloseAllConnections(WindowHandle owner, Tables* tables) {
                          turns_of[n], links, link_count);
       }
     });
-    const TableReader* unread = nullptr;
+    const char* unread = nullptr;
     if (end < known) {
-      if (end == turns.end() && !turns.Advance()) unread = &tables->turns;
-      if (end == node_links.end() && !node_links.Advance()) unread = &tables->node_links;
+      if (end == turns.end() && !turns.Advance()) unread = kTurnTableFile;
+      if (end == node_links.end() && !node_links.Advance()) unread = kNodeLinkFile;
     }
     workers.Finish();
-    if (unread != nullptr) return ReportNotRead(owner, unread->path);
-    if (ShowNodes(first, end, node_count) == 0) return 0;
+    if (unread != nullptr) return TellResult(step, unread, FileResult::kNotRead);
+    const Outcome shown = ShowNodes(first, end, node_count);
+    if (!IsDone(shown)) return shown;
   }
   return ShowNodes(known, node_count, node_count);
 }
 
-int SaveTables(WindowHandle owner, const Tables& tables) {
-  const SaveResult links = SaveTable(owner, tables.links);
-  if (links == SaveResult::kNotWritten) {
-    ReportError(owner, "File Error", "Can't write %s !", tables.links.path.c_str());
-  }
-  if (links != SaveResult::kSaved) return 0;
-  const SaveResult nodes = SaveTable(owner, tables.nodes);
-  if (nodes == SaveResult::kNotWritten) {
-    // The second number has always been the size of the file read last, not what was written.
-    ReportError(owner, "File Error", "Can't write %s !\r\n(org/written=%lld/%lld)",
-                tables.nodes.path.c_str(), static_cast<long long>(tables.nodes.size()),
-                static_cast<long long>(tables.links.size()));
-  }
-  return nodes == SaveResult::kSaved ? 1 : 0;
+FileResult SaveTable(const Step& step, const char* file, const WholeFile& table) {
+  return SaveBytes(step.Path(file).c_str(), table.bytes.data(), table.size);
+}
+
+Outcome SaveTables(const Step& step, const Tables& tables) {
+  const Outcome links =
+      TellResult(step, kLinkNodeFile, SaveTable(step, kLinkNodeFile, tables.links));
+  if (!IsDone(links)) return links;
+  const FileResult nodes = SaveTable(step, kCalcNodeFile, tables.nodes);
+  if (nodes != FileResult::kNotWritten) return TellResult(step, kCalcNodeFile, nodes);
+  // The second number has always been the size of the file read last, not what was written.
+  return step.FailAs(kFileError, "Can't write %s !\r\n(org/written=%lld/%lld)",
+                     step.Path(kCalcNodeFile).c_str(), static_cast<long long>(tables.nodes.size),
+                     static_cast<long long>(tables.links.size));
+}
+
+Outcome AddOneWayLinks(const Step& step) {
+  Outcome outcome = CancelledIf(BRN_SetStatus("Initializing...") == 0);
+  Tables tables;
+  if (IsDone(outcome)) outcome = LoadTables(step, &tables);
+  if (IsDone(outcome)) outcome = CloseAllConnections(step, &tables);
+  tables.turns.Close();
+  tables.node_links.Close();
+  if (IsDone(outcome)) outcome = CancelledIf(BRN_SetStatus("Writing Tables...") == 0);
+  return IsDone(outcome) ? SaveTables(step, tables) : outcome;
 }
 
 }  // namespace
 
 int BRN_TRF_AddOneWayLinks(WindowHandle owner, const char* folder) {
-  if (BRN_SetStatus("Initializing...") == 0) return 0;
-  Tables tables;
-  if (LoadTables(owner, folder, &tables) == 0) return 0;
-  if (CloseAllConnections(owner, &tables) == 0) return 0;
-  tables.turns.blocks.Close();
-  tables.node_links.blocks.Close();
-  if (BRN_SetStatus("Writing Tables...") == 0) return 0;
-  return SaveTables(owner, tables);
+  return AsResult(AddOneWayLinks(Step::InFolder(owner, folder, "BRN_TRF_AddOneWayLinks")));
 }
 
 }  // namespace zatlib

@@ -3,65 +3,46 @@
 namespace zatlib {
 namespace {
 
-constexpr char kFileTitle[] = "File Error";
-constexpr char kMemoryTitle[] = "Memory Error";
-
-int Report(WindowHandle owner, FileResult result, const PathText& path) {
-  if (result == FileResult::kDone) return 1;
-  if (result == FileResult::kNoMemory) return ReportNoMemory(owner, path);
-  if (result != FileResult::kNotOpened) return ReportNotRead(owner, path);
-  ReportError(owner, kFileTitle, "Can't open %s !", path.c_str());
-  return 0;
+MessageText<const char*> TextOf(FileResult result) {
+  switch (result) {
+    case FileResult::kNoMemory:
+      return "Can't allocate memory for %s !";
+    case FileResult::kNotOpened:
+    case FileResult::kNotCreated:
+      return "Can't open %s !";
+    case FileResult::kNotRead:
+      return "Can't read %s !";
+    case FileResult::kNotWritten:
+      return "Can't write %s !";
+    case FileResult::kDone:
+      break;
+  }
+  return "";
 }
 
 }  // namespace
 
-int ReportNotRead(WindowHandle owner, const PathText& path) {
-  ReportError(owner, kFileTitle, "Can't read %s !", path.c_str());
-  return 0;
+Outcome TellResult(const Step& step, const char* file, FileResult result) {
+  if (result == FileResult::kDone) return Outcome::kDone;
+  const char* const title = result == FileResult::kNoMemory ? kMemoryError : kFileError;
+  return step.FailAs(title, TextOf(result), step.Path(file).c_str());
 }
 
-int ReportNoMemory(WindowHandle owner, const PathText& path) {
-  ReportError(owner, kMemoryTitle, "Can't allocate memory for %s !", path.c_str());
-  return 0;
-}
-
-int LoadTable(WindowHandle owner, const char* folder, const char* name, TableFile* table,
-              std::initializer_list<BlockReader*> give_way) {
-  table->path = PathIn(folder, name);
-  FileResult result = LoadFile(table->path.c_str(), &table->content);
+Outcome LoadTable(const Step& step, const char* file, WholeFile* table,
+                  std::initializer_list<BlockReader*> give_way) {
+  const PathText path = step.Path(file);
+  FileResult result = LoadFile(path.c_str(), table);
   if (result == FileResult::kNoMemory) {
     bool given = false;
     for (BlockReader* reader : give_way) given |= reader->Shrink();
-    if (given) result = LoadFile(table->path.c_str(), &table->content);
+    if (given) result = LoadFile(path.c_str(), table);
   }
-  return Report(owner, result, table->path);
+  return TellResult(step, file, result);
 }
 
-int OpenTable(WindowHandle owner, const char* folder, const char* name, uint32_t record_size,
-              int64_t block_records, TableReader* table) {
-  table->path = PathIn(folder, name);
-  const FileResult result = table->blocks.Open(table->path.c_str(), record_size, block_records);
-  return Report(owner, result, table->path);
-}
-
-int OpenStore(WindowHandle owner, const char* folder, const char* name, uint32_t record_size,
-              int64_t block_records, TableReader* store) {
-  const PathText path = PathIn(folder, name);
-  bool read_only = false;
-  if (!platform::GetAttributes(path.c_str(), &read_only)) return 1;
-  const int64_t size = platform::SizeAtPath(path.c_str());
-  if (size >= 0 && size < record_size) return 1;
-  return OpenTable(owner, folder, name, record_size, block_records, store);
-}
-
-SaveResult SaveTable(WindowHandle owner, const TableFile& table) {
-  const SaveResult result =
-      SaveFile(table.path.c_str(), table.content.bytes.data(), table.content.size);
-  if (result == SaveResult::kNotOpened) {
-    ReportError(owner, kFileTitle, "Can't open %s !", table.path.c_str());
-  }
-  return result;
+Outcome OpenTable(const Step& step, const char* file, uint32_t record_size, int64_t block_records,
+                  BlockReader* table) {
+  return TellResult(step, file, table->Open(step.Path(file).c_str(), record_size, block_records));
 }
 
 }  // namespace zatlib

@@ -6,8 +6,6 @@
 #include <span>
 
 #include "frd/code_lookup.h"
-#include "frd/control.h"
-#include "frd/keyed_table.h"
 #include "frd/log.h"
 #include "frd/memory.h"
 #include "frd/parallel.h"
@@ -19,16 +17,12 @@
 namespace zatlib {
 namespace {
 
-constexpr uint16_t kTurnProhibited = 2;    // rule kind that is applied
-constexpr uint16_t kTravelProhibited = 2;  // one-way flag that is applied
 constexpr int64_t kProgressRecords = 10000;
 constexpr int64_t kBlockRecords = 0x4000;                     // of a network file, read at a time
 constexpr int64_t kBlockStoreRecords = 4 * kProgressRecords;  // of a store, likewise
 constexpr int64_t kRecordsOfPart = kProgressRecords / 4;      // that a thread takes at a time
 constexpr int64_t kRoomForStores = 0x10000;                   // bytes for the blocks of a store
 static_assert(kProgressRecords % kRecordsOfPart == 0);
-
-static_assert(sizeof(CodeIndexRecord) == sizeof(KeyedRecord));
 
 // The nodes of a link.
 struct EndNodes {
@@ -38,9 +32,9 @@ struct EndNodes {
 
 // The network as the rules see it: counts that hold for every table, whatever its file's size.
 struct Network {
-  TableFile node_index_file;
-  TableFile rule_file;
-  TableFile link_index_file;
+  WholeFile node_index_file;
+  WholeFile turn_file;
+  WholeFile link_index_file;
 
   // The neighbours of node n in slot order, from neighbours[starts[n]] to that of starts[n + 1].
   PageArray<uint32_t> starts;
@@ -50,8 +44,8 @@ struct Network {
   int64_t link_count = 0;
   SlotBytes* turns = nullptr;
   int64_t turn_count = 0;  // nodes that have turn bytes
-  const KeyedRecord* node_index = nullptr;
-  const KeyedRecord* link_index = nullptr;
+  const CodeIndexRecord* node_index = nullptr;
+  const CodeIndexRecord* link_index = nullptr;
   CodeLookup node_lookup;
   CodeLookup link_lookup;
 
@@ -65,14 +59,13 @@ struct Network {
     return Find(link_lookup, link_index, link_count, code, hint);
   }
 
-  // What FRD_FindByKey finds.
-  static int64_t Find(const CodeLookup& lookup, const KeyedRecord* index, int64_t limit,
+  static int64_t Find(const CodeLookup& lookup, const CodeIndexRecord* index, int64_t limit,
                       FeatureCode code, int64_t* hint) {
     if (code.IsEmpty()) return -1;
     const int64_t found = lookup.FindFrom(code.AsDouble(), *hint);
     if (found < 0) return -1;
     *hint = found + 1;
-    const int64_t number = index[found].value;
+    const int64_t number = index[found].Number;
     return number < limit ? number : -1;
   }
 
@@ -94,19 +87,24 @@ struct Network {
   }
 };
 
+// kDone when the file was read to its end, block by block; else reports that.
+Outcome TellRead(const Step& step, const char* file, const BlockReader& blocks) {
+  return TellResult(step, file, blocks.failed() ? FileResult::kNotRead : FileResult::kDone);
+}
+
 // Reads what the rules need of mapcalc.dat: a fraction of its size, since most slots are empty.
-int LoadNeighbours(WindowHandle owner, const char* folder, Workers& workers, Network* network) {
-  TableReader file;
-  if (OpenTable(owner, folder, kCalcNodeFile, sizeof(CalcNode), kBlockRecords, &file) == 0) {
-    return 0;
-  }
-  BlockReader& blocks = file.blocks;
+Outcome LoadNeighbours(const Step& step, Workers& workers, Network* network) {
+  BlockReader blocks;
+  const Outcome opened = OpenTable(step, kCalcNodeFile, sizeof(CalcNode), kBlockRecords, &blocks);
+  if (!IsDone(opened)) return opened;
   const int64_t count = blocks.count();
   // Room for all slots: pages that nothing is written to cost no memory.
   const auto reserve = [&] {
     return network->starts.Allocate(count + 1) && network->neighbours.Allocate(count * kSlots);
   };
-  if (!reserve() && !(blocks.Shrink() && reserve())) return ReportNoMemory(owner, file.path);
+  if (!reserve() && !(blocks.Shrink() && reserve())) {
+    return TellResult(step, kCalcNodeFile, FileResult::kNoMemory);
+  }
   network->node_count = count;
   uint32_t* const starts = network->starts.data();
   int32_t* const neighbours = network->neighbours.data();
@@ -117,7 +115,7 @@ int LoadNeighbours(WindowHandle owner, const char* folder, Workers& workers, Net
     const int64_t in_block = blocks.records_in_block();
     // More connections than two for each possible link are no network.
     if (used + in_block * kSlots > std::numeric_limits<uint32_t>::max()) {
-      return ReportNoMemory(owner, file.path);
+      return TellResult(step, kCalcNodeFile, FileResult::kNoMemory);
     }
     workers.Start(1, [&, nodes, first, in_block](int64_t) {
       for (int64_t i = 0; i < in_block; ++i) {
@@ -131,18 +129,16 @@ int LoadNeighbours(WindowHandle owner, const char* folder, Workers& workers, Net
     blocks.Advance();
     workers.Finish();
   }
-  return blocks.failed() ? ReportNotRead(owner, file.path) : 1;
+  return TellRead(step, kCalcNodeFile, blocks);
 }
 
 // Reads the nodes of all links.
-int LoadLinks(WindowHandle owner, const char* folder, Network* network) {
-  TableReader file;
-  if (OpenTable(owner, folder, kLinkNodeFile, sizeof(LinkNodes), kBlockRecords, &file) == 0) {
-    return 0;
-  }
-  BlockReader& blocks = file.blocks;
+Outcome LoadLinks(const Step& step, Network* network) {
+  BlockReader blocks;
+  const Outcome opened = OpenTable(step, kLinkNodeFile, sizeof(LinkNodes), kBlockRecords, &blocks);
+  if (!IsDone(opened)) return opened;
   if (!network->links.Allocate(blocks.count())) {
-    return ReportNoMemory(owner, file.path);
+    return TellResult(step, kLinkNodeFile, FileResult::kNoMemory);
   }
   network->link_count = blocks.count();
   for (; blocks.records_in_block() > 0; blocks.Advance()) {
@@ -152,31 +148,30 @@ int LoadLinks(WindowHandle owner, const char* folder, Network* network) {
                      return EndNodes{link.NodeA, link.NodeB};
                    });
   }
-  return blocks.failed() ? ReportNotRead(owner, file.path) : 1;
+  return TellRead(step, kLinkNodeFile, blocks);
 }
 
-int LoadNetwork(WindowHandle owner, const char* folder, Workers& workers, Network* network) {
-  if (LoadNeighbours(owner, folder, workers, network) == 0 ||
-      LoadTable(owner, folder, kNodeIndexFile, &network->node_index_file) == 0 ||
-      LoadTable(owner, folder, kTurnTableFile, &network->rule_file) == 0 ||
-      LoadTable(owner, folder, kLinkIndexFile, &network->link_index_file) == 0 ||
-      LoadLinks(owner, folder, network) == 0) {
-    return 0;
-  }
-  network->turns = network->rule_file.records<SlotBytes>();
-  network->turn_count = network->rule_file.count<SlotBytes>();
-  network->node_index = network->node_index_file.records<KeyedRecord>();
-  network->link_index = network->link_index_file.records<KeyedRecord>();
+Outcome LoadNetwork(const Step& step, Workers& workers, Network* network) {
+  Outcome outcome = LoadNeighbours(step, workers, network);
+  if (IsDone(outcome)) outcome = LoadTable(step, kNodeIndexFile, &network->node_index_file);
+  if (IsDone(outcome)) outcome = LoadTable(step, kTurnTableFile, &network->turn_file);
+  if (IsDone(outcome)) outcome = LoadTable(step, kLinkIndexFile, &network->link_index_file);
+  if (IsDone(outcome)) outcome = LoadLinks(step, network);
+  if (!IsDone(outcome)) return outcome;
+  network->turns = network->turn_file.records<SlotBytes>();
+  network->turn_count = network->turn_file.count<SlotBytes>();
+  network->node_index = network->node_index_file.records<CodeIndexRecord>();
+  network->link_index = network->link_index_file.records<CodeIndexRecord>();
   // The tables for look-ups save time only: they leave what the blocks of the stores need at least.
   WorkBuffer<char> for_stores;
   for_stores.Take(kRoomForStores);
   network->node_lookup.Build(
       network->node_index,
-      std::min(network->node_count, network->node_index_file.count<KeyedRecord>()));
+      std::min(network->node_count, network->node_index_file.count<CodeIndexRecord>()));
   network->link_lookup.Build(
       network->link_index,
-      std::min(network->link_count, network->link_index_file.count<KeyedRecord>()));
-  return 1;
+      std::min(network->link_count, network->link_index_file.count<CodeIndexRecord>()));
+  return Outcome::kDone;
 }
 
 // Where the links of the records before have led to, one a thread.
@@ -225,7 +220,7 @@ bool FindTurn(std::span<const int32_t> others, int32_t in_node, int32_t out_node
 // Sets the bit of the turn that a rule prohibits and returns 1; 0 when the rule does not fit the
 // network.
 int Apply(const Network& network, const RuleStoreRecord& rule, Hints* hints) {
-  if (rule.Kind != kTurnProhibited) return 0;
+  if (rule.Kind != kProhibited) return 0;
   const int64_t in_link = network.FindLink(rule.InLink, &hints->in_link);
   if (in_link < 0) return 0;
   const int64_t out_link = network.FindLink(rule.OutLink, &hints->out_link);
@@ -274,29 +269,34 @@ int Apply(const Network& network, const OneWayStoreRecord& record, Hints* hints)
     std::swap(flag_a, flag_b);
   }
   int count = 0;
-  if (flag_a == kTravelProhibited) count += CloseDirection(network, link.a, link.b);
-  if (flag_b == kTravelProhibited) count += CloseDirection(network, link.b, link.a);
+  if (flag_a == kProhibited) count += CloseDirection(network, link.a, link.b);
+  if (flag_b == kProhibited) count += CloseDirection(network, link.b, link.a);
   return count;
 }
 
 // One store's way into the turn table.
 struct Section {
-  const char* store;   // file name
-  const char* status;  // set count, record number from 1
-  const char* end;     // OK or ERROR, set count
+  const char* store;                  // file name
+  MessageText<int, int> status;       // set count, record number from 1
+  MessageText<const char*, int> end;  // OK or ERROR, set count
 };
 
-constexpr Section kRuleSection = {kRuleStoreFile, "Checking RuleStorage %d / %d",
-                                  "End of RuleStore section %s : set count = %d"};
-constexpr Section kOneWaySection = {kOneWayStoreFile, "Checking OneWayStorage %d / %d",
-                                    "End of OneWayStore section %s : set count = %d"};
+constexpr Section kRuleSection = {.store = kRuleStoreFile,
+                                  .status = "Checking RuleStorage %d / %d",
+                                  .end = "End of RuleStore section %s : set count = %d"};
+constexpr Section kOneWaySection = {.store = kOneWayStoreFile,
+                                    .status = "Checking OneWayStorage %d / %d",
+                                    .end = "End of OneWayStore section %s : set count = %d"};
 
-// Shows how far a section is; 0 when the user has cancelled.
-int ShowSection(const Section& section, int64_t set_count, int64_t record) {
-  if (g_silent != 0 || !FRD_IsDialogOpen()) return BRN_SetStatus(nullptr);
+// Shows how far a section is.
+Outcome ShowSection(const Section& section, int64_t set_count, int64_t record) {
   char text[128];
-  FRD_Format(text, sizeof text, section.status, ShownAs<int>(set_count), ShownAs<int>(record));
-  return BRN_SetStatus(text);
+  const char* shown = nullptr;
+  if (g_silent == 0 && FRD_IsDialogOpen()) {
+    FormatText(text, sizeof text, section.status, ShownAs<int>(set_count), ShownAs<int>(record));
+    shown = text;
+  }
+  return CancelledIf(BRN_SetStatus(shown) == 0);
 }
 
 // Applies a block of records on all threads. `set_counts` receives how many bits each part of
@@ -312,12 +312,25 @@ void StartBlock(const Network& network, const Record* records, int64_t count, Wo
   });
 }
 
-// Applies all records of a store and shows how far it is. Returns 1, or 0 when the user has
-// cancelled or a block could not be read, which is reported.
+// Opens a work store. One that is missing or shorter than a record has no records, which is no
+// error, also where it could not be opened.
+Outcome OpenStore(const Step& step, const char* file, uint32_t record_size, BlockReader* store) {
+  const PathText path = step.Path(file);
+  bool read_only = false;
+  if (!platform::GetAttributes(path.c_str(), &read_only)) return Outcome::kDone;
+  const int64_t size = platform::SizeAtPath(path.c_str());
+  if (size >= 0 && size < record_size) return Outcome::kDone;
+  return OpenTable(step, file, record_size, kBlockStoreRecords, store);
+}
+
+// Applies all records of a store and shows how far it is. `*set_count` grows by the bits set;
+// nothing of a store that cannot be read counts.
 template <typename Record>
-int ApplyStore(WindowHandle owner, const Network& network, const Section& section, Workers& workers,
-               TableReader* store, int64_t* set_count) {
-  BlockReader& blocks = store->blocks;
+Outcome ApplyStore(const Step& step, const Network& network, const Section& section,
+                   Workers& workers, int64_t* set_count) {
+  BlockReader blocks;
+  const Outcome opened = OpenStore(step, section.store, sizeof(Record), &blocks);
+  if (!IsDone(opened)) return opened;
   const int64_t count = blocks.count();
   int64_t set_counts[kBlockStoreRecords / kRecordsOfPart] = {};
   while (blocks.records_in_block() > 0) {
@@ -330,60 +343,50 @@ int ApplyStore(WindowHandle owner, const Network& network, const Section& sectio
       *set_count += set_counts[done / kRecordsOfPart];
       done = std::min(done + kRecordsOfPart, in_block);
       const int64_t record = first + done;
-      if ((record % kProgressRecords == 0 || record == count) &&
-          ShowSection(section, *set_count, record) == 0) {
-        return 0;
-      }
+      if (record % kProgressRecords != 0 && record != count) continue;
+      const Outcome shown = ShowSection(section, *set_count, record);
+      if (!IsDone(shown)) return shown;
     }
   }
-  if (!blocks.failed()) return 1;
-  *set_count = 0;  // nothing of a store that cannot be read counts
-  return ReportNotRead(owner, store->path);
+  if (blocks.failed()) *set_count = 0;
+  return TellRead(step, section.store, blocks);
 }
 
-// Runs a store through the network and logs the section's end. `wanted` 0 skips the work, as after
-// the failure of an earlier section. Returns 1 or 0.
+// Runs a store through the network and logs the section's end; after the failure of an earlier one
+// that is all.
 template <typename Record>
-int RunSection(WindowHandle owner, const char* folder, const Network& network,
-               const Section& section, int wanted, Workers& workers) {
-  TableReader store;
+Outcome RunSection(const Step& step, const Network& network, const Section& section,
+                   Outcome earlier, Workers& workers) {
   int64_t set_count = 0;
-  const int result = wanted != 0 && OpenStore(owner, folder, section.store, sizeof(Record),
-                                              kBlockStoreRecords, &store) != 0
-                         ? ApplyStore<Record>(owner, network, section, workers, &store, &set_count)
-                         : 0;
+  const Outcome outcome =
+      IsDone(earlier) ? ApplyStore<Record>(step, network, section, workers, &set_count) : earlier;
   // A one-way record sets up to 16 bits.
-  LogBuild(section.end, ResultText(result), ShownAs<int>(set_count));
-  return result;
+  LogText(section.end, ResultText(AsResult(outcome)), ShownAs<int>(set_count));
+  return outcome;
 }
 
-int SaveTurns(WindowHandle owner, const TableFile& turns) {
-  if (BRN_SetStatus("Writing TrafRule File...") == 0) return 0;
-  const SaveResult result = SaveTable(owner, turns);
-  if (result == SaveResult::kNotWritten) {
-    ReportError(owner, "File Error", "Can't write %s !", turns.path.c_str());
-  }
-  return result == SaveResult::kSaved ? 1 : 0;
+Outcome SaveTurns(const Step& step, const WholeFile& turns) {
+  if (BRN_SetStatus("Writing TrafRule File...") == 0) return Outcome::kCancelled;
+  const PathText path = step.Path(kTurnTableFile);
+  return TellResult(step, kTurnTableFile, SaveBytes(path.c_str(), turns.bytes.data(), turns.size));
 }
 
-int AddTrafficRules(WindowHandle owner, const char* folder) {
-  if (BRN_SetStatus("Initializing...") == 0) return 0;
+Outcome AddTrafficRules(const Step& step) {
+  if (BRN_SetStatus("Initializing...") == 0) return Outcome::kCancelled;
   Workers workers;
   Network network;
-  if (LoadNetwork(owner, folder, workers, &network) == 0) return 0;
-  const int rules_done =
-      RunSection<RuleStoreRecord>(owner, folder, network, kRuleSection, 1, workers);
-  const int all_done =
-      RunSection<OneWayStoreRecord>(owner, folder, network, kOneWaySection, rules_done, workers);
-  return all_done != 0 ? SaveTurns(owner, network.rule_file) : 0;
+  Outcome outcome = LoadNetwork(step, workers, &network);
+  if (!IsDone(outcome)) return outcome;
+  outcome = RunSection<RuleStoreRecord>(step, network, kRuleSection, outcome, workers);
+  outcome = RunSection<OneWayStoreRecord>(step, network, kOneWaySection, outcome, workers);
+  return IsDone(outcome) ? SaveTurns(step, network.turn_file) : outcome;
 }
 
 }  // namespace
 
 int BRN_TRF_AddTrafficRules(WindowHandle owner, const char* control_file) {
-  char folder[kPathSize];
-  BRN_GetCalcMapDir(control_file, folder);
-  const int result = AddTrafficRules(owner, folder);
+  const Step step(owner, control_file, "BRN_TRF_AddTrafficRules");
+  const int result = AsResult(AddTrafficRules(step));
   LogBuild("BRN_TRF_AddTrafficRules returns %s", ResultText(result));
   return result;
 }
