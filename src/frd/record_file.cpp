@@ -1,5 +1,7 @@
 #include "frd/record_file.h"
 
+#include <algorithm>
+
 #include "frd/files.h"
 #include "platform/file.h"
 
@@ -49,6 +51,22 @@ FileResult SaveBytes(const char* path, const void* data, uint64_t size) {
       break;
   }
   return FileResult::kNotWritten;
+}
+
+FileResult WriteOnce(const char* path, const void* data, uint64_t size) {
+  constexpr uint64_t kLargestWrite = 1u << 30;
+  platform::File file = platform::File::Open(path, platform::Access::kWrite, platform::Share::kNone,
+                                             platform::Disposition::kCreateAlways);
+  if (!file.IsOpen()) return FileResult::kNotCreated;
+  const auto* bytes = static_cast<const char*>(data);
+  while (size > 0) {
+    const auto part = static_cast<uint32_t>(std::min(size, kLargestWrite));
+    uint32_t written = 0;
+    if (!file.Write(bytes, part, &written) || written != part) return FileResult::kNotWritten;
+    bytes += part;
+    size -= part;
+  }
+  return FileResult::kDone;
 }
 
 }  // namespace zatlib

@@ -69,4 +69,8 @@ FileResult SaveRecords(const char* path, const Record* records, int64_t count) {
   return SaveBytes(path, records, static_cast<uint64_t>(count) * sizeof(Record));
 }
 
+// Makes a file in one write that is not tried again, for a step that tells of a refused write at
+// once. (More than a GiB takes a write for each.) kNotCreated or kNotWritten.
+FileResult WriteOnce(const char* path, const void* data, uint64_t size);
+
 }  // namespace zatlib

@@ -41,7 +41,8 @@ class ShapeHolder {
   // The entries, ascending by code.
   const ShapeIndexEntry* entries() const { return index_.data(); }
 
-  // The ends of the shape at a position of SHAPE_FindShapeEnds.
+  // The ends of the shapes by the positions of SHAPE_FindShapeEnds; of one of them.
+  const ShapeEnds* ends() const { return ends_.data(); }
   const ShapeEnds& ends(int32_t position) const { return ends_[position]; }
 
   // Frees the index once the positions of all shapes are known: only ends() works from then on.

@@ -89,5 +89,21 @@ TEST_F(RecordFileTest, RecordsAreSavedWhole) {
   EXPECT_EQ(SaveRecords(path_.c_str(), pairs, 2), FileResult::kNotWritten);
 }
 
+TEST_F(RecordFileTest, AFileOfOneWriteIsNotTriedAgain) {
+  WriteBytes(path_, "longer than the new one");
+  EXPECT_EQ(WriteOnce(path_.c_str(), "new", 3), FileResult::kDone);
+  EXPECT_EQ(ReadBytes(path_), "new");
+  EXPECT_EQ(WriteOnce(path_.c_str(), "", 0), FileResult::kDone);
+  EXPECT_EQ(ReadBytes(path_), "");
+  ArmFault(Operation::kOpen, 1, false);
+  EXPECT_EQ(WriteOnce(path_.c_str(), "new", 3), FileResult::kNotCreated);
+  for (const auto fault :
+       {platform::WriteFault::kNothingWritten, platform::WriteFault::kHalfWritten}) {
+    ArmFault(Operation::kWrite, 1, false, fault);
+    EXPECT_EQ(WriteOnce(path_.c_str(), "newest", 6), FileResult::kNotWritten);
+    EXPECT_EQ(ReadBytes(path_), fault == platform::WriteFault::kHalfWritten ? "new" : "");
+  }
+}
+
 }  // namespace
 }  // namespace zatlib::test

@@ -6,7 +6,7 @@
 #include <span>
 
 #include "frd/files.h"
-#include "rtweight/right_turn_weight.h"
+#include "rtweight/turn_rule.h"
 #include "shape/shape_access.h"
 #include "shell/terminal_progress.h"
 #include "verify/verifier.h"

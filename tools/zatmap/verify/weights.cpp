@@ -1,5 +1,5 @@
 // zatmap verify: rtweight.dat, computed anew.
-#include "rtweight/right_turn_weight.h"
+#include "rtweight/turn_rule.h"
 #include "shell/terminal_progress.h"
 #include "verify/verifier.h"
 
