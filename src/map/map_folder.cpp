@@ -2,6 +2,7 @@
 
 #include "frd/control.h"
 #include "frd/files.h"
+#include "frd/record_file.h"
 #include "frd/text.h"
 #include "map/record_fields.h"
 #include "network/network_files.h"
@@ -23,7 +24,7 @@ std::string RoadDefinitionPath(const std::string& folder) {
 }
 
 int64_t CountRecords(const MapFolder& folder, const char* name, size_t size) {
-  return static_cast<int64_t>(FileSize(PathOf(folder, name).c_str()) / size);
+  return zatlib::CountRecords(PathOf(folder, name).c_str(), size);
 }
 
 Error OpenMapFolder(const std::string& path, MapFolder* folder) {

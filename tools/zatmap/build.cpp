@@ -12,6 +12,7 @@
 #include "frd/fields.h"
 #include "frd/files.h"
 #include "frd/log.h"
+#include "frd/record_file.h"
 #include "interface/driver/build_driver.h"
 #include "network/network_files.h"
 #include "platform/code_page.h"
@@ -69,8 +70,8 @@ int RunStage(const BuildOptions& options, std::string& control_file) {
 }
 
 // Whole records of a file of the output folder.
-uint64_t Records(const char* folder, const char* name, size_t size) {
-  return zatlib::FileSize(zatlib::PathIn(folder, name).c_str()) / size;
+int64_t Records(const char* folder, const char* name, size_t size) {
+  return zatlib::CountRecords(zatlib::PathIn(folder, name).c_str(), size);
 }
 
 // Bytes of all files of the output folder.
@@ -85,14 +86,14 @@ uint64_t FolderBytes(const char* folder) {
 void PrintSuccess(const BuildOptions& options, const char* folder, double seconds) {
   const std::string where = zatlib::platform::AbsolutePath(folder[0] == 0 ? "." : folder);
   const bool stores = options.stage == "one";
-  const uint64_t nodes =
+  const int64_t nodes =
       stores ? Records(folder, zatlib::kNodeStoreFile, sizeof(zatlib::NodeStoreRecord))
              : Records(folder, zatlib::kNodeLocationFile, sizeof(zatlib::NodeLocation));
-  const uint64_t links =
+  const int64_t links =
       stores ? Records(folder, zatlib::kLinkStoreFile, sizeof(zatlib::LinkStoreRecord))
              : Records(folder, zatlib::kLinkNodeFile, sizeof(zatlib::LinkNodes));
   std::printf("%s: %s\n", stores ? "work stores" : "map", where.c_str());
-  std::printf("%" PRIu64 " nodes, %" PRIu64 " links, %" PRIu64 " bytes, %.2f seconds\n", nodes,
+  std::printf("%" PRId64 " nodes, %" PRId64 " links, %" PRIu64 " bytes, %.2f seconds\n", nodes,
               links, FolderBytes(folder), seconds);
 }
 

@@ -36,6 +36,8 @@ struct ValueRange {
   int32_t low;
   int32_t high;
   const char* unit = "";
+
+  constexpr bool Holds(int32_t value) const { return value >= low && value <= high; }
 };
 inline constexpr ValueRange kAnyText = {0, 0};  // for columns that hold no such thing
 inline constexpr ValueRange kUnsigned8 = {0, UINT8_MAX};

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "platform/code_page.h"
+#include "shell/encodings.h"
 #include "shell/text.h"
 
 namespace zatmap::check {
@@ -10,7 +11,6 @@ namespace {
 
 constexpr uint32_t kPointHeaderLine = 512;  // bytes of a header line of a file of points
 constexpr uint32_t kLineFileLine = 1024;    // bytes of any line of a file of lines
-constexpr unsigned kJapanese = 932;
 constexpr unsigned kWestern = 1252;
 
 constexpr std::string_view kObjects[] = {"point",      "line",      "pline",   "region",

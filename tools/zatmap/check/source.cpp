@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "platform/code_page.h"
+#include "shell/encodings.h"
 #include "shell/text.h"
 
 namespace zatmap::check {
@@ -15,7 +16,6 @@ using zatlib::FeatureCode;
 
 constexpr uint32_t kBlock = 1 << 20;  // bytes of one system read
 constexpr size_t kSlack = 4096;       // more than the longest line with its end
-constexpr unsigned kJapanese = 932;
 
 bool IsDigit(char c) { return c >= '0' && c <= '9'; }
 
@@ -25,12 +25,11 @@ bool AllDigits(std::string_view text) {
 
 // True when the bytes are whole characters of code page 932.
 bool IsJapaneseText(std::string_view text) {
-  for (size_t i = 0; i < text.size(); ++i) {
-    const auto byte = static_cast<unsigned char>(text[i]);
-    if (byte < 0x80 || (byte >= 0xa1 && byte <= 0xdf)) continue;
-    if (byte == 0x80 || byte == 0xa0 || byte >= 0xfd || ++i == text.size()) return false;
-    const auto trail = static_cast<unsigned char>(text[i]);
-    if (trail < 0x40 || trail == 0x7f || trail > 0xfc) return false;
+  size_t at = 0;
+  while (at < text.size()) {
+    const size_t size = JapaneseSize(text, at);
+    if (size == 0) return false;
+    at += size;
   }
   return true;
 }
@@ -38,18 +37,12 @@ bool IsJapaneseText(std::string_view text) {
 // True when the text holds at least one character of several bytes, and all of them are UTF-8.
 bool IsUtf8Text(std::string_view text) {
   bool wide = false;
-  for (size_t i = 0; i < text.size(); ++i) {
-    const auto byte = static_cast<unsigned char>(text[i]);
-    if (byte < 0x80) continue;
-    const int more = byte >= 0xc2 && byte <= 0xdf   ? 1
-                     : byte >= 0xe0 && byte <= 0xef ? 2
-                     : byte >= 0xf0 && byte <= 0xf4 ? 3
-                                                    : -1;
-    if (more < 0) return false;
-    for (int k = 0; k < more; ++k) {
-      if (++i == text.size() || (static_cast<unsigned char>(text[i]) & 0xc0) != 0x80) return false;
-    }
-    wide = true;
+  size_t at = 0;
+  while (at < text.size()) {
+    const size_t size = Utf8Size(text, at);
+    if (size == 0) return false;
+    wide = wide || size > 1;
+    at += size;
   }
   return wide;
 }

@@ -1,5 +1,6 @@
 // zatmap info: what a map holds.
 #include <algorithm>
+#include <bit>
 #include <chrono>
 #include <cinttypes>
 #include <cstdio>
@@ -12,6 +13,7 @@
 
 #include "commands.h"
 #include "frd/files.h"
+#include "frd/record_file.h"
 #include "map/code_index.h"
 #include "map/components.h"
 #include "map/record_fields.h"
@@ -82,12 +84,6 @@ struct Facts {
   int64_t points = 0;
   int64_t longest_shape = 0;
 };
-
-int Bits(unsigned value) {
-  int count = 0;
-  for (; value != 0; value &= value - 1) ++count;
-  return count;
-}
 
 void LookAtLinks(const MapFolder& map, Facts* facts) {
   TerminalProgress progress("info: links");
@@ -165,8 +161,8 @@ void LookAtNodes(const MapFolder& map, Facts* facts) {
     facts->connections += used;
     int prohibited = 0;
     for (int s = 0; s < used; ++s) {
-      prohibited += Bits(turn.Slot[s]);
-      facts->weighted_turns += Bits(weight.Slot[s]);
+      prohibited += std::popcount(turn.Slot[s]);
+      facts->weighted_turns += std::popcount(weight.Slot[s]);
       facts->cost_zero += node.Cost[s] == 0 ? 1 : 0;
       if (node.Cost[s] == zatlib::kClosedCost && numbers.Link[s] >= 0 &&
           numbers.Link[s] < links.size()) {
@@ -221,7 +217,7 @@ Json FileList(const MapFolder& map) {
     Json file = {{"name", name}, {"bytes", zatlib::FileSize(path.c_str())}};
     const FileLayout* layout = zatlib::map::FindLayout(name);
     if (layout != nullptr) {
-      file["records"] = zatlib::FileSize(path.c_str()) / layout->record_size;
+      file["records"] = zatlib::CountRecords(path.c_str(), layout->record_size);
     }
     std::error_code error;
     const auto time = std::filesystem::last_write_time(path, error);

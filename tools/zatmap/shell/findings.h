@@ -18,7 +18,9 @@ namespace zatmap {
 enum class Severity : uint8_t { kError, kWarning };
 
 // "error" or "warning".
-const char* SeverityText(Severity severity);
+inline const char* SeverityText(Severity severity) {
+  return severity == Severity::kError ? "error" : "warning";
+}
 
 // An entry of a subcommand's table of kinds, which has one for each value of its enumeration, in
 // that order. `Kind` ends with kCount.

@@ -6,39 +6,20 @@
 
 #include "frd/text.h"
 #include "platform/code_page.h"
-#include "shell/findings.h"
+#include "shell/encodings.h"
 
 namespace zatmap {
 namespace {
 
 double InDegrees(int32_t value) { return value / 1000000.0; }
 
-// Bytes of the UTF-8 character at a place of a text, 0 for a byte that is part of none.
-size_t CharacterSize(std::string_view text, size_t at) {
-  const auto byte = static_cast<unsigned char>(text[at]);
-  const size_t size = byte < 0x80                    ? 1
-                      : byte >= 0xc2 && byte <= 0xdf ? 2
-                      : byte >= 0xe0 && byte <= 0xef ? 3
-                      : byte >= 0xf0 && byte <= 0xf4 ? 4
-                                                     : 0;
-  if (size == 0 || at + size > text.size()) return 0;
-  for (size_t i = 1; i < size; ++i) {
-    if ((static_cast<unsigned char>(text[at + i]) & 0xc0) != 0x80) return 0;
-  }
-  return size;
-}
-
 }  // namespace
-
-const char* SeverityText(Severity severity) {
-  return severity == Severity::kError ? "error" : "warning";
-}
 
 std::string CleanText(const std::string& text, Unclean unclean) {
   const std::string shown = zatlib::platform::ForTerminal(text.c_str());
   std::string clean;
   for (size_t i = 0; i < shown.size();) {
-    const size_t size = CharacterSize(shown, i);
+    const size_t size = Utf8Size(shown, i);
     const auto byte = static_cast<unsigned char>(shown[i]);
     const bool hex = unclean == Unclean::kHex;
     if (size != 0 && byte >= 0x20 && !(hex && byte == 0x7f)) {

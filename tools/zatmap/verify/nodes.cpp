@@ -5,15 +5,13 @@
 #include <cstdlib>
 
 #include "network/connection_cost.h"
+#include "network/workstore/source_layout.h"
 #include "shell/output.h"
 #include "shell/terminal_progress.h"
 #include "verify/verifier.h"
 
 namespace zatmap::verify {
 namespace {
-
-constexpr int32_t kMaxX = 180000000;  // millionths of a degree
-constexpr int32_t kMaxY = 90000000;
 
 // A used slot of a node, with what the node's records say.
 struct SlotPlace {
@@ -82,12 +80,12 @@ void CheckNodeIndex(Verifier& v) {
 
 void CheckLocation(Verifier& v, int64_t n) {
   const NodeLocation& location = v.locations[n];
-  if (std::abs(int64_t{location.X}) > kMaxX) {
+  if (!zatlib::kLongitudes.Holds(location.X)) {
     v.Add(Kind::kCoordinateWarning,
           At<NodeLocation>(zatlib::kNodeLocationFile, n, offsetof(NodeLocation, X)),
           "X %s is no longitude", Degrees(location.X).c_str());
   }
-  if (std::abs(int64_t{location.Y}) > kMaxY) {
+  if (!zatlib::kLatitudes.Holds(location.Y)) {
     v.Add(Kind::kCoordinateWarning,
           At<NodeLocation>(zatlib::kNodeLocationFile, n, offsetof(NodeLocation, Y)),
           "Y %s is no latitude", Degrees(location.Y).c_str());

@@ -8,6 +8,7 @@
 
 #include "platform/profile.h"
 #include "shape/shape_files.h"
+#include "shell/encodings.h"
 #include "shell/ini_text.h"
 #include "toll/interchange_flags.h"
 #include "verify/verifier.h"
@@ -206,22 +207,19 @@ void CheckName(Verifier& v, const Spot& spot, const char* name) {
     v.Add(Kind::kName, spot.Behind(i), "a byte behind the end of the name is not zero");
     break;
   }
-  const bool japanese = v.code_page == 932;
-  for (size_t i = 0; i < length; ++i) {
-    const unsigned char byte = bytes[i];
+  const std::string_view text(name, length);
+  for (size_t i = 0; i < length;) {
     const Spot here = spot.Behind(i);
-    if (byte < 0x20 || byte == 0x7f) {
+    if (bytes[i] < 0x20 || bytes[i] == 0x7f) {
       v.Add(Kind::kNameWarning, here, "a control character in a name");
       return;
     }
-    if (!japanese || byte < 0x80 || (byte >= 0xa1 && byte <= 0xdf)) continue;
-    const unsigned char next = i + 1 < length ? bytes[i + 1] : 0;
-    const bool lead = (byte >= 0x81 && byte <= 0x9f) || (byte >= 0xe0 && byte <= 0xfc);
-    if (!lead || next < 0x40 || next == 0x7f || next > 0xfc) {
+    const size_t size = v.code_page == kJapanese ? JapaneseSize(text, i) : 1;
+    if (size == 0) {
       v.Add(Kind::kNameWarning, here, "a name that is no text of code page 932");
       return;
     }
-    ++i;
+    i += size;
   }
 }
 
