@@ -120,13 +120,13 @@ TEST_F(TurnKernelTest, NodesOfAllKindsHaveTheWeightsOfTheRule) {
     std::vector<ShapeEnds> shapes;
     for (int s = 0, slots = 3 + below(6); s < slots; ++s) {
       const ShapePoint meeting = {below(20) == 0 ? 1 : 0, 0};
-      const ShapePoint near = {below(9) - 4, below(9) - 4};
-      const ShapePoint far = {below(15) == 0 ? 0 : 100 + below(50), below(50)};
-      const ShapePoint beside = {far.X + below(9) - 4, far.Y + below(9) - 4};
+      const ShapePoint second = {below(9) - 4, below(9) - 4};
+      const ShapePoint other = {below(15) == 0 ? 0 : 100 + below(50), below(50)};
+      const ShapePoint beside = {other.X + below(9) - 4, other.Y + below(9) - 4};
       if (below(2) == 0) {
-        shapes.push_back({meeting, near, beside, far});
+        shapes.push_back({meeting, second, beside, other});
       } else {
-        shapes.push_back({far, beside, near, meeting});
+        shapes.push_back({other, beside, second, meeting});
       }
     }
     AddNode(shapes);
