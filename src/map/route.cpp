@@ -32,9 +32,10 @@ Route FindRoute(const Graph& graph, int64_t from, int64_t to) {
     if (graph.IsOpen(from, s)) reach(from, s, 0, kStart);
   }
   while (!queue.empty()) {
+    // Each connection stands here once: its own cost is the same from wherever one comes, so that
+    // the first who reaches it does so at the least cost.
     const auto [so_far, connection] = queue.top();
     queue.pop();
-    if (so_far != cost[connection]) continue;
     if (graph.other(connection) == to) {
       route.found = true;
       route.cost = so_far;

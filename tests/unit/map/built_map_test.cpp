@@ -44,6 +44,46 @@ TEST_F(SmallMap, ALinkThatANodeDoesNotListHasNoCostThere) {
   EXPECT_EQ(map.CostFromB(0), -1);
 }
 
+TEST_F(SmallMap, AMapTellsWhereItsNodesAreAndWhatItsLinksJoin) {
+  Write("linkdef.dat", "[SYSTEM]\r\nCODELENGTH=18\r\n");
+  BuiltMap map;
+  ASSERT_TRUE(map.Load(Open()).ok());
+  EXPECT_EQ(map.code_length(), 18);
+  EXPECT_EQ(map.graph().nodes(), 5);
+  EXPECT_EQ(map.graph().turns(1).Slot[0], 0x40);
+  EXPECT_EQ(map.location(3).X, 1000);
+  EXPECT_EQ(map.location(3).Y, 1000);
+  EXPECT_EQ(map.link(1).NodeA, 1);
+  EXPECT_EQ(map.link(1).NodeB, 2);
+  EXPECT_EQ(map.CostFromA(1), 20);  // the second slot of 102
+}
+
+TEST_F(SmallMap, CitiesOfRecordsThatDoNotExistAreNobodys) {
+  Write("node.idx", IndexRecord(101, 0, 13001) + IndexRecord(102, -1, 13002) +
+                        IndexRecord(103, 5, 13003) + IndexRecord(104, 3) + IndexRecord(105, 4));
+  BuiltMap map;
+  ASSERT_TRUE(map.Load(Open()).ok());
+  EXPECT_EQ(map.node_city(0), 13001u);
+  EXPECT_EQ(map.node_city(1), 0u);
+  EXPECT_EQ(map.FindNode(Code(102)), -1);
+  EXPECT_EQ(map.FindNode(Code(103)), -1);
+}
+
+TEST_F(SmallMap, AMapWithoutLinkEndsIsTold) {
+  platform::RemoveFile((folder_ / "linknode.idx").c_str());
+  BuiltMap map;
+  EXPECT_EQ(Told(map.Load(Open())), "unreadable linknode.idx -1");
+}
+
+TEST_F(SmallMap, AShapeFromNodeAStaysAsItIs) {
+  Write("shapedat.dat", Bytes().I32(0).I32(0).I32(500).I32(50).I32(1000).I32(0).I32(7).I32(7));
+  BuiltMap map;
+  ASSERT_TRUE(map.Load(Open()).ok());
+  std::vector<ShapePoint> points;
+  map.LinkPoints(0, &points);
+  EXPECT_EQ(Line(points), "0,0 500,50 1000,0 ");
+}
+
 TEST_F(SmallMap, TheNearestNodeIsFoundByDegrees) {
   BuiltMap map;
   ASSERT_TRUE(map.Load(Open()).ok());
@@ -93,6 +133,10 @@ TEST_F(SmallMap, WhatDoesNotFitTogetherIsTold) {
                                         NodeLinkRecord({1, 3}) + NodeLinkRecord({2, 3}) +
                                         NodeLinkRecord({})),
             "reference nodelink.idx 1");
+  EXPECT_EQ(damaged("maprule.dat", ""), "size maprule.dat -1");
+  EXPECT_EQ(damaged("linknode.idx", LinkNodeRecord(-1, 1) + LinkNodeRecord(1, 2) +
+                                        LinkNodeRecord(0, 3) + LinkNodeRecord(3, 2)),
+            "reference linknode.idx 0");
   platform::RemoveFile((folder_ / "linkname.dat").c_str());
   EXPECT_EQ(Told(map.Load(Open())), "unreadable linkname.dat -1");
 }

@@ -1,5 +1,6 @@
 #include "map/code_index.h"
 
+#include "fault_each.h"
 #include "small_map.h"
 
 namespace zatlib::test {
@@ -13,6 +14,7 @@ TEST(CodeDigitsTest, WholeCodesAreTheirDigits) {
   EXPECT_EQ(CodeDigits(FeatureCode::FromDouble(10000010000001), 14), "10000010000001");
   EXPECT_EQ(CodeDigits(FeatureCode::FromDouble(7), 14), "7");
   EXPECT_EQ(CodeDigits(FeatureCode::FromDouble(0.5), 14), "0.5");
+  EXPECT_EQ(CodeDigits(FeatureCode::FromDouble(2e15), 14), "2000000000000000");
   EXPECT_EQ(CodeDigits(FeatureCode::FromInteger(990000000000000001), 18), "990000000000000001");
 }
 
@@ -41,6 +43,19 @@ TEST_F(SmallMap, CodesAreFoundInTheSortedIndex) {
     const FeatureCode wanted = FeatureCode::FromDouble(static_cast<double>(code));
     EXPECT_EQ(index.Position(wanted), position) << code;
     EXPECT_EQ(index.Number(wanted), number) << code;
+  }
+}
+
+TEST_F(SmallMap, ACodeThatCannotBeReadIsNotFound) {
+  CodeIndex index;
+  ASSERT_TRUE(index.Open(Open(), "link.idx"));
+  const FeatureCode code = FeatureCode::FromDouble(201);
+  ASSERT_EQ(index.Number(code), 0);
+  // Looking for the first of four records reads three of them, and the one found once more, twice.
+  for (int read = 1; read <= 5; ++read) {
+    EXPECT_EQ(RunWithFault({platform::Operation::kRead, read}, [&] { return index.Number(code); }),
+              -1)
+        << read;
   }
 }
 

@@ -42,6 +42,23 @@ TEST_F(SmallMap, ClosedConnectionsPartTheMap) {
   EXPECT_EQ(parts.unreachable, 3);
 }
 
+// 101 and 102 are joined both ways; from 102 one gets to 103 and on to 104, never back.
+TEST_F(SmallMap, WhatOneOnlyGetsToIsReachableButInNoCircuit) {
+  Write("mapcalc.dat", CalcConnections({{1, 10, 0}}) + CalcConnections({{0, 10, 0}, {2, 20, 0}}) +
+                           CalcConnections({{1, 65535, 0}, {3, 100, 0}}) +
+                           CalcConnections({{2, 65535, 0}}) + CalcConnections({}));
+  Write("nodelink.idx", NodeLinkRecord({0}) + NodeLinkRecord({0, 1}) + NodeLinkRecord({1, 2}) +
+                            NodeLinkRecord({2}) + NodeLinkRecord({}));
+  Write("maprule.dat", Bytes().Zero(40));
+  Graph graph;
+  ASSERT_TRUE(graph.Load(Open()).ok());
+  const Components parts = FindComponents(graph);
+  EXPECT_EQ(parts.joined_parts, 2);
+  EXPECT_EQ(parts.largest_part, 4);
+  EXPECT_EQ(parts.largest_circuit, 2);
+  EXPECT_EQ(parts.unreachable, 1);  // 105
+}
+
 TEST(ComponentsTest, AMapWithoutNodesHasNone) {
   const Components parts = FindComponents(Graph());
   EXPECT_EQ(parts.joined_parts, 0);

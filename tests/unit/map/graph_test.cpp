@@ -1,5 +1,7 @@
 #include "map/graph.h"
 
+#include "map/components.h"
+#include "map/route.h"
 #include "small_map.h"
 
 namespace zatlib::test {
@@ -66,6 +68,42 @@ TEST_F(SmallMap, AGraphThatDoesNotFitTogetherIsAnError) {
   EXPECT_EQ(Told(graph.Load(Open())), "size nodelink.idx -1");
   platform::RemoveFile((folder_ / "nodelink.idx").c_str());
   EXPECT_EQ(Told(graph.Load(Open())), "unreadable nodelink.idx -1");
+}
+
+// Node 0 has eight links, all to node 1.
+TEST_F(SmallMap, AllEightSlotsMayBeUsed) {
+  std::vector<Connection> there, back;
+  std::vector<int64_t> links;
+  for (int i = 0; i < 8; ++i) {
+    there.push_back({1, 10 + i, 0});
+    back.push_back({0, 10 + i, 0});
+    links.push_back(i);
+  }
+  Write("mapcalc.dat", CalcConnections(there) + CalcConnections(back));
+  Write("nodelink.idx", NodeLinkRecord(links) + NodeLinkRecord(links));
+  Write("maprule.dat",
+        Bytes().Zero(15).I8(0xFD));  // who comes by the last slot may leave by 6 only
+  Graph graph;
+  ASSERT_TRUE(graph.Load(Open()).ok());
+  EXPECT_EQ(graph.used(0), 8);
+  EXPECT_EQ(graph.ArrivalSlot(0, 7), 7);
+  EXPECT_EQ(Next(graph, 0, 7), "1.6 ");
+  EXPECT_EQ(Next(graph, 0, 6), "1.0 1.1 1.2 1.3 1.4 1.5 1.6 1.7 ");
+  const map::Route route = map::FindRoute(graph, 0, 1);
+  EXPECT_EQ(route.cost, 10u);
+  const map::Components parts = map::FindComponents(graph);
+  EXPECT_EQ(parts.joined_parts, 1);
+  EXPECT_EQ(parts.largest_circuit, 2);
+  EXPECT_EQ(parts.unreachable, 0);
+}
+
+// The same number of a link at both nodes, but the other one's slot leads elsewhere.
+TEST_F(SmallMap, ASlotOfTheSameLinkMustLeadBack) {
+  Put("mapcalc.dat", 64, 3);  // node 1 leaves by 201 to node 3
+  Put("mapcalc.dat", 68, 0);  // and by 202 to node 0
+  Graph graph;
+  ASSERT_TRUE(graph.Load(Open()).ok());
+  EXPECT_EQ(graph.ArrivalSlot(0, 0), 1);
 }
 
 }  // namespace

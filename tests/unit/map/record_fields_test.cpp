@@ -55,6 +55,12 @@ TEST(RecordFieldsTest, FilesAreFoundByTheirNamesInAnyCase) {
   EXPECT_EQ(FindLayout("NODENAME.DAT")->record_size, 32u);
 }
 
+TEST(RecordFieldsTest, TheTextsOfAMap) {
+  std::vector<std::string> names;
+  for (const char* name : map::TextFiles()) names.push_back(name);
+  EXPECT_EQ(names, (std::vector<std::string>{"linkdef.dat", "shapedat.inf", "PayData.Inf"}));
+}
+
 TEST(RecordFieldsTest, NumbersAreReadByTheirTypes) {
   const std::string bytes = Bytes().I16(-2).I16(-1).I32(-3).str();
   EXPECT_EQ(map::FieldNumber({"", 0, 2, FieldType::kI16}, bytes.data()), -2);

@@ -1,5 +1,8 @@
 #include "map/record_files.h"
 
+#include <filesystem>
+
+#include "fault_each.h"
 #include "network/network_files.h"
 #include "small_map.h"
 
@@ -36,6 +39,21 @@ TEST_F(SmallMap, ReadersGoOnFromBlockToBlock) {
   EXPECT_EQ(count, kCount);
 }
 
+TEST_F(SmallMap, AReaderThatIsNotOpenHasNoRecords) {
+  map::ByteReader reader;
+  EXPECT_EQ(reader.Next(), nullptr);
+  EXPECT_FALSE(reader.Open(folder_ / "missing.dat", 8));
+  EXPECT_EQ(reader.Next(), nullptr);
+}
+
+TEST_F(SmallMap, AReaderBeginsWhereItIsTold) {
+  map::ByteReader reader;
+  ASSERT_TRUE(reader.Open(folder_ / "shapedat.dat", 8, 8));
+  EXPECT_EQ(std::string(reader.Next(), 8), Bytes().I32(500).I32(50).str());
+  EXPECT_FALSE(RunWithFault({platform::Operation::kSeek},
+                            [&] { return reader.Open(folder_ / "shapedat.dat", 8, 8); }));
+}
+
 TEST_F(SmallMap, SingleRecordsAreReadAnywhere) {
   map::RecordFile file;
   NodeLocation location{};
@@ -51,7 +69,21 @@ TEST_F(SmallMap, SingleRecordsAreReadAnywhere) {
   EXPECT_EQ(two[1].X, 2000);
   EXPECT_FALSE(file.Read(4, 2, two));
   EXPECT_FALSE(file.Read(1, -1, two));
+  EXPECT_FALSE(file.Read(6, 0, two));
+  EXPECT_FALSE(RunWithFault({platform::Operation::kRead}, [&] { return file.Read(1, 2, two); }));
 }
+
+#ifndef _WIN32  // where such a file takes room
+TEST_F(SmallMap, MoreThanOneReadGivesIsNotRead) {
+  map::RecordFile file;
+  Write("sparse.dat", "");
+  std::filesystem::resize_file(folder_ / "sparse.dat", uint64_t{1} << 32);
+  ASSERT_TRUE(file.Open(folder_ / "sparse.dat", 1 << 16));
+  EXPECT_EQ(file.count(), 1 << 16);
+  char none = 0;
+  EXPECT_FALSE(file.Read(0, 1 << 16, &none));  // 4 GiB
+}
+#endif
 
 TEST_F(SmallMap, ATableHoldsTheWholeRecordsOfAFile) {
   Write("maploc.dat", Read("maploc.dat") + "rest");

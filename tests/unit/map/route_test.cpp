@@ -25,6 +25,25 @@ TEST_F(SmallMap, TheCheapestRouteObeysProhibitedTurns) {
             (std::vector<map::Connection>{ConnectionOf(2, 0), ConnectionOf(1, 0)}));
 }
 
+// Straight from 101 to 102 is dearer than by 104; and 101 is closed toward 105.
+TEST_F(SmallMap, TheCheapestWayMayHaveMoreLinks) {
+  Write("mapcalc.dat",
+        CalcConnections({{1, 50, 0}, {3, 10, 0}, {4, 65535, 0}}) +
+            CalcConnections({{0, 50, 0}, {2, 20, 0}, {3, 10, 0}}) + CalcConnections({{1, 20, 0}}) +
+            CalcConnections({{0, 10, 0}, {1, 10, 0}}) + CalcConnections({{0, 10, 0}}));
+  Write("nodelink.idx", NodeLinkRecord({0, 2, 4}) + NodeLinkRecord({0, 1, 3}) +
+                            NodeLinkRecord({1}) + NodeLinkRecord({2, 3}) + NodeLinkRecord({4}));
+  Write("maprule.dat", Bytes().Zero(40));
+  Graph graph;
+  ASSERT_TRUE(graph.Load(Open()).ok());
+  const Route route = FindRoute(graph, 0, 2);
+  ASSERT_TRUE(route.found);
+  EXPECT_EQ(route.cost, 40u);
+  EXPECT_EQ(route.connections, (std::vector<map::Connection>{ConnectionOf(0, 1), ConnectionOf(3, 1),
+                                                             ConnectionOf(1, 1)}));
+  EXPECT_FALSE(FindRoute(graph, 0, 4).found);
+}
+
 TEST_F(SmallMap, ThereMayBeNoRouteOrNoneNeeded) {
   Graph graph;
   ASSERT_TRUE(graph.Load(Open()).ok());

@@ -1,5 +1,6 @@
 #include "map/shape_table.h"
 
+#include "fault_each.h"
 #include "small_map.h"
 
 namespace zatlib::test {
@@ -32,6 +33,32 @@ TEST_F(SmallMap, EntriesThatLeadOutOfTheFileGiveNoShape) {
     ASSERT_TRUE(shapes.Load(Open()).ok());
     EXPECT_FALSE(shapes.Points(Code(201), &points)) << offset;
   }
+}
+
+TEST_F(SmallMap, ACodeBehindTheLastHasNoShape) {
+  ShapeTable shapes;
+  ASSERT_TRUE(shapes.Load(Open()).ok());
+  std::vector<ShapePoint> points;
+  EXPECT_FALSE(shapes.Points(Code(205), &points));
+}
+
+TEST_F(SmallMap, ShapesThatCannotBeReadAreTold) {
+  const map::MapFolder folder = Open();
+  ShapeTable shapes;
+  // Both files are looked for first; then the index is opened, and the points.
+  EXPECT_EQ(
+      RunWithFault({platform::Operation::kOpen, 3}, [&] { return Told(shapes.Load(folder)); }),
+      "unreadable shapedbl.idx -1");
+  EXPECT_EQ(
+      RunWithFault({platform::Operation::kOpen, 4}, [&] { return Told(shapes.Load(folder)); }),
+      "unreadable shapedat.dat -1");
+}
+
+TEST_F(SmallMap, AMapWithoutAnIndexOfShapesHasNone) {
+  platform::RemoveFile((folder_ / "shapedbl.idx").c_str());
+  ShapeTable shapes;
+  EXPECT_TRUE(shapes.Load(Open()).ok());
+  EXPECT_EQ(shapes.index().size(), 0);
 }
 
 TEST_F(SmallMap, AMapWithoutShapesIsNoError) {
