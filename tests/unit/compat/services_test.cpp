@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "fault_each.h"
 #include "frd/log.h"
 #include "frd/text.h"
 #include "platform/clock.h"
@@ -72,6 +73,16 @@ TEST_F(ServicesTest, CountOfSmallFiles) {
   // Only the byte behind the CR, whatever it is, does not open a line.
   EXPECT_EQ(Count("a\rb"), 1);
   EXPECT_EQ(Count("a\rbc"), 2);
+}
+
+TEST_F(ServicesTest, ARefusedReadEndsTheCountingAsTheEndDoes) {
+  const std::string lines = "a\r\n" + std::string(4093, 'b') + "\r\nc\r\n";
+  WriteBytes(folder_ / "count.txt", lines);
+  const auto count = [&] { return FRD_CountLines((folder_ / "count.txt").c_str()); };
+  EXPECT_EQ(count(), 3);
+  EXPECT_EQ(test::RunWithFault({platform::Operation::kRead, 1}, count), 0);
+  // Behind the block that ends within the second line.
+  EXPECT_EQ(test::RunWithFault({platform::Operation::kRead, 2}, count), 2);
 }
 
 TEST_F(ServicesTest, QuotedBreaksDoNotCount) {

@@ -144,6 +144,42 @@ TEST_F(ShortMemory, TheBlocksAreSmallerAndDivideTheWantedOnes) {
   EXPECT_EQ(Open(kPage - 1), FileResult::kNoMemory);
 }
 
+TEST_F(ShortMemory, ABlockThatNothingDividesShrinksToOneRecord) {
+  // Two blocks of 1009 records, a prime, are four pages; of one record, one.
+  platform::PlayMachine(0, 3 * kPage);
+  ASSERT_EQ(reader_.Open(path_.c_str(), sizeof(int64_t), 1009), FileResult::kDone);
+  ExpectAll(1);
+}
+
+TEST_F(ShortMemory, RecordsLargerThanTheLeastBlocksComeOneByOne) {
+  // Of 8000 bytes each: two of them are four pages.
+  platform::PlayMachine(0, 4 * kPage);
+  ASSERT_EQ(reader_.Open(path_.c_str(), 8000, 3), FileResult::kDone);
+  EXPECT_EQ(reader_.block_limit(), 1);
+  EXPECT_EQ(reader_.records_in_block(), 1);
+  platform::PlayMachine(0, 3 * kPage);
+  EXPECT_EQ(reader_.Open(path_.c_str(), 8000, 3), FileResult::kNoMemory);
+}
+
+TEST_F(ShortMemory, WhatIsNotThereDoesNotGiveWay) {
+  EXPECT_FALSE(reader_.Shrink());  // not open
+  ASSERT_EQ(Open(0), FileResult::kDone);
+  ArmFault(Operation::kSeek, 1, false);
+  EXPECT_FALSE(reader_.Shrink());
+  platform::ClearFaults();
+  EXPECT_FALSE(reader_.failed());
+  EXPECT_EQ(reader_.records<int64_t>()[9999], 9999);
+}
+
+TEST_F(ShortMemory, ABlockThatFindsNoMemoryAnyMoreIsAFailure) {
+  ASSERT_EQ(Open(0), FileResult::kDone);
+  ArmFault(Operation::kAllocate, 1, true);
+  EXPECT_FALSE(reader_.Shrink());
+  platform::ClearFaults();
+  EXPECT_TRUE(reader_.failed());
+  EXPECT_EQ(reader_.records_in_block(), 0);
+}
+
 TEST_F(ShortMemory, TheFirstBlockMayGiveWay) {
   ASSERT_EQ(Open(0), FileResult::kDone);
   EXPECT_TRUE(reader_.Shrink());

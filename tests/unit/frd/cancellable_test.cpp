@@ -122,5 +122,28 @@ TEST_F(CancellableTest, ALongSortStopsWhenTheUserCancels) {
   EXPECT_EQ(values.back(), 60000.0);
 }
 
+TEST_F(CancellableTest, WhatIsSortedAlreadyOrAllEqualStays) {
+  std::vector<double> ascending;
+  for (int64_t i = 0; i < 70000; ++i) ascending.push_back(static_cast<double>(i));
+  std::vector<double> values = ascending;
+  EXPECT_EQ(SortUnlessCancelled(values.data(), 70000, ValueOf), 1);
+  EXPECT_TRUE(values == ascending);
+  values.assign(70000, 1e13);
+  EXPECT_EQ(SortUnlessCancelled(values.data(), 70000, ValueOf), 1);
+  EXPECT_EQ(std::count(values.begin(), values.end(), 1e13), 70000);
+}
+
+// Keys that differ in their last byte only: one pass over them is all.
+TEST_F(CancellableTest, FewDifferentKeysAreSortedInOnePass) {
+  std::vector<double> values;
+  for (int64_t i = 0; i < 70000; ++i) {
+    values.push_back(std::bit_cast<double>(int64_t{0x4300000000000000} + i * 7919 % 200));
+  }
+  std::vector<double> expected = values;
+  std::sort(expected.begin(), expected.end());
+  EXPECT_EQ(SortUnlessCancelled(values.data(), 70000, ValueOf), 1);
+  EXPECT_TRUE(values == expected);
+}
+
 }  // namespace
 }  // namespace zatlib

@@ -195,6 +195,16 @@ TEST_F(ControlTest, ErrorsAreShownUnlessSilent) {
 
 // ---- Status --------------------------------------------------------------------------------
 
+#ifndef _WIN32
+TEST_F(ControlTest, ErrorsAreShownWithoutTheWindowOfAnOwnerThatIsGone) {
+  int gone = 0;
+  g_silent = 0;
+  ::testing::internal::CaptureStderr();
+  EXPECT_EQ(BRN_ShowError(&gone, "message", "title", platform::kErrorIcon), platform::kAnswerOk);
+  EXPECT_EQ(::testing::internal::GetCapturedStderr(), "title: message\n");
+}
+#endif
+
 TEST_F(ControlTest, StatusGoesOnInSilentModeWhateverTheFlag) {
   FRD_SetCancelled(true);
   EXPECT_EQ(BRN_SetStatus("text"), 1);

@@ -111,6 +111,47 @@ TEST_F(LineSourceTest, ALastLineWithoutEndMustBeShorterThanTheBuffer) {
   EXPECT_EQ(Lines(std::string(2048, 'x')), Strings{});
 }
 
+// The byte behind a CR belongs to it: of a row of CRs every second one ends a line.
+TEST_F(LineSourceTest, PiecesAreCutBetweenTheCrsOfARow) {
+  constexpr size_t kPiece = 1 << 18;  // bytes that are read at a time
+  for (size_t row = 1; row <= 5; ++row) {
+    for (size_t beyond = 0; beyond <= 2; ++beyond) {
+      std::string text;
+      while (text.size() + 102 <= kPiece - row) text += std::string(100, 'x') + "\r\n";
+      text += std::string(kPiece + beyond - row - text.size(), 'y') + std::string(row, '\r') +
+              "z\r\nend\r\n";
+      LineSource source;
+      OpenText(&source, text);
+      zatlib::Lines piece;
+      ASSERT_TRUE(LineSource::MakeRoom(&piece));
+      Strings lines;
+      std::string_view line;
+      while (source.NextPiece(&piece)) {
+        while (piece.Next(kLineSize, &line) == LineResult::kLine) lines.emplace_back(line);
+        source.AddLines(piece);
+      }
+      EXPECT_EQ(lines, Lines(text)) << row << beyond;
+      EXPECT_EQ(source.line_number(), static_cast<int64_t>(lines.size()));
+    }
+  }
+}
+
+TEST_F(LineSourceTest, TheEndOfAPieceIsThatOfItsSource) {
+  LineSource source;
+  OpenText(&source, "one\r\ntwo\r\n" + std::string(kLineSize, 'x') + "\r\n");
+  zatlib::Lines piece;
+  ASSERT_TRUE(LineSource::MakeRoom(&piece));
+  ASSERT_TRUE(source.NextPiece(&piece));
+  std::string_view line;
+  ASSERT_EQ(piece.Next(kLineSize, &line), LineResult::kLine);
+  source.EndInPiece(piece);
+  EXPECT_EQ(source.end(), SourceEnd::kEnd);
+  EXPECT_EQ(source.TakeEnd(), SourceEnd::kEnd);
+  piece.EndAtLongField(3);
+  source.EndInPiece(piece);
+  EXPECT_EQ(source.end(), SourceEnd::kLongField);
+}
+
 TEST_F(LineSourceTest, A600ByteLineDoesNotFitA512ByteBuffer) {
   LineSource reader;
   OpenText(&reader, std::string(600, 'x') + "\r\nb\r\n");

@@ -5,12 +5,14 @@
 #include <string>
 #include <thread>
 
+#include "environment.h"
 #include "fault_each.h"
 #include "platform/clock.h"
 #include "platform/code_page.h"
 #include "platform/fault.h"
 #include "platform/file.h"
 #include "platform/named_lock.h"
+#include "refusals.h"
 #include "test_support.h"
 
 namespace zatlib {
@@ -102,6 +104,11 @@ TEST_F(LogTest, BlankTagsAreLeftOut) {
   EXPECT_EQ(UserLog(" \x81\x40 ", false), company);
   EXPECT_EQ(UserLog("\x81\x40\x81\x40", false), company);
   EXPECT_NE(UserLog(" x", false), company);
+}
+
+TEST_F(LogTest, ATagThatBeginsLikeAnIdeographicSpaceIsNoBlankOne) {
+  EXPECT_EQ(FolderOf(UserLog("\x81\x41")),
+            UserBase() + Sep() + "Orvilex Systems,Inc." + Sep() + "\x81\x41");
 }
 
 TEST_F(LogTest, NumbersOfTheFileNameHaveLeadingZeros) {
@@ -290,6 +297,19 @@ TEST_F(LogTest, TheHostProgramsLogStandsBesideIt) {
   }
   EXPECT_EQ(path, expected.substr(0, 259));
 }
+
+#ifndef _WIN32
+TEST_F(LogTest, WhereNobodyMayWriteTheHostProgramsLogIsATemporaryFile) {
+  if (::getuid() != 0) GTEST_SKIP() << "the program's folder may be one's own";
+  const std::string program = platform::ProgramPath();
+  const std::string name = program.substr(program.rfind('/') + 1);
+  char path[kPathSize];
+  const test::OrdinaryUser user;
+  const test::Environment temporary("TMPDIR", "/var/tmp");
+  FRD_GetHostLogPath(path);
+  EXPECT_EQ(path, "/var/tmp/" + name.substr(0, name.rfind('.')) + ".log");
+}
+#endif
 
 TEST_F(LogTest, TheHostProgramsLogIsErasedWhole) {
   char path[kPathSize];

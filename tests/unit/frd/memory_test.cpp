@@ -190,5 +190,15 @@ TEST_F(MemoryTest, AnArrayMovesItsBlock) {
   EXPECT_FALSE(third);
 }
 
+TEST_F(MemoryTest, AnArrayMovedToItselfKeepsItsBlock) {
+  PageArray<int32_t> array;
+  ASSERT_TRUE(array.Allocate(5));
+  int32_t* const block = array.data();
+  PageArray<int32_t>& same = array;
+  array = std::move(same);
+  EXPECT_EQ(array.data(), block);
+  EXPECT_EQ(array.size(), 5u);
+}
+
 }  // namespace
 }  // namespace zatlib

@@ -185,6 +185,12 @@ TEST_F(MifTextTest, TheFirstWordMustBeWholeWhereItIsAskedFor) {
   EXPECT_EQ(Next(mif_, MifPointTest::kFirstWord).kind, MifPoint::kEnd);
 }
 
+TEST_F(MifTextTest, AnotherWordOfFourOrFiveLettersIsNoObject) {
+  Open("Nine\r\nPoems 1 2\r\nNone\r\n");
+  EXPECT_EQ(Next(mif_, MifPointTest::kFirstWord).kind, MifPoint::kNone);
+  EXPECT_EQ(Next(mif_, MifPointTest::kFirstWord).kind, MifPoint::kEnd);
+}
+
 TEST_F(MifTextTest, TokensEndAtBlanksAndCommas) {
   Open("Point 1.5,2.5\r\nPoint 3.5 4.5,9\r\n");
   Object object = Next(mif_);

@@ -174,6 +174,9 @@ int Callback(WindowHandle, int64_t argument, const char* control_file) {
   g_seen.cancelled = FRD_IsCancelled();
   g_seen.status = BRN_SetStatus("Working...");
   g_seen.progress = FRD_SetProgress(0.5f);
+  // No fractions: the bar stays.
+  EXPECT_EQ(FRD_SetProgress(-0.5f), 1);
+  EXPECT_EQ(FRD_SetProgress(1.5f), 1);
   return -7;
 }
 
@@ -193,6 +196,13 @@ TEST_F(ProgressTest, ARunReturnsTheCallbacksResult) {
 }
 
 int Second(WindowHandle, int64_t, const char*) { return 1; }
+
+TEST_F(ProgressTest, AnOwnerIsTakenAsItIs) {
+  int owner = 0;
+  ::testing::internal::CaptureStderr();
+  EXPECT_EQ(FRD_RunDialog(&owner, Second, 0, ""), 1);
+  EXPECT_EQ(::testing::internal::GetCapturedStderr(), "Initalizing...\n");
+}
 
 int First(WindowHandle, int64_t, const char*) {
   return FRD_RunDialog(nullptr, Second, 0, "") == 0 ? 5 : 6;

@@ -145,5 +145,13 @@ TEST_F(RecordWriterTest, ARefusedSeekRefusesTheAppending) {
   EXPECT_EQ(ReadBytes(path), "1234");
 }
 
+TEST_F(RecordWriterTest, WhatIsNotOpenIsClosed) {
+  RecordWriter writer;
+  EXPECT_TRUE(writer.Close());
+  ASSERT_TRUE(writer.Open((folder_ / "closed.dat").c_str(), 4, false));
+  EXPECT_TRUE(writer.Close());
+  EXPECT_TRUE(writer.Close());
+}
+
 }  // namespace
 }  // namespace zatlib

@@ -395,5 +395,40 @@ TEST(Text, FloatingPointNumbersOutOfRange) {
   EXPECT_EQ(FRD_ParseDouble("0." + std::string(400, '0') + "1e5"), 0.0);
 }
 
+TEST(Text, ATextThatCannotBeFormattedIsEmpty) {
+  char out[8] = "before";
+  EXPECT_EQ(FRD_Format(out, sizeof out, "%ls", L"\xD800"), 0u);  // half a character
+  EXPECT_STREQ(out, "");
+}
+
+TEST(Text, CopyIntoNoBufferWritesNothing) {
+  char out[2] = "x";
+  EXPECT_EQ(FRD_CopyText(out, 0, "abc"), 0u);
+  EXPECT_STREQ(out, "x");
+}
+
+TEST(Text, BlanksInFrontOfNumbers) {
+  EXPECT_EQ(FRD_ParseInt("\t\n\v\f\r 7"), 7);
+  EXPECT_EQ(FRD_ParseInt("\b7"), 0);
+  EXPECT_EQ(FRD_ParseInt("\x0E"
+                         "7"),
+            0);
+  EXPECT_EQ(FRD_ParseDouble("\t 0.5"), 0.5);
+}
+
+TEST(Text, NumbersTooSmallForADoubleAreZero) {
+  EXPECT_EQ(FRD_ParseDouble("0.0" + std::string(400, '0') + "1"), 0.0);
+  EXPECT_EQ(FRD_ParseDouble("0.5e-999"), 0.0);
+  EXPECT_EQ(FRD_ParseDouble("0.00005e999"), std::numeric_limits<double>::infinity());
+  EXPECT_EQ(FRD_ParseDouble(std::string(400, '9') + ".5"), std::numeric_limits<double>::infinity());
+}
+
+TEST(Text, Fixed6EndsAtAZeroByte) {
+  EXPECT_EQ(FRD_ParseFixed6("1.5\0"
+                            "9",
+                            5),
+            1500000);
+}
+
 }  // namespace
 }  // namespace zatlib

@@ -27,6 +27,14 @@ TEST(ProgressLayout, PartsInAUnitOfTwenty) {
   EXPECT_EQ(FrameBox(20, 300), (Box{20, 20, 260, 50}));
 }
 
+TEST(ProgressLayout, BoxesAreEqualInAllFourNumbers) {
+  const Box box = {1, 2, 3, 4};
+  EXPECT_TRUE(box == (Box{1, 2, 3, 4}));
+  for (const Box& other : {Box{0, 2, 3, 4}, Box{1, 0, 3, 4}, Box{1, 2, 0, 4}, Box{1, 2, 3, 0}}) {
+    EXPECT_FALSE(box == other);
+  }
+}
+
 TEST(ProgressLayout, FractionsAreCut) {
   EXPECT_EQ(StatusBox(19, 285), (Box{23, 23, 238, 42}));  // 23.75, 23.75, 285 - 47, 42.75
   EXPECT_EQ(BarBox(19, 285), (Box{18, 75, 249, 21}));

@@ -57,6 +57,20 @@ TEST_F(Exports, ASilentRunOfTheWholeBuild) {
   ExpectNames(MapFiles());
 }
 
+TEST_F(Exports, AnOwnerThatIsNoWindowIsNone) {
+  MakeSources();
+  int gone = 0;
+  EXPECT_EQ(ZAT_NWB_BuildRoadNetworksEx(&gone, Control().c_str()), 1);
+  ExpectNames(MapFiles());
+}
+
+TEST_F(Exports, StageTwoTakesItsOwnerAsItIs) {
+  int owner = 0;
+  std::string control = System("SILENTMODE=1\r\n");
+  EXPECT_EQ(ZAT_NWB_BRN400_PathTwo(&owner, control.data()), 0);  // there are no stores
+  EXPECT_EQ(log().front(), "Path Two Start. ");
+}
+
 TEST_F(Exports, TheFormatOfTheWholeBuildIsTheControlFiles) {
   g_silent = 0;
   EXPECT_EQ(ZAT_NWB_BuildRoadNetworksEx(nullptr, System("SILENTMODE=1\r\nFORMAT=msr\r\n").c_str()),

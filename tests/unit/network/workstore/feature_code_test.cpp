@@ -163,6 +163,10 @@ TEST_F(FeatureCodeTest, CodesOfAreas) {
   EXPECT_EQ(ComposeCode(0, 345, 18).AsInteger(), 345);
   // Cut to an integer first.
   EXPECT_EQ(ComposeCode(1, 2.9, 18).AsInteger(), 10000000000000002);
+  // Numbers that no integer holds clamp, and nonsense is none.
+  EXPECT_EQ(ComposeCode(0, 1e30, 18).AsInteger(), INT64_MAX);
+  EXPECT_EQ(ComposeCode(0, -1e30, 18).AsInteger(), INT64_MIN);
+  EXPECT_EQ(ComposeCode(0, std::numeric_limits<double>::quiet_NaN(), 18).AsInteger(), 0);
   EXPECT_EQ(ComposeCode(99, 9999999999999999.0, 18).AsInteger(), 1000000000000000000);
 }
 
