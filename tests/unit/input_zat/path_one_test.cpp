@@ -3,6 +3,8 @@
 #include <map>
 #include <string>
 
+#include "cancel_each.h"
+#include "frd/text.h"
 #include "terminal.h"
 #include "zat_test.h"
 
@@ -312,6 +314,32 @@ TEST_F(PathOneTest, ACancelWithoutShapesIsHeardByTheLastProgressCall) {
   CancelAt("Setting Link Shape...");
   EXPECT_EQ(Run(control), 0);
   EXPECT_EQ(log(), Before(""));
+}
+
+// 70,000 lines and records of each kind: the user is looked at within the passes, too.
+TEST_F(PathOneTest, ACancelWithinLongSourcesIsHeard) {
+  const auto lines = [&](const char* name, const char* form) {
+    std::string text;
+    char line[128];
+    for (int i = 1; i <= 70000; ++i) {
+      text.append(line, FRD_Format(line, sizeof line, form, i, i, i));
+    }
+    WriteBytes(folder_ / name, text);
+  };
+  lines("nodes.txt", "%d,0,0,1,%d,%d\r\n");
+  lines("names.txt", "%d,3,Name%d\r\n");
+  lines("xy.txt", "%d,135.%05d,35\r\n");
+  lines("links.txt", "%d,3,1,10,0,0,0,%d,%d,36,36\r\n");
+  lines("speeds.txt", "%d,%d,%d,20,30,1\r\n");
+  lines("linknames.txt", "%d,0,1,Name%d\r\n");
+  lines("turns.txt", "%d,%d,%d,2\r\n");
+  lines("oneways.txt", "%d,%d,%d,2,0\r\n");
+  lines("shapes.txt", "%d,2\r\n135,35\r\n136.%05d,36\r\n");
+  const std::string control = WriteControl(Text(Everything()));
+  const int failed = test::CancelAtEach(
+      platform::Operation::kRead, 7, [&] { ClearLog(); },
+      [&] { return BRN_ZAT_PathOne(nullptr, control.c_str()); }, log());
+  EXPECT_GT(failed, 5);
 }
 
 // ---- The progress bar ----------------------------------------------------------------------

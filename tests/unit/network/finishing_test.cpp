@@ -2,6 +2,7 @@
 
 #include <tuple>
 
+#include "cancel_each.h"
 #include "frd/parallel.h"
 #include "network_stores.h"
 
@@ -448,6 +449,35 @@ TEST_P(FinishingTest, ACancelIsHeardWhileTheLinksAreRead) {
   EXPECT_EQ(FinishAttributes(), 0);
   EXPECT_FALSE(Exists(folder_ / "mapattr.dat"));
   EXPECT_EQ(log(), Lines{"Finishing Node Attribute..."});
+}
+
+TEST_P(FinishingTest, ACancelIsHeardWhileManyRecordsAreFinished) {
+  constexpr int kCount = 70000;
+  std::string node_links, node_names, link_names, store, index;
+  for (int i = 0; i < kCount; ++i) {
+    node_links += NodeLinkRecord({i});
+    node_names += NodeNameBytes("", 0, 0);
+    link_names += LinkNameBytes("", 0, 1, 0, 1, 0);
+    store += NameRecord(i + 1, "name");
+    index += IndexRecord(form_.Code(i + 1), i);
+  }
+  Save("nodelink.idx", node_links);
+  Save("nodeattr.dat", std::string(kCount, '\0'));
+  Save("nnamestr.~wk", store);
+  Save("lnamestr.~wk", store);
+  Save("node.idx", index);
+  Save("link.idx", index);
+  const auto prepare = [&] {
+    Save("nodename.dat", node_names);
+    Save("linkname.dat", link_names);
+    ClearLog();
+  };
+  const auto cancelled = [&](auto run) {
+    return CancelAtEach(platform::Operation::kRead, 1, prepare, run, log());
+  };
+  EXPECT_GT(cancelled([&] { return FinishAttributes(); }), 0);
+  EXPECT_GT(cancelled([&] { return FinishNodeNames(); }), 0);
+  EXPECT_GT(cancelled([&] { return FinishLinkNames(); }), 0);
 }
 
 TEST_P(FinishingTest, ACancelledBuildFinishesNothing) {

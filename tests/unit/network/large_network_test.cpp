@@ -207,6 +207,40 @@ TEST_P(LargeNetworkTest, TheFirstLinkWithoutAnEndIsReported) {
   }
 }
 
+class CancelledNetworkTest : public LargeNetworkTest {};
+
+INSTANTIATE_TEST_SUITE_P(Way, CancelledNetworkTest,
+                         ::testing::Values(Way{14, true}, Way{14, false}));
+
+// 70,000 nodes and links: the user is looked at within the passes, too.
+TEST_P(CancelledNetworkTest, ACancelWithinAPassIsHeard) {
+  std::string nodes, links;
+  for (int64_t i = 1; i <= 70000; ++i) {
+    nodes += NodeRecord(form_, {.code = i, .links = {i, i % 70000 + 1}});
+    links += LinkRecord(form_, {.code = i % 70000 + 1, .a = i, .b = i % 70000 + 1, .value3 = 5});
+  }
+  const auto build = [&](const std::string& cancel_at) {
+    WriteBytes(folder_ / "nodestr.~wk", nodes);
+    WriteBytes(folder_ / "linkstr.~wk", links);
+    CancelAt(cancel_at);
+    const int result = BRN_BuildNetwork(nullptr, control());
+    FRD_SetCancelled(false);
+    return result;
+  };
+  ASSERT_EQ(build(""), 1);
+  const Lines lines = log();
+  for (size_t i = 0; i < lines.size(); ++i) {
+    if (lines[i].find("returns=") != std::string::npos) continue;
+    EXPECT_EQ(build(lines[i]), 0) << lines[i];
+    // The step may end with its summary or its choice; no other one begins and nothing is reported.
+    ASSERT_GE(log().size(), i + 1);
+    for (size_t k = i + 1; k < log().size(); ++k) {
+      EXPECT_TRUE(log()[k].find("returns=") != std::string::npos || log()[k].find("*** ") == 0)
+          << lines[i] << ": " << log()[k];
+    }
+  }
+}
+
 TEST_P(LargeNetworkTest, PlacesAreReadFromTheStoreWithoutMemoryForThem) {
   SaveRing(true, false);
   ASSERT_NO_FATAL_FAILURE(Load());

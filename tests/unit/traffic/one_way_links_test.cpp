@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "cancel_each.h"
 #include "fault_each.h"
 #include "frd/parallel.h"
 #include "platform/clock.h"
@@ -314,6 +315,18 @@ TEST_F(OneWayLinksTest, AFailedNodeTableIsReportedWithTwoSizes) {
                          " !\r\n(org/written=256/48)][File Error]"});
   link_node_[0] = LinkNodeRecord(0, 1, 0, 50);
   EXPECT_EQ(ReadBytes(folder_ / "linknode.idx"), Join(link_node_));
+}
+
+// 25,000 nodes without links: they are counted on the status line.
+TEST_F(OneWayLinksTest, ACancelWithinALongRunIsHeard) {
+  calc_.assign(25000, Calc({}));
+  node_link_.assign(25000, NodeLinkRecord({}));
+  turns_.assign(25000, std::string(8, '\0'));
+  const std::string calc = Join(calc_);
+  const int failed = CancelAtEach(
+      Operation::kRead, 1, [&] { WriteInputs(); }, [&] { return RunOnly(); }, log());
+  EXPECT_GT(failed, 2);
+  EXPECT_TRUE(ReadBytes(folder_ / "mapcalc.dat") == calc);
 }
 
 TEST_F(OneWayLinksTest, ACancelledRunWritesNothing) {

@@ -750,6 +750,16 @@ TEST_F(TrafficRulesTest, CancelIsNoticedAtTheEndOfASection) {
   EXPECT_EQ(ReadBytes(folder_ / "maprule.dat"), std::string(40, '\0'));
 }
 
+TEST_F(TrafficRulesTest, CancelIsNoticedBeforeTheTableIsWritten) {
+  WriteRules(RuleRecord(500, 1000, 3000));
+  CancelAt("End of OneWayStore section");
+  EXPECT_EQ(Run(), 0);
+  EXPECT_EQ(log(), (Lines{"End of RuleStore section OK : set count = 1",
+                          "End of OneWayStore section OK : set count = 0",
+                          "BRN_TRF_AddTrafficRules returns ERROR"}));
+  EXPECT_EQ(ReadBytes(folder_ / "maprule.dat"), std::string(40, '\0'));
+}
+
 #ifndef _WIN32  // the progress window prints its status lines there
 TEST_F(TrafficRulesTest, TheStatusLineMovesEveryTenThousandRecords) {
   std::string rules;
