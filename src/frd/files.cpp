@@ -57,7 +57,7 @@ int FRD_WriteFile(platform::File& file, const void* data, uint64_t size) {
   while (offset < size) {
     const auto chunk = static_cast<uint32_t>(std::min<uint64_t>(size - offset, kWriteChunk));
     uint32_t written = 0;
-    if (file.Write(bytes + offset, chunk, &written) && written == chunk) {
+    if (file.Write(bytes + offset, chunk, &written)) {
       offset += chunk;
       if (offset < size && offset % kTransferLook == 0) KeepWindowAlive();
       continue;
@@ -70,7 +70,7 @@ int FRD_WriteFile(platform::File& file, const void* data, uint64_t size) {
     for (const uint64_t start = platform::TickCount();
          platform::TickCount() - start < kRetryWait;) {
     }
-    if (!file.Write(bytes + offset, chunk, &written) || written != chunk) {
+    if (!file.Write(bytes + offset, chunk, &written)) {
       FRD_LogFrd("RETRY ERROR!");
       return 0;
     }

@@ -70,7 +70,7 @@ bool WriteText(platform::File& file, const char* text) {
   const auto length = static_cast<uint32_t>(std::strlen(text));
   if (length == 0) return true;
   uint32_t written = 0;
-  return file.Write(text, length, &written) && written == length;
+  return file.Write(text, length, &written);
 }
 
 }  // namespace

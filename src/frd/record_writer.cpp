@@ -70,7 +70,7 @@ bool RecordWriter::WriteOut() {
   if (failed_) return false;
   if (used_ == 0) return true;
   uint32_t written = 0;
-  failed_ = !file_.Write(block_.data(), used_, &written) || written != used_;
+  failed_ = !file_.Write(block_.data(), used_, &written);
   written_bytes_ += written;
   used_ = 0;
   return !failed_;

@@ -115,12 +115,11 @@ size_t FRD_CharLength(std::string_view text) {
 std::string_view FRD_CutText(std::string_view text, size_t limit) {
   if (text.size() <= limit) return text;
   size_t length = 0;
-  while (length < text.size()) {
+  while (true) {
     const size_t unit = FRD_CharLength(text.substr(length));
-    if (length + unit > limit) break;
+    if (length + unit > limit) return text.substr(0, length);
     length += unit;
   }
-  return text.substr(0, length);
 }
 
 void FRD_JoinPath(char* out, const char* folder, const char* name) {

@@ -219,5 +219,15 @@ TEST(CodeLookup, CanBeBuiltAnew) {
   EXPECT_EQ(lookup.Find(1e13 + 1001), -1);
 }
 
+TEST(CodeLookup, FindsKeysBeyondTheWholeNumbersOfADouble) {
+  std::vector<double> keys;
+  for (int i = 0; i < 40; ++i) keys.push_back(1e16 + 2.0 * i);
+  ExpectWhatAScanFinds(keys);
+  keys.front() = -1.0;
+  ExpectWhatAScanFinds(keys);
+  keys.back() = std::numeric_limits<double>::infinity();
+  ExpectWhatAScanFinds(keys);
+}
+
 }  // namespace
 }  // namespace zatlib

@@ -3,6 +3,8 @@
 #include <map>
 #include <string>
 
+#include "cancel_each.h"
+#include "frd/text.h"
 #include "input_zat/path_one.h"
 #include "msr_test.h"
 #include "terminal.h"
@@ -299,6 +301,37 @@ TEST_F(MsrPathOneProgressTest, AFailedStepMovesItAllTheSame) {
 TEST_F(MsrPathOneProgressTest, ACancelMovesItAllTheSame) {
   CancelAt("CODELENGTH=14");
   EXPECT_EQ(Positions(Everything(), 0), (std::vector<int>{0, 5, 10, 15, 20, 25, 30}));
+}
+
+// 70,000 lines, objects and records of each kind, without a window and behind one.
+TEST_F(MsrPathOneProgressTest, ACancelWithinLongSourcesIsHeard) {
+  std::string points = kHeader;
+  std::string sections = "Data\r\n";
+  std::string droten, dkukan, kukanz, tukouj;
+  char line[128];
+  for (int i = 1; i <= 70000; ++i) {
+    points += "Point 139.5 35.5\r\n";
+    sections +=
+        i % 2 == 0 ? "Line 139.5 35.5 139.6 35.6\r\n" : "Pline 2\r\n139.5 35.5\r\n139.6 35.6\r\n";
+    droten.append(line, FRD_Format(line, sizeof line, "13,%d,7,0,0,Name,1,%d\r\n", i, i));
+    dkukan.append(line, FRD_Format(line, sizeof line, "%d,3,13,101,300,0,0,%d,%d,0,60,0,0\r\n", i,
+                                   i, i % 70000 + 1));
+    kukanz.append(line, FRD_Format(line, sizeof line, "13,%d,1,Ring,5\r\n", i));
+    tukouj.append(line, FRD_Format(line, sizeof line, "13,%d,%d,%d,2\r\n", i, i, i));
+  }
+  Pair("droten", points, droten);
+  Pair("dkukan", sections, dkukan);
+  Source("kukanz.csv", kukanz);
+  Source("tukouj.csv", tukouj);
+  const std::string control = WriteControl(Text(Everything()));
+  const auto prepare = [&] { ClearLog(); };
+  const auto run = [&] { return BRN_MSR_PathOne(nullptr, control.c_str()); };
+  EXPECT_GT(test::CancelAtEach(platform::Operation::kRead, 19, prepare, run, log()), 1);
+  ::testing::internal::CaptureStderr();
+  const auto shown = [&] { return FRD_RunDialog(nullptr, PathOne, 0, control.c_str()); };
+  const int failed = test::CancelAtEach(platform::Operation::kRead, 19, prepare, shown, log());
+  ::testing::internal::GetCapturedStderr();
+  EXPECT_GT(failed, 1);
 }
 
 TEST_F(MsrPathOneProgressTest, TheTextsThatAreShown) {

@@ -385,6 +385,11 @@ TEST_F(ShapeBuilderTest, CommasSeparateTheFieldsOfALineLikeBlanks) {
 }
 
 // Two blanks are two commas with an empty field between them.
+TEST_F(ShapeBuilderTest, AQuoteBeforeACoordinateOfALineIsDropped) {
+  EXPECT_EQ(BuildZatMif("Line \"135.5 \"35.5 136 36\r\n", "1\r\n"), 1);
+  EXPECT_EQ(points(), Bytes().I32(135500000).I32(35500000).I32(136000000).I32(36000000).str());
+}
+
 TEST_F(ShapeBuilderTest, ADoubledBlankInALineIsAnEmptyField) {
   EXPECT_EQ(BuildZatMif("Line 1  2 3 4\r\n", "1\r\n"), 0);
   ExpectError("The MIF record value is Invalid, at rec=1 in Line shape !", kZatMif);

@@ -77,6 +77,7 @@ TEST_F(BuildDriver, TheFormatIsMsrInAnyCaseOrElseZat) {
   EXPECT_EQ(format("FORMAT="), kFormatZat);
   EXPECT_EQ(format("OTHER=MSR"), kFormatZat);
   EXPECT_EQ(format("FORMAT=MSR" + std::string(100, 'x')), kFormatZat);
+  EXPECT_EQ(format("FORMAT=MSR~"), kFormatZat);
   EXPECT_EQ(BRN_GetFormat((folder_ / "absent.ini").c_str()), kFormatZat);
 }
 
