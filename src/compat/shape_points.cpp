@@ -8,22 +8,25 @@ namespace zatlib {
 
 // What the functions of this header do with a holder.
 struct ShapePointAccess {
-  static int Open(WindowHandle owner, ShapeHolder* holder, const ShapeData& data, int memory_mode) {
-    if (memory_mode == 0) {
-      holder->data_file_ =
-          platform::File::Open(data.path.c_str(), platform::Access::kRead, platform::Share::kRead,
-                               platform::Disposition::kOpenExisting);
-      return holder->data_file_.IsOpen()
-                 ? 1
-                 : FailShapeData(owner, holder, data, FileResult::kNotOpened);
-    }
-    if (!holder->points_.Allocate(holder->point_count_)) {
-      return FailShapeData(owner, holder, data, FileResult::kNoMemory);
-    }
+  static Outcome Open(const Step& step, ShapeHolder* holder, const ShapeData& data,
+                      int memory_mode) {
+    const FileResult result = memory_mode != 0 ? LoadPoints(holder, data) : OpenData(holder, data);
+    return result == FileResult::kDone ? Outcome::kDone : FailShapeData(step, holder, data, result);
+  }
+
+  static FileResult OpenData(ShapeHolder* holder, const ShapeData& data) {
+    holder->data_file_ =
+        platform::File::Open(data.path.c_str(), platform::Access::kRead, platform::Share::kRead,
+                             platform::Disposition::kOpenExisting);
+    return holder->data_file_.IsOpen() ? FileResult::kDone : FileResult::kNotOpened;
+  }
+
+  // One that cannot be opened counts as one that cannot be read.
+  static FileResult LoadPoints(ShapeHolder* holder, const ShapeData& data) {
+    if (!holder->points_.Allocate(holder->point_count_)) return FileResult::kNoMemory;
     const FileResult loaded =
         LoadRecords(data.path.c_str(), holder->points_.data(), holder->point_count_);
-    return loaded == FileResult::kDone ? 1
-                                       : FailShapeData(owner, holder, data, FileResult::kNotRead);
+    return loaded == FileResult::kDone ? FileResult::kDone : FileResult::kNotRead;
   }
 
   static int Get(FeatureCode code, ShapePoint* points, ShapeHolder* holder) {
@@ -52,9 +55,10 @@ struct ShapePointAccess {
 };
 
 int SHAPE_OpenShape(WindowHandle owner, ShapeHolder* holder, const char* folder, int memory_mode) {
+  const Step step = ShapeOpening(owner, folder);
   ShapeData data;
-  if (OpenShapeIndex(owner, holder, folder, &data) == 0) return 0;
-  return ShapePointAccess::Open(owner, holder, data, memory_mode);
+  if (!IsDone(OpenShapeIndex(step, holder, &data))) return 0;
+  return AsResult(ShapePointAccess::Open(step, holder, data, memory_mode));
 }
 
 int SHAPE_GetShapePoints(FeatureCode code, ShapePoint* points, ShapeHolder* holder) {

@@ -22,7 +22,8 @@ constexpr uint64_t kSharedRead = 16 << 20;   // bytes from which threads share a
 void KeepWindowAlive() { BRN_SetStatus(nullptr); }
 
 // Reads a large part of a file on all processors: the system copies it on the thread that asks.
-bool ReadShared(platform::File& file, void* data, uint64_t size) {
+// `*read` grows by the bytes of whole slices.
+bool ReadShared(platform::File& file, void* data, uint64_t size, uint64_t* read) {
   constexpr int64_t kPart = 1 << 22;  // bytes
   const int64_t begin = file.Seek(0, platform::SeekFrom::kCurrent);
   if (begin < 0) return false;
@@ -38,6 +39,7 @@ bool ReadShared(platform::File& file, void* data, uint64_t size) {
         good = false;
       }
     });
+    if (good) *read += static_cast<uint64_t>(slice);
   }
   return good && file.Seek(begin + static_cast<int64_t>(size), platform::SeekFrom::kBegin) >= 0;
 }
@@ -105,16 +107,19 @@ bool CanOpen(const char* path) {
       .IsOpen();
 }
 
-bool ReadExactly(platform::File& file, void* data, uint64_t size) {
-  if (size >= kSharedRead && ThreadCount() > 1) return ReadShared(file, data, size);
+bool ReadExactly(platform::File& file, void* data, uint64_t size, uint64_t* read) {
+  uint64_t done = 0;
+  uint64_t& count = read != nullptr ? *read : done;
+  count = 0;
+  if (size >= kSharedRead && ThreadCount() > 1) return ReadShared(file, data, size, &count);
   auto* bytes = static_cast<char*>(data);
-  for (bool first = true; size > 0; first = false) {
-    if (!first) KeepWindowAlive();
-    const uint32_t part = static_cast<uint32_t>(std::min<uint64_t>(size, kTransferLook));
-    uint32_t read = 0;
-    if (!file.Read(bytes, part, &read) || read != part) return false;
-    bytes += part;
-    size -= part;
+  while (count < size) {
+    if (count > 0) KeepWindowAlive();
+    const uint32_t part = static_cast<uint32_t>(std::min<uint64_t>(size - count, kTransferLook));
+    uint32_t part_read = 0;
+    const bool good = file.Read(bytes + count, part, &part_read) && part_read == part;
+    count += part_read;
+    if (!good) return false;
   }
   return true;
 }

@@ -26,7 +26,8 @@ uint64_t FileSize(const char* path);
 bool CanOpen(const char* path);
 
 // Reads exactly `size` bytes; false when the file ends first or cannot be read. The progress window
-// is served meanwhile; a cancel ends no read.
-bool ReadExactly(platform::File& file, void* data, uint64_t size);
+// is served meanwhile; a cancel ends no read. `read` (may be null) receives the bytes read, as far
+// as it is known.
+bool ReadExactly(platform::File& file, void* data, uint64_t size, uint64_t* read = nullptr);
 
 }  // namespace zatlib

@@ -15,16 +15,20 @@ platform::File OpenToRead(const char* path) {
 
 }  // namespace
 
-FileResult LoadFile(const char* path, WholeFile* file, const LoadRules& rules) {
+FileResult LoadFile(const char* path, WholeFile* file, const LoadRules& rules, LoadSeen* seen) {
   file->Free();
   platform::File source = OpenToRead(path);
   if (!source.IsOpen()) return FileResult::kNotOpened;
   const int64_t size = source.Size();
+  if (seen != nullptr) *seen = {.size = size};
   if (size < 0) return FileResult::kNotRead;
   if (static_cast<uint64_t>(size) > rules.most_bytes) return FileResult::kNoMemory;
   PageArray<char> bytes;
   if (!bytes.Allocate(size + kFileMargin)) return FileResult::kNoMemory;
-  if (!ReadExactly(source, bytes.data(), static_cast<uint64_t>(size))) return FileResult::kNotRead;
+  if (!ReadExactly(source, bytes.data(), static_cast<uint64_t>(size),
+                   seen != nullptr ? &seen->read : nullptr)) {
+    return FileResult::kNotRead;
+  }
   if (rules.exact_bytes >= 0 && size != rules.exact_bytes) return FileResult::kNotRead;
   file->bytes = std::move(bytes);
   file->size = static_cast<uint64_t>(size);

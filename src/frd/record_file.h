@@ -45,9 +45,18 @@ struct LoadRules {
                                      // another one by now counts as not read. -1: any
 };
 
+// What a load has seen of its file, also one that failed: its size (-1: not known), and the bytes
+// read until then.
+struct LoadSeen {
+  int64_t size = -1;
+  uint64_t read = 0;
+};
+
 // Opens the file for reading (others may read), takes memory for it and reads it in one go; an
-// empty file loads. kNoMemory, kNotOpened or kNotRead leave `file` empty. Reports nothing.
-FileResult LoadFile(const char* path, WholeFile* file, const LoadRules& rules = {});
+// empty file loads. kNoMemory, kNotOpened or kNotRead leave `file` empty. `seen` may be null.
+// Reports nothing.
+FileResult LoadFile(const char* path, WholeFile* file, const LoadRules& rules = {},
+                    LoadSeen* seen = nullptr);
 
 // Reads the first `size` bytes of a file, which may be longer, into memory that the caller has.
 // kNotOpened; kNotRead also for a file that is shorter. Reports nothing.

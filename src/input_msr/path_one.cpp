@@ -3,6 +3,7 @@
 #include "frd/log.h"
 #include "frd/step.h"
 #include "input_msr/condition_store.h"
+#include "input_msr/layouts.h"
 #include "input_msr/point_store.h"
 #include "input_msr/section_store.h"
 #include "input_zat/road_definition.h"
@@ -16,11 +17,17 @@ namespace {
 constexpr float kShapeBandStart = 0.25f;
 constexpr float kShapeBandWidth = 0.05f;
 
+constexpr ShapeSource kShapeSource = {
+    .section = msr::kSections.section,
+    .build = SHAPE_CreateShapeFileFromMif,
+    .columns = {.Code = msr::Dkukan::kCode, .Area = msr::Dkukan::kArea}};
+
 // Link shapes from the [DKUKAN] MIF files. Without MIFOUTPUT there is nothing to do.
 int CreateShapes(WindowHandle, const char* control_file) {
   if (ControlInt(control_file, "DKUKAN", "MIFOUTPUT", 0) == 0) return 1;
-  return RunShapeSource(control_file, BRN_GetCodeLength(control_file),
-                        {"DKUKAN", SHAPE_CreateShapeFileFromMif}, kShapeBandStart, kShapeBandWidth);
+  const Step step(nullptr, control_file, kShapeStep);
+  return RunShapeSource(step, BRN_GetCodeLength(control_file), kShapeSource,
+                        {.start = kShapeBandStart, .width = kShapeBandWidth});
 }
 
 int RemoveOneWayStore(WindowHandle, const char* control_file) {

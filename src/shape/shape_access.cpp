@@ -4,17 +4,12 @@
 #include <cstring>
 #include <limits>
 
-#include "frd/control.h"
 #include "frd/files.h"
 #include "frd/keyed_table.h"
 #include "platform/file.h"
-#include "shape/shape_report.h"
 
 namespace zatlib {
 namespace {
-
-constexpr char kFileError[] = "File Error in SHAPE_OpenShape";
-constexpr char kMemoryError[] = "Memory Error in SHAPE_OpenShape";
 
 constexpr int64_t kPointSize = sizeof(ShapePoint);
 constexpr int64_t kMaxShapeSize = kMaxShapePoints * kPointSize;  // bytes of one shape at most
@@ -32,12 +27,6 @@ int32_t RecordCount(uint64_t size, uint64_t record_size) {
 platform::File OpenForReading(const char* path) {
   return platform::File::Open(path, platform::Access::kRead, platform::Share::kRead,
                               platform::Disposition::kOpenExisting);
-}
-
-// Reads the first `size` bytes of a file.
-bool ReadFileStart(const char* path, void* data, uint64_t size) {
-  platform::File file = OpenForReading(path);
-  return file.IsOpen() && ReadExactly(file, data, size);
 }
 
 // An index entry by the place of its data.
@@ -150,45 +139,43 @@ int64_t TakeWindows(int64_t limit, PageArray<char>* buffer, DataWindow (&windows
 
 // What the functions of this header do with a holder.
 struct ShapeAccess {
-  template <typename... Values>
-  static int Fail(WindowHandle owner, ShapeHolder* holder, const char* title, const char* format,
-                  const Values&... values) {
-    SHAPE_CloseShape(holder);
-    return ReportShapeError(owner, ShapeBox::kTaskModal, title, format, values...);
-  }
-
   // Loads the index and looks for the data.
-  static int OpenIndex(WindowHandle owner, ShapeHolder* holder, const char* folder,
-                       ShapeData* data) {
+  static Outcome OpenIndex(const Step& step, ShapeHolder* holder, ShapeData* data) {
     SHAPE_CloseShape(holder);
-    const PathText index_path = PathIn(folder, kShapeIndexFile);
-    const uint64_t index_size = FileSize(index_path.c_str());
-    if (index_size == 0) {
-      return Fail(owner, holder, kFileError, "Can't find the shape index file (%s) !",
-                  index_path.c_str());
-    }
-    holder->entry_count_ = RecordCount(index_size, sizeof(ShapeIndexEntry));
-    const auto entries = static_cast<uint64_t>(holder->entry_count_);
-    if (!holder->index_.Allocate(entries)) {
-      return Fail(owner, holder, kMemoryError,
-                  "Can't allocate the memory for the shape index, size=%lld",
-                  static_cast<long long>(index_size));
-    }
-    if (!ReadFileStart(index_path.c_str(), holder->index_.data(),
-                       entries * sizeof(ShapeIndexEntry))) {
-      return Fail(owner, holder, kFileError, "Can't open / read the shape index DBL (%s) !",
-                  index_path.c_str());
-    }
+    const Outcome loaded = LoadIndex(step, holder);
+    if (!IsDone(loaded)) return loaded;
     holder->lookup_.Build(holder->index_.data(), holder->entry_count_);
 
-    data->path = PathIn(folder, kShapeDataFile);
+    data->path = step.Path(kShapeDataFile);
     data->size = FileSize(data->path.c_str());
     if (data->size == 0) {
-      return Fail(owner, holder, kFileError, "Can't find the shape data file (%s) !",
-                  data->path.c_str());
+      SHAPE_CloseShape(holder);
+      return step.FailModal(kFileError, "Can't find the shape data file (%s) !",
+                            data->path.c_str());
     }
     holder->point_count_ = RecordCount(data->size, sizeof(ShapePoint));
-    return 1;
+    return Outcome::kDone;
+  }
+
+  static Outcome LoadIndex(const Step& step, ShapeHolder* holder) {
+    const PathText path = step.Path(kShapeIndexFile);
+    const uint64_t size = FileSize(path.c_str());
+    if (size == 0) {
+      return step.FailModal(kFileError, "Can't find the shape index file (%s) !", path.c_str());
+    }
+    holder->entry_count_ = RecordCount(size, sizeof(ShapeIndexEntry));
+    FileResult loaded = FileResult::kNoMemory;
+    if (holder->index_.Allocate(holder->entry_count_)) {
+      loaded = LoadRecords(path.c_str(), holder->index_.data(), holder->entry_count_);
+    }
+    if (loaded == FileResult::kDone) return Outcome::kDone;
+    SHAPE_CloseShape(holder);
+    if (loaded == FileResult::kNoMemory) {
+      return step.FailModal(kMemoryError,
+                            "Can't allocate the memory for the shape index, size=%lld",
+                            static_cast<long long>(size));
+    }
+    return step.FailModal(kFileError, "Can't open / read the shape index DBL (%s) !", path.c_str());
   }
 
   // Takes the ends of one shape out of the window. An entry that has none loses its count.
@@ -207,8 +194,8 @@ struct ShapeAccess {
     std::memcpy(&ends->BeforeLast, points + (count - 2) * kPointSize, 2 * sizeof(ShapePoint));
   }
 
-  static int OpenEnds(WindowHandle owner, ShapeHolder* holder, const ShapeData& data,
-                      int memory_mode, Workers& workers) {
+  static Outcome OpenEnds(const Step& step, ShapeHolder* holder, const ShapeData& data,
+                          int memory_mode, Workers& workers) {
     // The bytes that an entry can reach; whole points only where they are counted.
     const int64_t reach = std::numeric_limits<int32_t>::max() + kMaxShapeSize;
     const int64_t limit =
@@ -220,20 +207,20 @@ struct ShapeAccess {
     // The memory operation is for machines that have room for all points.
     PageArray<ShapePoint> all_points;
     if (memory_mode != 0 && !all_points.Allocate(holder->point_count_)) {
-      return FailShapeData(owner, holder, data, FileResult::kNoMemory);
+      return FailShapeData(step, holder, data, FileResult::kNoMemory);
     }
     all_points.Free();
     PageArray<char> buffer;
     DataOrder order;
     if (!holder->ends_.Allocate(count) || !order.Make(entries, count)) {
-      return FailShapeData(owner, holder, data, FileResult::kNoMemory);
+      return FailShapeData(step, holder, data, FileResult::kNoMemory);
     }
     DataWindow windows[2];
     const int64_t window_size = TakeWindows(limit, &buffer, windows);
-    if (window_size == 0) return FailShapeData(owner, holder, data, FileResult::kNoMemory);
+    if (window_size == 0) return FailShapeData(step, holder, data, FileResult::kNoMemory);
     platform::File file = OpenForReading(data.path.c_str());
     if (!file.IsOpen()) {
-      return FailShapeData(owner, holder, data,
+      return FailShapeData(step, holder, data,
                            memory_mode != 0 ? FileResult::kNotRead : FileResult::kNotOpened);
     }
     FillWindow(file, 0, window_size, &windows[0]);
@@ -242,7 +229,7 @@ struct ShapeAccess {
     for (int current = 0; !is_last; current = 1 - current) {
       const DataWindow& window = windows[current];
       if (memory_mode != 0 && !window.whole) {
-        return FailShapeData(owner, holder, data, FileResult::kNotRead);
+        return FailShapeData(step, holder, data, FileResult::kNotRead);
       }
       is_last = window.begin + window.step >= limit;
       const int64_t behind = is_last ? count : order.FirstFrom(first, window.begin + window.step);
@@ -256,7 +243,7 @@ struct ShapeAccess {
       workers.Finish();
       first = behind;
     }
-    return 1;
+    return Outcome::kDone;
   }
 
   static void FindEnds(const FeatureCode* codes, int64_t count, const ShapeHolder& holder,
@@ -290,9 +277,10 @@ int SHAPE_CheckShapeFiles(const char* folder) {
 
 int SHAPE_OpenShapeEnds(WindowHandle owner, ShapeHolder* holder, const char* folder,
                         int memory_mode, Workers& workers) {
+  const Step step = ShapeOpening(owner, folder);
   ShapeData data;
-  if (OpenShapeIndex(owner, holder, folder, &data) == 0) return 0;
-  return ShapeAccess::OpenEnds(owner, holder, data, memory_mode, workers);
+  if (!IsDone(OpenShapeIndex(step, holder, &data))) return 0;
+  return AsResult(ShapeAccess::OpenEnds(step, holder, data, memory_mode, workers));
 }
 
 void SHAPE_FindShapeEnds(const FeatureCode* codes, int64_t count, const ShapeHolder& holder,
@@ -302,22 +290,25 @@ void SHAPE_FindShapeEnds(const FeatureCode* codes, int64_t count, const ShapeHol
 
 void SHAPE_CloseShape(ShapeHolder* holder) { ShapeAccess::Close(holder); }
 
-int OpenShapeIndex(WindowHandle owner, ShapeHolder* holder, const char* folder, ShapeData* data) {
-  return ShapeAccess::OpenIndex(owner, holder, folder, data);
+Step ShapeOpening(WindowHandle owner, const char* folder) {
+  return Step::InFolder(owner, folder, "SHAPE_OpenShape");
 }
 
-int FailShapeData(WindowHandle owner, ShapeHolder* holder, const ShapeData& data,
-                  FileResult result) {
+Outcome OpenShapeIndex(const Step& step, ShapeHolder* holder, ShapeData* data) {
+  return ShapeAccess::OpenIndex(step, holder, data);
+}
+
+Outcome FailShapeData(const Step& step, ShapeHolder* holder, const ShapeData& data,
+                      FileResult result) {
+  SHAPE_CloseShape(holder);
   if (result == FileResult::kNoMemory) {
-    return ShapeAccess::Fail(owner, holder, kMemoryError,
-                             "Can't allocate the memory for the shape data, size=%lld",
-                             static_cast<long long>(data.size));
+    return step.FailModal(kMemoryError, "Can't allocate the memory for the shape data, size=%lld",
+                          static_cast<long long>(data.size));
   }
-  return ShapeAccess::Fail(owner, holder, kFileError,
-                           result == FileResult::kNotOpened
-                               ? "Can't open the shape data (%s) !"
-                               : "Can't open / read the shape data (%s) !",
-                           data.path.c_str());
+  if (result == FileResult::kNotOpened) {
+    return step.FailModal(kFileError, "Can't open the shape data (%s) !", data.path.c_str());
+  }
+  return step.FailModal(kFileError, "Can't open / read the shape data (%s) !", data.path.c_str());
 }
 
 }  // namespace zatlib

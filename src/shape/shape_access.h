@@ -4,11 +4,11 @@
 #include <cstdint>
 
 #include "frd/code_lookup.h"
-#include "frd/control.h"
 #include "frd/memory.h"
 #include "frd/parallel.h"
 #include "frd/progress.h"
 #include "frd/record_file.h"
+#include "frd/step.h"
 #include "platform/file.h"
 #include "shape/shape_files.h"
 
@@ -85,17 +85,20 @@ void SHAPE_FindShapeEnds(const FeatureCode* codes, int64_t count, const ShapeHol
 // Frees the buffers, closes the file and clears the holder.
 void SHAPE_CloseShape(ShapeHolder* holder);
 
+// A step that opens shapes: the titles of its errors say "SHAPE_OpenShape".
+Step ShapeOpening(WindowHandle owner, const char* folder);
+
 // What every opening begins with: releases the holder, loads the index and looks for the data file.
-// Returns 1, or 0 after reporting; the holder is then closed.
+// The holder is closed when that fails.
 struct ShapeData {
   PathText path;
   uint64_t size = 0;  // bytes, as the opening has found them
 };
-int OpenShapeIndex(WindowHandle owner, ShapeHolder* holder, const char* folder, ShapeData* data);
+Outcome OpenShapeIndex(const Step& step, ShapeHolder* holder, ShapeData* data);
 
-// How every opening ends whose data cannot be had (kNoMemory, kNotOpened or kNotRead): reports
-// that, closes the holder and returns 0.
-int FailShapeData(WindowHandle owner, ShapeHolder* holder, const ShapeData& data,
-                  FileResult result);
+// How every opening ends whose data cannot be had (kNoMemory, kNotOpened or kNotRead): closes the
+// holder and reports that.
+Outcome FailShapeData(const Step& step, ShapeHolder* holder, const ShapeData& data,
+                      FileResult result);
 
 }  // namespace zatlib

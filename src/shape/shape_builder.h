@@ -9,6 +9,12 @@
 
 namespace zatlib {
 
+// Where the lines of a MID file give the code of their link: columns from 1.
+struct ShapeColumns {
+  int32_t Code = 1;
+  int32_t Area = 0;  // 0: the code is whole
+};
+
 // What the builders share; filled by whoever runs them.
 struct ShapeContext {
   int32_t CodeLength = 0;           // 14 or 18
@@ -16,6 +22,7 @@ struct ShapeContext {
   int32_t FileIndex = 0;            // the file to read now, from 0
   const PathText* Paths = nullptr;  // the source files
   const char* Folder = nullptr;     // the output folder
+  ShapeColumns Columns;             // of the source's lines
   int32_t ShowProgress = 0;         // non-zero: status texts and progress, and cancel is heard
   float ProgressStart = 0.0f;       // where this call's part of the bar begins
   float ProgressStep = 0.0f;        // and how wide it is
@@ -27,12 +34,12 @@ struct ShapeContext {
 // cancelled. What was written before an error stays in the files. Points are streamed: a point
 // count is never trusted with memory.
 
-// A MIF file and its MID file: the code is the first column of the MID record. The header's Charset
-// and CoordSys lines go to shapedat.inf.
+// A MIF file and its MID file, whose records hold whole codes. The header's Charset and CoordSys
+// lines go to shapedat.inf.
 int SHAPE_CreateShapeFileFromZatMif(ShapeContext* cs);
 
-// The same with codes made of an area (third column) and a number within it (first column): area x
-// 10^12 + number, for code length 18 area x 10^16 + number.
+// The same with codes made of an area and a number within it: area x 10^12 + number, for code
+// length 18 area x 10^16 + number.
 int SHAPE_CreateShapeFileFromMif(ShapeContext* cs);
 
 // A text file of blocks: "code, number of points", then so many lines "X, Y" in degrees. Such files

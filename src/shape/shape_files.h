@@ -11,8 +11,9 @@ namespace zatlib {
 
 inline constexpr char kShapeDataFile[] = "shapedat.dat";
 inline constexpr char kShapeIndexFile[] = "shapedbl.idx";
-// [INFORMATION] Charset, CoordSys, NumRec, NumShape, MaxShapeLink, MaxNumShape.
+// Charset, CoordSys, NumRec, NumShape, MaxShapeLink, MaxNumShape.
 inline constexpr char kShapeInfoFile[] = "shapedat.inf";
+inline constexpr char kShapeInfoSection[] = "INFORMATION";
 
 // shapedat.dat: the points of a link follow one another in the order of the source, links in
 // source order. At most 2^31 - 1 bytes, since the index holds 32-bit offsets.

@@ -1,20 +1,19 @@
-// The error report of the shape module.
+// The error report that only shapes have.
 #pragma once
 
-#include "frd/progress.h"
-#include "frd/text.h"
+#include "frd/step.h"
 
 namespace zatlib {
 
-// How the message box stands against the host's windows.
-enum class ShapeBox {
-  kTaskModal,  // nearly always: a build has no window of its own to hang the box on
-  kPlain       // leaves the host's windows usable, owner or not
-};
+// Reports a text that has met its values' types under "File Error in <step>" in a box that leaves
+// the host's windows usable, owner or not; Step's own boxes without an owner are task-modal, as
+// nearly all of shapes are. kFailed.
+Outcome ReportInPlainBox(const Step& step, const char* format, ...);
 
-// Formats the message (at most 1,023 bytes), writes "[message][title]" to the build log and, unless
-// silent, shows it in a box with the error icon. Always returns 0, the result of a failed step.
-int ReportShapeError(WindowHandle owner, ShapeBox box, const char* title, const char* format, ...)
-    ZATLIB_PRINTF(4, 5);
+template <typename... Values>
+Outcome FailInPlainBox(const Step& step, MessageText<std::type_identity_t<Values>...> text,
+                       Values... values) {
+  return ReportInPlainBox(step, text.c_str(), values...);
+}
 
 }  // namespace zatlib

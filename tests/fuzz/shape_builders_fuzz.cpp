@@ -78,8 +78,9 @@ int Run(const uint8_t* data, size_t size) {
     if (HasLongField(records)) return 0;
     mid.Write(records);
     FRD_CopyText(path.text, kPathSize, mif.path());
-    result = (data[0] & 3) == 1 ? SHAPE_CreateShapeFileFromZatMif(&cs)
-                                : SHAPE_CreateShapeFileFromMif(&cs);
+    const bool whole_codes = (data[0] & 3) == 1;
+    if (!whole_codes) cs.Columns = {.Code = 1, .Area = 3};
+    result = whole_codes ? SHAPE_CreateShapeFileFromZatMif(&cs) : SHAPE_CreateShapeFileFromMif(&cs);
   }
   // A point takes at least one byte of the source.
   const auto most_points = static_cast<int64_t>(size);

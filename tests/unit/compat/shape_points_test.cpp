@@ -1,79 +1,23 @@
 #include "compat/shape_points.h"
 
-#include <memory>
 #include <string>
 
+#include "../shape/shape_holder_test.h"
 #include "fault_each.h"
 #include "platform/fault.h"
-#include "test_support.h"
 
 namespace zatlib {
 namespace {
 
 using test::Bytes;
-using test::LibraryTest;
 using test::RunWithFault;
 using test::WriteBytes;
 
-class ShapePointsTest : public LibraryTest {
+class ShapePointsTest : public test::ShapeHolderTest {
  protected:
-  ShapePointsTest() : points_(std::make_unique<ShapePoint[]>(kMaxShapePoints)) {}
-
-  // Links 100 (three points), 200 (none), 300 (count -4) and 400 (one point).
-  void WriteSmallShapes() {
-    Write(Bytes()
-              .F64(100)
-              .I32(0)
-              .I32(3)
-              .F64(200)
-              .I32(24)
-              .I32(0)
-              .F64(300)
-              .I32(24)
-              .I32(-4)
-              .F64(400)
-              .I32(24)
-              .I32(1),
-          Bytes()
-              .I32(7425153)
-              .I32(43739716)
-              .I32(7425620)
-              .I32(43739547)
-              .I32(-1)
-              .I32(-2)
-              .I32(7425952)
-              .I32(43738949));
-  }
-
-  void Write(const std::string& index, const std::string& data) {
-    WriteBytes(folder_ / "shapedbl.idx", index);
-    WriteBytes(folder_ / "shapedat.dat", data);
-    WriteBytes(folder_ / "shapedat.inf", "[INFORMATION]\r\n");
-  }
-
   int Open(int memory_mode) {
     return SHAPE_OpenShape(nullptr, &holder_, folder_.path().c_str(), memory_mode);
   }
-
-  int Get(double code) {
-    return SHAPE_GetShapePoints(FeatureCode::FromDouble(code), points_.get(), &holder_);
-  }
-
-  void ExpectClosed() {
-    EXPECT_EQ(holder_.entry_count(), 0);
-    EXPECT_EQ(holder_.point_count(), 0);
-    EXPECT_EQ(holder_.entries(), nullptr);
-    EXPECT_EQ(Get(100), -1);
-  }
-
-  void ExpectError(const std::string& message, const std::string& title) {
-    ASSERT_EQ(log().size(), 1u);
-    EXPECT_EQ(log()[0], "[" + message + "][" + title + "]");
-    ExpectClosed();
-  }
-
-  ShapeHolder holder_;
-  std::unique_ptr<ShapePoint[]> points_;
 };
 
 class ShapePointsModes : public ShapePointsTest, public ::testing::WithParamInterface<int> {};

@@ -69,6 +69,21 @@ TEST_F(RecordFileTest, AFileLongerThanWantedCountsAsOneWithoutMemory) {
   EXPECT_EQ(file_.size, 0u);
 }
 
+TEST_F(RecordFileTest, ALoadTellsWhatItHasSeen) {
+  LoadSeen seen;
+  ASSERT_EQ(LoadFile(path_.c_str(), &file_, {}, &seen), FileResult::kDone);
+  EXPECT_EQ(seen.size, 19);
+  EXPECT_EQ(seen.read, 19u);
+  ArmFault(Operation::kAllocate, 1, false);
+  EXPECT_EQ(LoadFile(path_.c_str(), &file_, {}, &seen), FileResult::kNoMemory);
+  EXPECT_EQ(seen.size, 19);
+  EXPECT_EQ(seen.read, 0u);
+  ArmFault(Operation::kRead, 1, false);
+  EXPECT_EQ(LoadFile(path_.c_str(), &file_, {}, &seen), FileResult::kNotRead);
+  EXPECT_EQ(seen.size, 19);
+  EXPECT_EQ(seen.read, 0u);
+}
+
 TEST_F(RecordFileTest, TheFirstRecordsComeIntoMemoryThatStands) {
   Pair pairs[3] = {};
   EXPECT_EQ(LoadRecords(path_.c_str(), pairs, 2), FileResult::kDone);

@@ -1,79 +1,20 @@
 #include "shape/shape_access.h"
 
-#include <memory>
 #include <string>
 #include <vector>
 
-#include "compat/shape_points.h"
 #include "fault_each.h"
 #include "frd/parallel.h"
 #include "platform/fault.h"
-#include "test_support.h"
+#include "shape_holder_test.h"
 
 namespace zatlib {
 namespace {
 
 using test::Bytes;
-using test::LibraryTest;
 using test::RunWithFault;
-using test::WriteBytes;
 
-class ShapeAccessTest : public LibraryTest {
- protected:
-  ShapeAccessTest() : points_(std::make_unique<ShapePoint[]>(kMaxShapePoints)) {}
-
-  // Links 100 (three points), 200 (none), 300 (count -4) and 400 (one point).
-  void WriteSmallShapes() {
-    Write(Bytes()
-              .F64(100)
-              .I32(0)
-              .I32(3)
-              .F64(200)
-              .I32(24)
-              .I32(0)
-              .F64(300)
-              .I32(24)
-              .I32(-4)
-              .F64(400)
-              .I32(24)
-              .I32(1),
-          Bytes()
-              .I32(7425153)
-              .I32(43739716)
-              .I32(7425620)
-              .I32(43739547)
-              .I32(-1)
-              .I32(-2)
-              .I32(7425952)
-              .I32(43738949));
-  }
-
-  void Write(const std::string& index, const std::string& data) {
-    WriteBytes(folder_ / "shapedbl.idx", index);
-    WriteBytes(folder_ / "shapedat.dat", data);
-    WriteBytes(folder_ / "shapedat.inf", "[INFORMATION]\r\n");
-  }
-
-  int Get(double code) {
-    return SHAPE_GetShapePoints(FeatureCode::FromDouble(code), points_.get(), &holder_);
-  }
-
-  void ExpectClosed() {
-    EXPECT_EQ(holder_.entry_count(), 0);
-    EXPECT_EQ(holder_.point_count(), 0);
-    EXPECT_EQ(holder_.entries(), nullptr);
-    EXPECT_EQ(Get(100), -1);
-  }
-
-  void ExpectError(const std::string& message, const std::string& title) {
-    ASSERT_EQ(log().size(), 1u);
-    EXPECT_EQ(log()[0], "[" + message + "][" + title + "]");
-    ExpectClosed();
-  }
-
-  ShapeHolder holder_;
-  std::unique_ptr<ShapePoint[]> points_;
-};
+using ShapeAccessTest = test::ShapeHolderTest;
 
 TEST_F(ShapeAccessTest, AllThreeFilesMustBeThere) {
   const char* const names[] = {"shapedbl.idx", "shapedat.dat", "shapedat.inf"};
