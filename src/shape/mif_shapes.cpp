@@ -214,7 +214,7 @@ Reading MifCopy::CopyPline(int32_t count) {
 }
 
 Reading MifCopy::CopyLine(std::string_view line) {
-  line = line.substr(0, line.find('\0'));
+  line = line.substr(0, line.find_first_of(std::string_view("\0\r\n", 3)));
   NextLineField(&line);  // the word itself
   for (int i = 0; i < 2; ++i) {
     ShapePoint point;

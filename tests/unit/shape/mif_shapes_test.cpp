@@ -302,6 +302,15 @@ TEST_F(MifShapesTest, ALineWithAZeroCoordinateFailsTheFile) {
   }
 }
 
+// A line feed alone does not end a line of a file, but the fields of this one.
+TEST_F(MifShapesTest, ALineFeedEndsTheFieldsOfALine) {
+  EXPECT_EQ(BuildZatMif("Line 1 2 3 4\n    Pen (1,2,0)\r\n", "1\r\n"), 1);
+  EXPECT_EQ(points(), Bytes().I32(1000000).I32(2000000).I32(3000000).I32(4000000).str());
+  ClearLog();
+  EXPECT_EQ(BuildZatMif("Line 1 2\n3 4 5 6\r\n", "1\r\n"), 0);
+  ExpectError("The MIF record value is Invalid, at rec=1 in Line shape !", kZatMif);
+}
+
 TEST_F(MifShapesTest, CommasSeparateTheFieldsOfALineLikeBlanks) {
   EXPECT_EQ(BuildZatMif("Line 1,2 3,4\r\n", "1\r\n"), 1);
   EXPECT_EQ(points(), Bytes().I32(1000000).I32(2000000).I32(3000000).I32(4000000).str());
