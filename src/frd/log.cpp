@@ -50,8 +50,10 @@ int FRD_GetAppDataFolder(int folder_kind, const char* tag, char* path_out) {
     std::memcpy(path, tagged, kPathSize);
   }
   std::memcpy(path_out, path, kPathSize);
-  // Asked twice: the second look catches a folder that another process is just making.
-  if (platform::CanEnterFolder(path) || platform::CanEnterFolder(path)) return 1;
+  // The second look catches a folder that another process is just making.
+  for (int look = 0; look < 2; ++look) {
+    if (platform::CanEnterFolder(path)) return 1;
+  }
   return FRD_CreateFolderTree(path) != 0 ? 1 : 0;
 }
 

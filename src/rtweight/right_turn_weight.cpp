@@ -166,7 +166,7 @@ class WeightMaker {
     }
     // The number has always been smaller than the request, by 64.
     return Fail("Can't allocate the memory for the RtWeight, size=%lld",
-                static_cast<long long>(nodes * 8 + 16));
+                static_cast<long long>(nodes) * 8 + 16);
   }
 
   // The blocks of both files go side by side.

@@ -27,6 +27,7 @@ PROGRAMS = {
     "clang": "clang",
     "clang++": "clang",
     "clang-format": "clang-format",
+    "clang-tidy": "clang-tidy",
     "cmake": "cmake",
     "convert": "imagemagick",
     "ctest": "cmake",
@@ -64,15 +65,18 @@ EVERYWHERE = {
     "env": "coreutils",
     "find": "findutils",
     "flock": "util-linux",
+    "grep": "grep",
     "head": "coreutils",
     "id": "coreutils",
     "localedef": "libc-bin",
+    "ls": "coreutils",
     "mkdir": "coreutils",
     "mktemp": "coreutils",
     "nproc": "coreutils",
     "rm": "coreutils",
     "timeout": "coreutils",
     "touch": "coreutils",
+    "xargs": "findutils",
 }
 # Asked for by those who are not root, who then have it.
 OF_THE_USER = {"sudo"}

@@ -55,7 +55,7 @@ std::string ForTerminal(const char* text) {
   for (const char c : bytes) ascii = ascii && static_cast<unsigned char>(c) < 0x80;
   if (ascii || IsUtf8(bytes)) return bytes;
   const std::string name = "CP" + std::to_string(CodePage());
-  const iconv_t converter = ::iconv_open("UTF-8", name.c_str());
+  iconv_t converter = ::iconv_open("UTF-8", name.c_str());
   // iconv_open reports a failure as (iconv_t)-1.
   if (reinterpret_cast<intptr_t>(converter) == -1) return bytes;
   std::string out(bytes.size() * 4 + 4, '\0');
