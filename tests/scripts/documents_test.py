@@ -47,6 +47,17 @@ class Documents(unittest.TestCase):
                     if anchor:
                         self.assertIn(anchor, anchors(read(found)))
 
+    def test_every_entry_of_ctest_is_described(self):
+        entries = set()
+        for folder in ("tests", "tests/windows", "tests/fuzz"):
+            text = re.sub(r"#.*", "", read(folder + "/CMakeLists.txt"))
+            for names in re.findall(r"(?m)\badd_test\(NAME (\S+)|^zatlib_test_program\((\w+)", text):
+                entries.add(re.sub(r"\$\{\w+\}", "*", "".join(names)))
+        entries.remove("*")  # what zatlib_test_program adds
+        table = read("docs/testing.md").partition("## Entries of ctest\n")[2].partition("\n## ")[0]
+        rows = re.findall(r"(?m)^\| `([^`]+)`", table)
+        self.assertEqual(sorted(rows), sorted(entries))
+
 
 if __name__ == "__main__":
     unittest.main()
