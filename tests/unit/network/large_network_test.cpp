@@ -2,6 +2,7 @@
 // threads, with and without what the store checks hand on.
 #include <map>
 
+#include "cancel_each.h"
 #include "frd/parallel.h"
 #include "network/build_network.h"
 #include "network/store_checks.h"
@@ -207,21 +208,33 @@ TEST_P(LargeNetworkTest, TheFirstLinkWithoutAnEndIsReported) {
   }
 }
 
-class CancelledNetworkTest : public LargeNetworkTest {};
+// 70,000 nodes and links: the user is looked at within the passes, too.
+class CancelledNetworkTest : public LargeNetworkTest {
+ protected:
+  CancelledNetworkTest() {
+    for (int64_t i = 1; i <= 70000; ++i) {
+      node_store_ += NodeRecord(
+          form_, {.code = i, .partner = i % 1000 == 0 ? i - 1 : 0, .links = {i, i % 70000 + 1}});
+      link_store_ +=
+          LinkRecord(form_, {.code = i % 70000 + 1, .a = i, .b = i % 70000 + 1, .value3 = 5});
+    }
+  }
+  void SaveStores() {
+    WriteBytes(folder_ / "nodestr.~wk", node_store_);
+    WriteBytes(folder_ / "linkstr.~wk", link_store_);
+  }
+
+ private:
+  std::string node_store_;
+  std::string link_store_;
+};
 
 INSTANTIATE_TEST_SUITE_P(Way, CancelledNetworkTest,
                          ::testing::Values(Way{14, true}, Way{14, false}));
 
-// 70,000 nodes and links: the user is looked at within the passes, too.
 TEST_P(CancelledNetworkTest, ACancelWithinAPassIsHeard) {
-  std::string nodes, links;
-  for (int64_t i = 1; i <= 70000; ++i) {
-    nodes += NodeRecord(form_, {.code = i, .links = {i, i % 70000 + 1}});
-    links += LinkRecord(form_, {.code = i % 70000 + 1, .a = i, .b = i % 70000 + 1, .value3 = 5});
-  }
   const auto build = [&](const std::string& cancel_at) {
-    WriteBytes(folder_ / "nodestr.~wk", nodes);
-    WriteBytes(folder_ / "linkstr.~wk", links);
+    SaveStores();
     CancelAt(cancel_at);
     const int result = BRN_BuildNetwork(nullptr, control());
     FRD_SetCancelled(false);
@@ -238,6 +251,30 @@ TEST_P(CancelledNetworkTest, ACancelWithinAPassIsHeard) {
       EXPECT_TRUE(log()[k].find("returns=") != std::string::npos || log()[k].find("*** ") == 0)
           << lines[i] << ": " << log()[k];
     }
+  }
+}
+
+TEST_P(CancelledNetworkTest, ACancelWithinACheckThatReadsForItselfIsHeard) {
+  if (!memory()) return;  // the checks are the same
+  SaveStores();
+  SortedCodes nodes;
+  ASSERT_EQ(BRN_MakeDrotenNodeIndex(nullptr, &nodes, control()), 1);
+  const std::function<int()> checks[] = {
+      [&] { return BRN_CheckNodeLinkDuplication(nullptr, control()); },
+      [&] { return BRN_CheckNodeStoreFromLinkStore(nullptr, control()); },
+      [&] {
+        SortedCodes list;
+        return BRN_MakeDrotenNodeIndex(nullptr, &list, control());
+      },
+      [&] { return BRN_CheckLinkStore(nullptr, nodes, control()); },
+      [&] { return BRN_MakeDummyLinks(nullptr, nodes, control()); }};
+  for (const auto& check : checks) {
+    const auto prepare = [&] {
+      SaveStores();
+      ClearLog();
+    };
+    EXPECT_GT(CancelAtEach(platform::Operation::kRead, 1, prepare, check, log()), 0)
+        << &check - checks;
   }
 }
 

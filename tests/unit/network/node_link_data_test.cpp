@@ -149,6 +149,21 @@ TEST_P(NodeLinkDataTest, MissingMemoryForLinkDataIsReported) {
             1u);
 }
 
+TEST_P(NodeLinkDataTest, ACancelledBuildCreatesNothing) {
+  SaveNodes({{.code = 1, .links = {10}}});
+  SaveLinks({{.code = 10, .a = 1, .b = 1}});
+  ASSERT_EQ(LoadNodes(), 1);
+  ASSERT_EQ(LoadLinks(), 1);
+  ClearLog();
+  g_silent = 0;
+  FRD_SetCancelled(true);
+  EXPECT_EQ(CreateNodeData(), 0);
+  EXPECT_EQ(CreateLinkData(), 0);
+  EXPECT_EQ(log(), Lines());
+  EXPECT_FALSE(Exists(folder_ / "maploc.dat"));
+  EXPECT_FALSE(Exists(folder_ / "linkname.dat"));
+}
+
 TEST_P(NodeLinkDataTest, ACancelSkipsTheLinkNameFile) {
   SaveStores();
   ASSERT_EQ(LoadLinks(), 1);
