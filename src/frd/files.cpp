@@ -82,17 +82,6 @@ int FRD_WriteFile(platform::File& file, const void* data, uint64_t size) {
   return 1;
 }
 
-SaveResult SaveFile(const char* path, const void* data, uint64_t size) {
-  // Anew and not over the old content: a process that is killed meanwhile must leave a file that is
-  // too short, not one that mixes old and new records.
-  platform::File file = platform::File::Open(path, platform::Access::kWrite, platform::Share::kNone,
-                                             platform::Disposition::kCreateAlways);
-  if (!file.IsOpen()) return SaveResult::kNotOpened;
-  const int whole = FRD_WriteFile(file, data, size);
-  file.Flush();
-  return whole != 0 ? SaveResult::kSaved : SaveResult::kNotWritten;
-}
-
 uint64_t FileSize(const char* path) {
   const platform::File file =
       platform::File::Open(path, platform::Access::kRead, platform::Share::kReadWrite,

@@ -15,10 +15,6 @@ inline constexpr uint32_t kWriteChunk = 0x800000;  // bytes of one system write 
 // 0; failures go to the service log.
 int FRD_WriteFile(platform::File& file, const void* data, uint64_t size);
 
-// Makes the file anew (no sharing), writes it with FRD_WriteFile, flushes and closes.
-enum class SaveResult { kSaved, kNotOpened, kNotWritten };
-SaveResult SaveFile(const char* path, const void* data, uint64_t size);
-
 // Size of a file in bytes; 0 when it cannot be opened.
 uint64_t FileSize(const char* path);
 

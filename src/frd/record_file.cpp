@@ -13,6 +13,13 @@ platform::File OpenToRead(const char* path) {
                               platform::Disposition::kOpenExisting, platform::Hint::kSequential);
 }
 
+// Anew and not over the old content: a process that is killed meanwhile must leave a file that is
+// too short, not one that mixes old and new records.
+platform::File OpenAnew(const char* path) {
+  return platform::File::Open(path, platform::Access::kWrite, platform::Share::kNone,
+                              platform::Disposition::kCreateAlways);
+}
+
 }  // namespace
 
 FileResult LoadFile(const char* path, WholeFile* file, const LoadRules& rules, LoadSeen* seen) {
@@ -46,21 +53,16 @@ int64_t CountRecords(const char* path, size_t record_size) {
 }
 
 FileResult SaveBytes(const char* path, const void* data, uint64_t size) {
-  switch (SaveFile(path, data, size)) {
-    case SaveResult::kSaved:
-      return FileResult::kDone;
-    case SaveResult::kNotOpened:
-      return FileResult::kNotCreated;
-    case SaveResult::kNotWritten:
-      break;
-  }
-  return FileResult::kNotWritten;
+  platform::File file = OpenAnew(path);
+  if (!file.IsOpen()) return FileResult::kNotCreated;
+  const int whole = FRD_WriteFile(file, data, size);
+  file.Flush();
+  return whole != 0 ? FileResult::kDone : FileResult::kNotWritten;
 }
 
 FileResult WriteOnce(const char* path, const void* data, uint64_t size) {
   constexpr uint64_t kLargestWrite = 1u << 30;
-  platform::File file = platform::File::Open(path, platform::Access::kWrite, platform::Share::kNone,
-                                             platform::Disposition::kCreateAlways);
+  platform::File file = OpenAnew(path);
   if (!file.IsOpen()) return FileResult::kNotCreated;
   const auto* bytes = static_cast<const char*>(data);
   while (size > 0) {

@@ -71,7 +71,8 @@ FileResult LoadRecords(const char* path, Record* records, int64_t count) {
 // Whole records of `record_size` bytes in a file; 0 when it cannot be opened.
 int64_t CountRecords(const char* path, size_t record_size);
 
-// Makes a file of the first `count` records (frd/files.h, SaveFile). kNotCreated or kNotWritten.
+// Makes a file anew (no sharing) of `size` bytes, or of the first `count` records: writes it with
+// FRD_WriteFile (frd/files.h), flushes and closes. kNotCreated or kNotWritten.
 FileResult SaveBytes(const char* path, const void* data, uint64_t size);
 template <typename Record>
 FileResult SaveRecords(const char* path, const Record* records, int64_t count) {

@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -25,6 +26,20 @@ class TempFolder {
 
  private:
   std::string path_;
+};
+
+// The current folder of the process, as long as it lives.
+class CurrentFolder {
+ public:
+  explicit CurrentFolder(const std::string& path) : before_(std::filesystem::current_path()) {
+    std::filesystem::current_path(path);
+  }
+  ~CurrentFolder() { std::filesystem::current_path(before_); }
+  CurrentFolder(const CurrentFolder&) = delete;
+  CurrentFolder& operator=(const CurrentFolder&) = delete;
+
+ private:
+  std::filesystem::path before_;
 };
 
 void WriteBytes(const std::string& path, const std::string& bytes);

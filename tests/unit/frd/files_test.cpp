@@ -1,7 +1,6 @@
 #include "frd/files.h"
 
 #include <cstring>
-#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -10,6 +9,7 @@
 #include "frd/log.h"
 #include "frd/memory.h"
 #include "frd/parallel.h"
+#include "frd/record_file.h"
 #include "platform/clock.h"
 #include "platform/fault.h"
 #include "platform/file.h"
@@ -238,43 +238,6 @@ TEST_F(FilesTest, ARefusedWriteOfMoreThanAGibibyteTellsTheWholeSize) {
 
 // ---- Small file services -------------------------------------------------------------------
 
-TEST_F(FilesTest, SaveFileReplacesTheOldContent) {
-  const std::string path = folder_ / "save.dat";
-  WriteBytes(path, "a longer old content");
-  EXPECT_EQ(SaveFile(path.c_str(), "new", 3), SaveResult::kSaved);
-  EXPECT_EQ(ReadBytes(path), "new");
-}
-
-// Size of the file that is being saved, at the first write.
-std::string g_saved_path;
-uint64_t g_size_at_write = 0;
-
-TEST_F(FilesTest, SaveFileMakesTheFileAnew) {
-  g_saved_path = folder_ / "anew.dat";
-  g_size_at_write = 99;
-  WriteBytes(g_saved_path, "old content");
-  platform::CountOperations();
-  platform::WatchOperations([](Operation operation, int64_t) {
-    if (operation == Operation::kWrite) {
-      g_size_at_write = std::filesystem::file_size(g_saved_path);
-    }
-  });
-  const SaveResult result = SaveFile(g_saved_path.c_str(), "new", 3);
-  platform::WatchOperations(nullptr);
-  platform::ClearFaults();
-  EXPECT_EQ(result, SaveResult::kSaved);
-  EXPECT_EQ(g_size_at_write, 0u);
-  EXPECT_EQ(ReadBytes(g_saved_path), "new");
-}
-
-TEST_F(FilesTest, SaveFileTellsWhatFailed) {
-  ServiceLog log(7);
-  EXPECT_EQ(SaveFile((folder_ / "none/save.dat").c_str(), "new", 3), SaveResult::kNotOpened);
-  const std::string path = folder_ / "save.dat";
-  platform::ArmFault(Operation::kWrite, 1, false, WriteFault::kHalfWritten);
-  EXPECT_EQ(SaveFile(path.c_str(), "newnew", 6), SaveResult::kNotWritten);
-}
-
 TEST_F(FilesTest, FileSizeIsZeroForAMissingFile) {
   const std::string path = folder_ / "size.dat";
   EXPECT_EQ(FileSize(path.c_str()), 0u);
@@ -320,7 +283,7 @@ TEST_P(LongTransferTest, AFileThatIsBegunIsWrittenAndReadWholeWhateverTheUserDoe
   const std::string path = folder_ / "long.dat";
   g_silent = 0;
   FRD_SetCancelled(true);
-  EXPECT_EQ(SaveFile(path.c_str(), bytes.data(), kSize), SaveResult::kSaved);
+  EXPECT_EQ(SaveBytes(path.c_str(), bytes.data(), kSize), FileResult::kDone);
   EXPECT_EQ(FileSize(path.c_str()), kSize);
   PageArray<char> read;
   ASSERT_TRUE(read.Allocate(kSize));
@@ -336,7 +299,7 @@ TEST_P(LongTransferTest, EveryPartOfALongReadMayFail) {
   PageArray<char> bytes;
   ASSERT_TRUE(bytes.Allocate(kSize));
   const std::string path = folder_ / "long.dat";
-  ASSERT_EQ(SaveFile(path.c_str(), bytes.data(), kSize), SaveResult::kSaved);
+  ASSERT_EQ(SaveBytes(path.c_str(), bytes.data(), kSize), FileResult::kDone);
   // 64, 64 and 2 MiB; several threads share them in parts of 4 MiB.
   const int64_t parts = GetParam() == 1 ? 3 : 33;
   for (const int64_t nth : {int64_t{1}, int64_t{2}, parts, parts + 1}) {

@@ -1,6 +1,5 @@
 #include "frd/folder_tree.h"
 
-#include <filesystem>
 #include <string>
 
 #include "platform/file.h"
@@ -33,11 +32,9 @@ TEST_F(FolderTreeTest, CreateFolderTreeFailsWithItsParent) {
 #ifndef _WIN32
 // A drive is its own parent on Windows; here it is the name of a folder.
 TEST_F(FolderTreeTest, ANameWithoutAParentIsMadeInTheCurrentFolder) {
-  const std::filesystem::path before = std::filesystem::current_path();
-  std::filesystem::current_path(folder_.path());
+  const test::CurrentFolder here(folder_.path());
   EXPECT_EQ(FRD_CreateFolderTree("a"), 1);
   EXPECT_EQ(FRD_CreateFolderTree("C:"), 1);
-  std::filesystem::current_path(before);
   EXPECT_TRUE(platform::IsFolder((folder_ / "a").c_str()));
   EXPECT_TRUE(platform::IsFolder((folder_ / "C:").c_str()));
 }

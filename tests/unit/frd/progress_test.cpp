@@ -12,6 +12,7 @@
 #include "frd/files.h"
 #include "frd/log.h"
 #include "frd/memory.h"
+#include "frd/record_file.h"
 #include "platform/clock.h"
 #include "platform/fault.h"
 #include "refusals.h"
@@ -109,7 +110,7 @@ int TransferLongFile(WindowHandle, int64_t, const char*) {
   if (!bytes.Allocate(kLongFile)) return 0;
   ::PostThreadMessageA(::GetCurrentThreadId(), WM_APP, 0, 0);
   g_transfer.done =
-      SaveFile(g_transfer.path.c_str(), bytes.data(), kLongFile) == SaveResult::kSaved;
+      SaveBytes(g_transfer.path.c_str(), bytes.data(), kLongFile) == FileResult::kDone;
   g_transfer.pending_after_write = IsMessagePending();
   ::PostThreadMessageA(::GetCurrentThreadId(), WM_APP, 0, 0);
   platform::File file =

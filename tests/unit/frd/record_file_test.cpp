@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
+#include <string>
+
 #include "platform/fault.h"
 #include "test_support.h"
 
@@ -102,6 +105,28 @@ TEST_F(RecordFileTest, RecordsAreSavedWhole) {
   EXPECT_EQ(SaveRecords(path_.c_str(), pairs, 2), FileResult::kNotCreated);
   ArmFault(Operation::kWrite, 1, false, platform::WriteFault::kHalfWritten);
   EXPECT_EQ(SaveRecords(path_.c_str(), pairs, 2), FileResult::kNotWritten);
+}
+
+// The file that is being saved, and its size at the first write.
+std::string g_saved_path;
+uint64_t g_size_at_write = 0;
+
+TEST_F(RecordFileTest, AFileIsMadeAnew) {
+  g_saved_path = path_;
+  g_size_at_write = 99;
+  platform::CountOperations();
+  platform::WatchOperations([](Operation operation, int64_t) {
+    if (operation == Operation::kWrite) {
+      g_size_at_write = std::filesystem::file_size(g_saved_path);
+    }
+  });
+  const FileResult result = SaveBytes(path_.c_str(), "new", 3);
+  platform::WatchOperations(nullptr);
+  platform::ClearFaults();
+  EXPECT_EQ(result, FileResult::kDone);
+  EXPECT_EQ(g_size_at_write, 0u);
+  EXPECT_EQ(ReadBytes(path_), "new");
+  EXPECT_EQ(SaveBytes((folder_ / "none/save.dat").c_str(), "new", 3), FileResult::kNotCreated);
 }
 
 TEST_F(RecordFileTest, AFileOfOneWriteIsNotTriedAgain) {

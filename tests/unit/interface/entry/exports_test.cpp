@@ -102,11 +102,13 @@ TEST_F(Exports, ANullPathKeepsTheSilenceOfTheCallBefore) {
   ASSERT_EQ(ZAT_NWB_BuildRoadNetworksEx(nullptr, Control().c_str()), 1);
   ASSERT_TRUE(Silent());
   ClearLog();
-  // No path: the default format, no nodes, and still no window.
+  // No path: the default format, no nodes, still no window, and the current folder for the files.
+  const CurrentFolder here(folder_.path());
   EXPECT_EQ(ZAT_NWB_BuildRoadNetworksEx(nullptr, nullptr), 0);
   EXPECT_TRUE(Silent());
   EXPECT_TRUE(HeardLine("Building Road Networks Start. "));
   EXPECT_EQ(log().back(), "End Error.");
+  EXPECT_TRUE(Exists(folder_ / "linkdef.dat"));
   EXPECT_EQ(ZAT_NWB_BuildRoadNetworks400(nullptr, nullptr), 0);
   EXPECT_TRUE(Silent());
   EXPECT_EQ(ZAT_NWB_BRN400_PathTwo(nullptr, nullptr), 0);
@@ -227,6 +229,7 @@ TEST_F(ShownRuns, AFileWithoutTheKeyEndsTheSilence) {
   EXPECT_FALSE(Silent());
   Shown();
   // And without a path the run stays shown.
+  const CurrentFolder here(folder_.path());
   EXPECT_EQ(ZAT_NWB_BuildRoadNetworksEx(nullptr, nullptr), 0);
   EXPECT_FALSE(Silent());
   EXPECT_EQ(Shown().substr(0, 15), "Initalizing...\n");
