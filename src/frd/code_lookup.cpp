@@ -34,15 +34,15 @@ int64_t CodeLookup::FindCrowded(uint32_t offset, double key) const {
   return Settle(Skip(low, key), key);
 }
 
-// Sets starts[0] to starts[slots] for the records `begin` to `end`.
+// Sets starts[0] to starts[slots] for the records `begin` to `end`, which are those of `stretch`.
 template <typename Settled>
 bool CodeLookup::FillStarts(uint32_t* starts, uint32_t slots, int64_t begin, int64_t end,
-                            uint64_t base, double scale, Settled settled) {
+                            const Stretch& stretch, Settled settled) {
   size_t filled = 0;  // starts that are set
   for (int64_t i = begin; i < end; ++i) {
     const double key = KeyAt(i);
     if (!settled(key)) return false;
-    const size_t slot = SlotOf(key, base, scale);
+    const size_t slot = SlotOf(key, stretch.base, stretch.scale);
     while (filled <= slot) starts[filled++] = static_cast<uint32_t>(i);
   }
   while (filled <= slots) starts[filled++] = static_cast<uint32_t>(end);
@@ -71,7 +71,8 @@ void CodeLookup::Build(const void* table, size_t stride, int64_t count) {
   uint32_t* const starts = storage_.data();
   double before = first_;
   int64_t equal = -1;  // the first record equals itself
-  const bool sorted = FillStarts(starts, slots, 0, count, base_, scale_, [&](double key) {
+  const Stretch whole{base_, scale_, first_, last_};
+  const bool sorted = FillStarts(starts, slots, 0, count, whole, [&](double key) {
     if (!(before <= key && key <= last_)) return false;
     equal += key == before;
     before = key;
@@ -90,7 +91,7 @@ void CodeLookup::Build(const void* table, size_t stride, int64_t count) {
       Stretch stretch{BaseOf(first), 0.0, first, last};
       stretch.scale = ScaleFor(own_slots, last, stretch.base);
       std::memcpy(starts + used, &stretch, sizeof stretch);
-      FillStarts(starts + used + kStretchSize, own_slots, begin, end, stretch.base, stretch.scale,
+      FillStarts(starts + used + kStretchSize, own_slots, begin, end, stretch,
                  [](double) { return true; });
       starts[slot] = kCrowded | used;
       used += kStretchSize + own_slots + 1;

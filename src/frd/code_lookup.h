@@ -120,8 +120,8 @@ class CodeLookup {
   int64_t FindPlain(double key) const;
   int64_t FindCrowded(uint32_t offset, double key) const;
   template <typename Settled>
-  bool FillStarts(uint32_t* starts, uint32_t slots, int64_t begin, int64_t end, uint64_t base,
-                  double scale, Settled settled);
+  bool FillStarts(uint32_t* starts, uint32_t slots, int64_t begin, int64_t end,
+                  const Stretch& stretch, Settled settled);
 
   const char* table_ = nullptr;
   size_t stride_ = sizeof(double);

@@ -145,8 +145,9 @@ void MsrCheck::Sections() {
   section_files = control.Files("DKUKAN", true);
   from_mif = control.Int("DKUKAN", "MIFOUTPUT", 0) != 0;
   const zatlib::DefaultSpeeds defaults = control.Speeds();
-  ReadLinks(control, network, msr::kSections, from_mif, section_files, "no road section",
+  ReadLinks(control, network, msr::kSections, from_mif, section_files,
             [&](const Source& source, const Row& row) { SectionRow(source, row, defaults); });
+  EndLinks(network, section_files, "no road section");
 }
 
 void MsrCheck::Names() {

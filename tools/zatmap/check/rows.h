@@ -99,11 +99,10 @@ int64_t ReadRows(Source& source, const Layout& layout, Take take) {
   return source.line();
 }
 
-// All link files: the MID files when the links are `mif`, through `take(source, row)`, and
-// EndLinks.
+// All link files: the MID files when the links are `mif`, through `take(source, row)`.
 template <typename Take>
 void ReadLinks(Control& control, Network& network, const zatlib::SourceTable& table, bool mif,
-               const std::vector<std::string>& files, const char* none, Take take) {
+               const std::vector<std::string>& files, Take take) {
   for (size_t i = 0; i < files.size(); ++i) {
     const int number = static_cast<int>(i + 1);
     Source data(control.findings());
@@ -115,7 +114,6 @@ void ReadLinks(Control& control, Network& network, const zatlib::SourceTable& ta
       network.links_whole = false;
     }
   }
-  EndLinks(network, files, none);
 }
 
 // The same for all files of a table's section. `*whole` becomes false when one cannot be opened.

@@ -234,8 +234,9 @@ void ZatCheck::Links() {
   link_mif = control.Int("LINK", "MIF", 0) != 0;
   link_files = control.Files("LINK", true);
   const zatlib::DefaultSpeeds defaults = control.Speeds();
-  ReadLinks(control, network, zat::kLinks, link_mif, link_files, "no link",
+  ReadLinks(control, network, zat::kLinks, link_mif, link_files,
             [&](const Source& source, const Row& row) { LinkRow(source, row, defaults); });
+  EndLinks(network, link_files, "no link");
 }
 
 void ZatCheck::SpeedRow(const Source& source, const Row& row, zatlib::DefaultSpeeds defaults) {
