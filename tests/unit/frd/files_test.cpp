@@ -340,5 +340,20 @@ TEST_P(LongTransferTest, AFailureAfterACancelIsReported) {
                             "[Can't read short.dat !][File Error]"}));
 }
 
+TEST_F(FilesTest, ALongReadNeedsItsPlaceInTheFile) {
+  constexpr uint64_t kLong = 16 << 20;  // bytes from which threads share a read
+  WriteBytes(folder_ / "long.dat", std::string(kLong, 'a'));
+  SetThreadCount(2);
+  std::string data(kLong, 'b');
+  for (int seek = 1; seek <= 2; ++seek) {
+    File file = File::Open((folder_ / "long.dat").c_str(), Access::kRead, Share::kRead,
+                           Disposition::kOpenExisting);
+    EXPECT_FALSE(RunWithFault({Operation::kSeek, seek}, [&] {
+      return ReadExactly(file, data.data(), kLong);
+    })) << seek;
+  }
+  SetThreadCount(0);
+}
+
 }  // namespace
 }  // namespace zatlib

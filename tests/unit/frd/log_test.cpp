@@ -299,6 +299,19 @@ TEST_F(LogTest, TheHostProgramsLogStandsBesideIt) {
 }
 
 #ifndef _WIN32
+TEST_F(LogTest, WhereTheFolderOfAllUsersIsClosedTheServicesLogNothing) {
+  if (::getuid() != 0) GTEST_SKIP() << "whose folder it is, is not known";
+  SetTime(1984, 5, 6);
+  char path[kPathSize] = {};
+  ASSERT_EQ(FRD_GetCommonLogPath(kServiceTag, path), 1);
+  platform::RemoveFile(path);
+  {
+    const test::OrdinaryUser user;
+    EXPECT_EQ(FRD_LogFrd("text"), 0);
+  }
+  EXPECT_FALSE(Exists(path));
+}
+
 TEST_F(LogTest, WhereNobodyMayWriteTheHostProgramsLogIsATemporaryFile) {
   if (::getuid() != 0) GTEST_SKIP() << "the program's folder may be one's own";
   const std::string program = platform::ProgramPath();

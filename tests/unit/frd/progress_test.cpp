@@ -198,6 +198,39 @@ TEST_F(ProgressTest, ARunReturnsTheCallbacksResult) {
 
 int Second(WindowHandle, int64_t, const char*) { return 1; }
 
+TEST_F(ProgressTest, WithoutARunNothingIsShown) {
+  ::testing::internal::CaptureStderr();
+  platform::SetProgressText("Working...");
+  platform::SetProgressPosition(50);
+  EXPECT_EQ(::testing::internal::GetCapturedStderr(), "");
+}
+
+int Repeat(WindowHandle, int64_t, const char*) {
+  for (const char* text : {"Working...", "Working...", "Done"}) platform::SetProgressText(text);
+  return 1;
+}
+
+TEST_F(ProgressTest, ATextThatStandsAlreadyIsNotShownAgain) {
+  ::testing::internal::CaptureStderr();
+  EXPECT_EQ(FRD_RunDialog(nullptr, Repeat, 0, ""), 1);
+  EXPECT_EQ(::testing::internal::GetCapturedStderr(), "Initalizing...\nWorking...\nDone\n");
+}
+
+// A shell that ran the program in the background has its reasons.
+TEST_F(ProgressTest, AnIgnoredInterruptStaysIgnored) {
+  void (*const before)(int) = std::signal(SIGINT, SIG_IGN);
+  ::testing::internal::CaptureStderr();
+  struct Raise {
+    static int Run(WindowHandle, int64_t, const char*) {
+      std::raise(SIGINT);
+      return FRD_IsCancelled() ? 0 : 1;
+    }
+  };
+  EXPECT_EQ(FRD_RunDialog(nullptr, Raise::Run, 0, ""), 1);
+  ::testing::internal::GetCapturedStderr();
+  EXPECT_EQ(std::signal(SIGINT, before), SIG_IGN);
+}
+
 TEST_F(ProgressTest, AnOwnerIsTakenAsItIs) {
   int owner = 0;
   ::testing::internal::CaptureStderr();

@@ -59,6 +59,23 @@ TEST_F(SmallMap, WhatOneOnlyGetsToIsReachableButInNoCircuit) {
   EXPECT_EQ(parts.unreachable, 1);  // 105
 }
 
+// From 102 one gets to 101 and on to 104, never back: no two connections make a circuit.
+TEST_F(SmallMap, AWayIntoWhatHasBeenLeftIsNoCircuit) {
+  Write("mapcalc.dat", CalcConnections({{3, 10, 0}}) + CalcConnections({{0, 10, 0}}) +
+                           CalcConnections({}) + CalcConnections({{0, 65535, 0}}) +
+                           CalcConnections({}));
+  Write("nodelink.idx", NodeLinkRecord({0}) + NodeLinkRecord({1}) + NodeLinkRecord({}) +
+                            NodeLinkRecord({0}) + NodeLinkRecord({}));
+  Write("maprule.dat", Bytes().Zero(40));
+  Graph graph;
+  ASSERT_TRUE(graph.Load(Open()).ok());
+  const Components parts = FindComponents(graph);
+  EXPECT_EQ(parts.joined_parts, 3);
+  EXPECT_EQ(parts.largest_part, 3);
+  EXPECT_EQ(parts.largest_circuit, 2);  // the ends of the first connection
+  EXPECT_EQ(parts.unreachable, 3);
+}
+
 TEST(ComponentsTest, AMapWithoutNodesHasNone) {
   const Components parts = FindComponents(Graph());
   EXPECT_EQ(parts.joined_parts, 0);

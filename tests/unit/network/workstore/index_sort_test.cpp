@@ -37,6 +37,20 @@ TEST_F(IndexSortTest, TwoCodesInDescendingOrderComeOutAscending) {
   EXPECT_EQ(Values(codes), (std::vector<double>{1, 2}));
 }
 
+TEST_F(IndexSortTest, ACancelIsHeardByALongSort) {
+  std::vector<FeatureCode> codes;
+  std::vector<CodeIndexRecord> records;
+  for (int i = 70000; i > 0; --i) {
+    codes.push_back(FeatureCode::FromDouble(i));
+    records.push_back({codes.back(), i, 0});
+  }
+  g_silent = 0;
+  FRD_SetCancelled(true);
+  EXPECT_EQ(Sort(codes), 0);
+  EXPECT_EQ(Sort(records), 0);
+  EXPECT_EQ(log(), Lines());
+}
+
 TEST_F(IndexSortTest, TwoCodesInOrderStay) {
   std::vector<FeatureCode> codes = Doubles({1, 2});
   EXPECT_EQ(Sort(codes), 1);

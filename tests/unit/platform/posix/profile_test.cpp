@@ -100,6 +100,13 @@ TEST(PosixProfileTest, SectionsAndKeysAreWholeOnes) {
             "[A\r\nB=1\r\n[A]\r\nno key\r\nB\t= +7\r\nC=\" 8\"\r\n[]\r\nB=9\r\nD=0\r\n");
 }
 
+TEST(PosixProfileTest, ZeroBytesAndTabsAreBlanks) {
+  const test::TempFolder folder;
+  const std::string path = folder / "control.ini";
+  test::WriteBytes(path, std::string("[A]\0\r\nB=\"\t 7\"\0\r\n", 17));
+  EXPECT_EQ(ReadProfileInt("A", "B", 0, path.c_str()), 7);
+}
+
 TEST(PosixProfileTest, TheCountryIsThatOfTheFirstSettingOfMessages) {
   struct Case {
     const char* all;
