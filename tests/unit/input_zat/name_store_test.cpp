@@ -201,6 +201,18 @@ TEST_F(NodeNameStoreTest, EveryOperationMayFail) {
   FailEach(platform::Operation::kAllocate, {.run = run, .check_good = check});
 }
 
+// More names than are written at once.
+TEST_F(NodeNameStoreTest, AFailedWriteOfManyNamesIsReported) {
+  std::string names;
+  for (int i = 1; i <= 60000; ++i) names += std::to_string(i) + ",3,Name\r\n";
+  const std::string text =
+      Files("NODE", {Source("nodes.mid", "1,7\r\n")}) + Files("NODENAME", {Source("n.txt", names)});
+  EXPECT_EQ(test::RunWithFault({platform::Operation::kWrite, 1, true}, [&] { return Run(text); }),
+            0);
+  EXPECT_TRUE(Reported(
+      log(), "Can't write the NodeNameStore (" + (folder_ / "nnamestr.~wk") + ") at file=01 !"));
+}
+
 // ---- Link names ----------------------------------------------------------------------------
 
 constexpr char kLinkTitle[] = "Setting Link Name Storage...";

@@ -405,6 +405,31 @@ TEST_F(MifShapesTest, FailedWritesOfAMifFileAreReported) {
               kZatMif);
 }
 
+// More points than are written at once, and more entries than wait for theirs.
+TEST_F(MifShapesTest, FailedWritesOfALongMifFileAreReported) {
+  std::string plines, lines, mid;
+  for (int i = 1; i <= 80000; ++i) {
+    plines += "Pline 2\r\n1 2\r\n3 4\r\n";
+    lines += "Line 1 2 3 4\r\n";
+    mid += std::to_string(i) + "\r\n";
+  }
+  const auto build = [&](const std::string& objects) {
+    ClearLog();
+    EXPECT_EQ(RunWithFault({Operation::kWrite, 1, true}, [&] { return BuildZatMif(objects, mid); }),
+              0);
+  };
+  build(plines);
+  ExpectError("Can't write the Shape File at rec=1 in Poly ITEM section", kZatMif);
+  build(lines);
+  ExpectError("Can't write the Shape File at rec=1 in Line ITEM section", kZatMif);
+  // A single object of more points than that.
+  std::string pline = "Pline 140000\r\n";
+  for (int i = 0; i < 140000; ++i) pline += "1 2\r\n";
+  mid = "1\r\n";
+  build(pline);
+  ExpectError("Can't write the Shape File at rec=1 in Poly ITEM section", kZatMif);
+}
+
 TEST_F(MifShapesTest, AWriteThatFailedBeforeABadRecordIsWhatIsReported) {
   EXPECT_EQ(RunWithFault(
                 {Operation::kWrite, 1, true},

@@ -164,6 +164,18 @@ TEST_F(TextShapesTest, FailedWritesOfATextFileAreReported) {
               kZatText);
 }
 
+// More points than are written at once, and more entries than wait for theirs.
+TEST_F(TextShapesTest, FailedWritesOfALongTextFileAreReported) {
+  std::string many, one = "1,140000\r\n";
+  for (int i = 1; i <= 80000; ++i) many += std::to_string(i) + ",2\r\n1,2\r\n3,4\r\n";
+  for (int i = 0; i < 140000; ++i) one += "1,2\r\n";
+  for (const std::string& text : {many, one}) {
+    ClearLog();
+    EXPECT_EQ(RunWithFault({Operation::kWrite, 1, true}, [&] { return BuildText(text); }), 0);
+    ExpectError("Can't write the Shape File at rec=1 in Line ITEM section item=1", kZatText);
+  }
+}
+
 TEST_F(TextShapesTest, TextOutputsThatCannotBeOpenedAreReported) {
   test::MakeFolder(folder_ / "shapedat.dat");
   EXPECT_EQ(BuildText("1,1\r\n1,2\r\n"), 0);
