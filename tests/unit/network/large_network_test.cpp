@@ -288,6 +288,17 @@ TEST_P(LargeNetworkTest, PlacesAreReadFromTheStoreWithoutMemoryForThem) {
   ASSERT_FALSE(static_cast<bool>(node_positions_.places));
   ASSERT_EQ(CreateNetworkData(), 1);
   EXPECT_TRUE(Files() == files);
+  if (memory()) return;
+  // Links are read first, then places of nodes all over the store.
+  int of_nodes = 0;
+  for (const int64_t read : {1, 10, 100, 1000}) {
+    ClearLog();
+    EXPECT_EQ(RunWithFault({platform::Operation::kRead, read}, [&] { return CreateNetworkData(); }),
+              0);
+    ASSERT_EQ(Reports().size(), 1u) << read;
+    of_nodes += Reports()[0].find("[Can't seek / read the node storage file at ") == 0 ? 1 : 0;
+  }
+  EXPECT_GT(of_nodes, 1);
 }
 
 }  // namespace
