@@ -9,7 +9,7 @@ else()
     $<$<BOOL:${ZATLIB_WERROR}>:-Werror>
     # clang means enumerators of a struct too, which hide nothing.
     $<$<NOT:$<CXX_COMPILER_ID:Clang>>:-Wshadow> $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor>
-    -Wformat=2 -Wno-format-nonliteral -ffp-contract=off)
+    -Wformat=2 -ffp-contract=off)
 endif()
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
   # A false alarm of this compiler for a literal assigned to a std::string.

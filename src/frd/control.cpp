@@ -100,13 +100,12 @@ int BRN_SetStatus(const char* text) {
   return FRD_IsCancelled() ? 0 : 1;
 }
 
-int SetStatusNumber(const char* format, int64_t number) {
+int SetStatusNumber(MessageText<int> text, int64_t number) {
   if (g_silent != 0) return 1;
   if (!FRD_IsDialogOpen()) return BRN_SetStatus(nullptr);
-  char text[256];
-  // The formats are the system's own texts with one %d.
-  FRD_Format(text, sizeof text, format, ShownAs<int>(number));
-  return BRN_SetStatus(text);
+  char shown[256];
+  FormatText(shown, sizeof shown, text, ShownAs<int>(number));
+  return BRN_SetStatus(shown);
 }
 
 int BRN_BeginStep(const char* title) {

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <string>
 
+#include "frd/message_text.h"
 #include "frd/progress.h"
 #include "frd/text.h"
 
@@ -51,7 +52,7 @@ int ReportTaskModal(WindowHandle owner, const char* title, const char* format, .
 int BRN_SetStatus(const char* text);
 
 // The same with a number put into the text; formats nothing when nobody sees it.
-int SetStatusNumber(const char* format, int64_t number);
+int SetStatusNumber(MessageText<int> text, int64_t number);
 
 // The start that every step shares: shows its title, tests for cancel and logs the title. Returns
 // 1 to go on, 0 when the user has cancelled (the title is then not logged).

@@ -1,6 +1,7 @@
 // Texts with places for values, held to the types of those values when they are compiled.
 #pragma once
 
+#include <cstddef>
 #include <type_traits>
 
 namespace zatlib {
@@ -12,7 +13,7 @@ constexpr bool TakesValue(char length, bool twice, char letter) {
   if constexpr (std::is_same_v<Value, const char*>) {
     return length == 0 && letter == 's';
   } else if constexpr (std::is_same_v<Value, double>) {
-    return (length == 0 || (length == 'l' && !twice)) && letter == 'f';
+    return (length == 0 || (length == 'l' && !twice)) && (letter == 'f' || letter == 'e');
   } else {
     static_assert(std::is_same_v<Value, int> || std::is_same_v<Value, long> ||
                       std::is_same_v<Value, long long>,
@@ -97,5 +98,15 @@ class MessageText {
 
   const char* text_ = "";
 };
+
+// For texts that have met their values' types (FormatText): FRD_Format.
+void PutFormatted(char* out, size_t size, const char* format, ...);
+
+// Formats a text of a table into a buffer of `size` bytes, cuts to it and terminates.
+template <typename... Values>
+void FormatText(char* out, size_t size, MessageText<std::type_identity_t<Values>...> text,
+                Values... values) {
+  PutFormatted(out, size, text.c_str(), values...);
+}
 
 }  // namespace zatlib

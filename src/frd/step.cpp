@@ -40,11 +40,4 @@ void LogFormatted(const char* format, ...) {
   FRD_LogTagged(kBuildTag, message, 1);
 }
 
-void PutFormatted(char* out, size_t size, const char* format, ...) {
-  va_list arguments;
-  va_start(arguments, format);
-  FRD_FormatV(out, size, format, arguments);
-  va_end(arguments);
-}
-
 }  // namespace zatlib

@@ -94,22 +94,13 @@ class Step {
   PathText folder_;
 };
 
-// For texts that have met their values' types (LogText, FormatText): log a line, format into a
-// buffer (FRD_Format).
+// For texts that have met their values' types (LogText): logs a line.
 void LogFormatted(const char* format, ...);
-void PutFormatted(char* out, size_t size, const char* format, ...);
 
 // Logs a summary line or another text of a table.
 template <typename... Values>
 void LogText(MessageText<std::type_identity_t<Values>...> text, Values... values) {
   LogFormatted(text.c_str(), values...);
-}
-
-// Formats a text of a table into a buffer of `size` bytes, cuts to it and terminates.
-template <typename... Values>
-void FormatText(char* out, size_t size, MessageText<std::type_identity_t<Values>...> text,
-                Values... values) {
-  PutFormatted(out, size, text.c_str(), values...);
 }
 
 // A stage of a run: the point of the progress bar that is passed before it (kSamePoint: it goes on

@@ -6,6 +6,7 @@
 #include <cstring>
 #include <limits>
 
+#include "frd/message_text.h"
 #include "platform/code_page.h"
 #include "platform/file.h"
 
@@ -82,6 +83,11 @@ bool IsAboveOne(std::string_view number) {
 
 }  // namespace
 
+// Formats are checked where they are written: by the compiler, or as texts of a table.
+#ifdef __GNUC__
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wformat-nonliteral"
+#endif
 size_t FRD_FormatV(char* out, size_t size, const char* format, va_list arguments) {
   if (size == 0) return 0;
   const int length = std::vsnprintf(out, size, format, arguments);
@@ -90,6 +96,16 @@ size_t FRD_FormatV(char* out, size_t size, const char* format, va_list arguments
     return 0;
   }
   return std::min(static_cast<size_t>(length), size - 1);
+}
+#ifdef __GNUC__
+#pragma GCC diagnostic pop
+#endif
+
+void PutFormatted(char* out, size_t size, const char* format, ...) {
+  va_list arguments;
+  va_start(arguments, format);
+  FRD_FormatV(out, size, format, arguments);
+  va_end(arguments);
 }
 
 size_t FRD_Format(char* out, size_t size, const char* format, ...) {

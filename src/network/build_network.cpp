@@ -166,6 +166,9 @@ int ChooseByTrial(WindowHandle owner, const char* control_file) {
   return kMemoryOperation;
 }
 
+constexpr MessageText<const char*> kTooFewNodes =
+    kCp932<u8"ノードとリンクが不整合であるため計算用道路データが作成できません。%s">;
+
 // What the stages of one way of building hand on to each other.
 template <typename Steps>
 struct NetworkBuild {
@@ -182,9 +185,9 @@ struct NetworkBuild {
 
   static int CreateNodes(NetworkBuild& build) {
     if (build.nodes.count < 2) {
-      ReportError(build.owner, kCp932<u8"データエラー">,
-                  kCp932<u8"ノードとリンクが不整合であるため計算用道路データが作成できません。%s">,
-                  "");
+      char message[kMessageSize];
+      FormatText(message, sizeof message, kTooFewNodes, "");
+      BRN_ShowError(build.owner, message, kCp932<u8"データエラー">, platform::kErrorIcon);
       return 0;
     }
     if (!build.node_index.Allocate(RoomFor(build.nodes.count))) {

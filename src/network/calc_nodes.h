@@ -79,7 +79,7 @@ class CalcNodeMaker {
     for (Start(0, blocks_[0].data()); work_.wanted > 0;) {
       tables_.workers.Finish();
       if (!progress.empty() && work_.begin % kStatusInterval == 0 &&
-          SetStatusNumber(progress.c_str(), work_.begin) == 0) {
+          SetStatusNumber(progress, work_.begin) == 0) {
         return Outcome::kCancelled;
       }
       const Block made = work_;

@@ -66,7 +66,7 @@ class DummyLinkCheck {
  private:
   bool IsCancelledAt(int32_t i) const {
     if (texts_.progress.empty()) return CancelledAt(i);
-    return i % kStatusInterval == 0 && SetStatusNumber(texts_.progress.c_str(), i) == 0;
+    return i % kStatusInterval == 0 && SetStatusNumber(texts_.progress, i) == 0;
   }
 
   // Makes the end `end` ("A" or "B") of a dummy link list it.

@@ -11,13 +11,14 @@ namespace zatlib {
 inline constexpr char kCodeLengthTitle[] = "Logic Error in BRN_MakeDrotenNodeIndex";
 
 // With the code as text.
-inline constexpr const char* kNodeDuplicate =
+inline constexpr MessageText<const char*> kNodeDuplicate =
     kCp932<u8"道路点 %s が重複しています。重複を取り除いてください。">;
-inline constexpr const char* kLinkDuplicate =
+inline constexpr MessageText<const char*> kLinkDuplicate =
     kCp932<u8"道路区間 %s が重複しています。重複を取り除いてください。">;
 
 // Logs a duplicate and, unless silent, shows it with OK and Cancel. False when the user wants to
 // see no more of them.
-bool ShowDuplicate(const Step& step, const char* format, const CodeText& code, const char* title);
+bool ShowDuplicate(const Step& step, MessageText<const char*> text, const CodeText& code,
+                   const char* title);
 
 }  // namespace zatlib

@@ -27,7 +27,7 @@ struct DuplicationTexts {
   MessageText<long> no_memory;  // records
   MessageText<const char*> not_opened;
   MessageText<const char*, long> not_read;  // and the record
-  const char* duplicate;
+  MessageText<const char*> duplicate;
   const char* duplicate_title;
 };
 

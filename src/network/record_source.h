@@ -151,7 +151,7 @@ Outcome ForBlocks(int32_t count, const MessageText<int>& progress, int32_t at_on
   const int32_t block = progress.empty() ? int32_t{kCancelInterval} : kStatusInterval;
   for (int32_t begin = 0; begin < count;) {
     const int32_t end = count - begin > block ? begin + block : count;
-    if (!progress.empty() && SetStatusNumber(progress.c_str(), begin) == 0) {
+    if (!progress.empty() && SetStatusNumber(progress, begin) == 0) {
       return Outcome::kCancelled;
     }
     for (int32_t part = begin; part < end;) {

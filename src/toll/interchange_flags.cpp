@@ -56,8 +56,7 @@ struct FareStage {
   char message[kMessageSize] = {};
 
   bool Fail(const ObjectText& text, const Object& object) {
-    FRD_Format(message, sizeof message, text.c_str(), object.name,
-               PathIn(folder, object.file).c_str());
+    FormatText(message, sizeof message, text, object.name, PathIn(folder, object.file).c_str());
     return false;
   }
 

@@ -6,15 +6,20 @@
 namespace zatlib {
 namespace {
 
+// Two keys in the wrong order, each with the number of its record.
+using SortText = MessageText<double, long, double, long>;
+
 template <typename Record, typename KeyOf>
-int SortAndVerify(WindowHandle owner, const char* title, const char* format, int64_t count,
+int SortAndVerify(WindowHandle owner, const char* title, SortText text, int64_t count,
                   Record* records, KeyOf key_of) {
   if (count < 2) return 1;
   if (SortUnlessCancelled(records, count, key_of) == 0) return 0;
   for (int64_t i = 1; i < count; ++i) {
     if (key_of(records[i - 1]) > key_of(records[i])) {
-      ReportError(owner, title, format, key_of(records[i - 1]), static_cast<long>(i - 1),
-                  key_of(records[i]), static_cast<long>(i));
+      char message[kMessageSize];
+      FormatText(message, sizeof message, text, key_of(records[i - 1]), static_cast<long>(i - 1),
+                 key_of(records[i]), static_cast<long>(i));
+      BRN_ShowError(owner, message, title, platform::kErrorIcon);
     }
   }
   return 1;

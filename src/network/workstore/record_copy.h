@@ -42,7 +42,7 @@ struct CopyProgress {
   int64_t records = 0;      // records read so far
 
   // Shows how far the copy is. Returns 0 when the user has cancelled.
-  int Show() const { return SetStatusNumber(status.c_str(), records); }
+  int Show() const { return SetStatusNumber(status, records); }
 };
 
 // The end of a copy that reached the end of its source, after the records are in the store.

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "cancel_each.h"
+#include "frd/message_text.h"
 #include "frd/text.h"
 #include "terminal.h"
 #include "zat_test.h"
@@ -318,11 +319,12 @@ TEST_F(PathOneTest, ACancelWithoutShapesIsHeardByTheLastProgressCall) {
 
 // 70,000 lines and records of each kind: the user is looked at within the passes, too.
 TEST_F(PathOneTest, ACancelWithinLongSourcesIsHeard) {
-  const auto lines = [&](const char* name, const char* form) {
+  const auto lines = [&](const char* name, MessageText<int, int, int> form) {
     std::string text;
     char line[128];
     for (int i = 1; i <= 70000; ++i) {
-      text.append(line, FRD_Format(line, sizeof line, form, i, i, i));
+      FormatText(line, sizeof line, form, i, i, i);
+      text += line;
     }
     WriteBytes(folder_ / name, text);
   };

@@ -29,25 +29,25 @@ bool Tell(const MapFolder& folder, const Error& error) {
 }  // namespace
 
 bool OpenMap(const std::string& path, MapFolder* folder) {
-  const char* format = nullptr;
+  std::string message;
   switch (zatlib::map::OpenMapFolder(path, folder).kind) {
     case ErrorKind::kNoFolder:
-      format =
-          "zatmap: %s is no folder. Give the folder that a build wrote: [FOLDER] CALCMAPDIR of its "
-          "control file.\n";
+      message = path +
+                " is no folder. Give the folder that a build wrote: [FOLDER] CALCMAPDIR of its "
+                "control file.";
       break;
     case ErrorKind::kPathTooLong:
-      format = "zatmap: the path %s is too long; at most 259 bytes are taken.\n";
+      message = "the path " + path + " is too long; at most 259 bytes are taken.";
       break;
     case ErrorKind::kNoMap:
-      format =
-          "zatmap: %s holds no map. Build one first (zatmap build CONTROL.INI), or give the folder "
-          "that a build wrote.\n";
+      message = path +
+                " holds no map. Build one first (zatmap build CONTROL.INI), or give the folder "
+                "that a build wrote.";
       break;
     default:
       return true;
   }
-  std::fprintf(stderr, format, path.c_str());
+  std::fprintf(stderr, "zatmap: %s\n", message.c_str());
   return false;
 }
 
