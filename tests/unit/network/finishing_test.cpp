@@ -451,7 +451,7 @@ TEST_P(FinishingTest, ACancelIsHeardWhileTheLinksAreRead) {
   EXPECT_EQ(log(), Lines{"Finishing Node Attribute..."});
 }
 
-TEST_P(FinishingTest, ACancelIsHeardWhileManyRecordsAreFinished) {
+TEST_P(FinishingTest, ACancelOrARefusedReadIsHeardWhileManyRecordsAreFinished) {
   constexpr int kCount = 70000;
   std::string node_links, node_names, link_names, store, index;
   for (int i = 0; i < kCount; ++i) {
@@ -475,9 +475,14 @@ TEST_P(FinishingTest, ACancelIsHeardWhileManyRecordsAreFinished) {
   const auto cancelled = [&](auto run) {
     return CancelAtEach(platform::Operation::kRead, 1, prepare, run, log());
   };
-  EXPECT_GT(cancelled([&] { return FinishAttributes(); }), 0);
-  EXPECT_GT(cancelled([&] { return FinishNodeNames(); }), 0);
-  EXPECT_GT(cancelled([&] { return FinishLinkNames(); }), 0);
+  const std::function<int()> steps[] = {[&] { return FinishAttributes(); },
+                                        [&] { return FinishNodeNames(); },
+                                        [&] { return FinishLinkNames(); }};
+  for (const auto& step : steps) {
+    EXPECT_GT(cancelled(step), 0);
+    // Whatever cannot be read is reported.
+    EXPECT_FALSE(FailEach(platform::Operation::kRead, {.prepare = prepare, .run = step}).empty());
+  }
 }
 
 TEST_P(FinishingTest, ACancelledBuildFinishesNothing) {

@@ -327,6 +327,18 @@ TEST_F(OneWayLinksTest, ACancelWithinALongRunIsHeard) {
       Operation::kRead, 1, [&] { WriteInputs(); }, [&] { return RunOnly(); }, log());
   EXPECT_GT(failed, 2);
   EXPECT_TRUE(ReadBytes(folder_ / "mapcalc.dat") == calc);
+  // Whatever cannot be read is reported.
+  RunWithEachFault(
+      {Operation::kRead},
+      [&] {
+        WriteInputs();
+        ClearLog();
+      },
+      [&] { return RunOnly(); },
+      [&](int64_t read, int result) {
+        EXPECT_EQ(result, read == 0 ? 1 : 0);
+        EXPECT_EQ(Reports().size(), read == 0 ? 0u : 1u);
+      });
 }
 
 TEST_F(OneWayLinksTest, ACancelledRunWritesNothing) {
