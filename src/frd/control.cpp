@@ -81,15 +81,6 @@ int ReportError(WindowHandle owner, const char* title, const char* format, ...) 
   return BRN_ShowError(owner, message, title, platform::kErrorIcon);
 }
 
-int ReportTaskModal(WindowHandle owner, const char* title, const char* format, ...) {
-  char message[kMessageSize];
-  va_list arguments;
-  va_start(arguments, format);
-  FRD_FormatV(message, sizeof message, format, arguments);
-  va_end(arguments);
-  return BRN_ShowError(owner, message, title, platform::kErrorIcon | platform::kTaskModal);
-}
-
 int BRN_SetStatus(const char* text) {
   if (g_silent != 0) return 1;
   if (FRD_IsDialogOpen()) {

@@ -43,10 +43,6 @@ int BRN_ShowError(WindowHandle owner, const char* message, const char* title, un
 // Formats the message (at most 1,023 bytes) and reports it with the error icon.
 int ReportError(WindowHandle owner, const char* title, const char* format, ...) ZATLIB_PRINTF(3, 4);
 
-// The same with a task-modal box, as the steps of stage one show it.
-int ReportTaskModal(WindowHandle owner, const char* title, const char* format, ...)
-    ZATLIB_PRINTF(3, 4);
-
 // Shows a text in the status line (null: only pumps), pumps messages and sets the wait cursor.
 // Returns 1 to go on, 0 when the user has cancelled; always 1 in silent mode.
 int BRN_SetStatus(const char* text);

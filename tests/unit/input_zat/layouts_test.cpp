@@ -12,6 +12,13 @@ TEST(ZatLayoutsTest, ColumnsStandInTheirPlaces) {
   for (const SourceTable* table : zat::kTables) test::ExpectWellFormed(*table);
 }
 
+TEST(ValueRangeTest, HoldsItsEnds) {
+  EXPECT_TRUE(kSigned16.Holds(-32768));
+  EXPECT_TRUE(kSigned16.Holds(32767));
+  EXPECT_FALSE(kSigned16.Holds(-32769));
+  EXPECT_FALSE(kSigned16.Holds(32768));
+}
+
 // The columns that a line must reach; the ones behind them may be missing.
 TEST(ZatLayoutsTest, LinesMustReachTheseColumns) {
   EXPECT_EQ(zat::kNodes.Needed(), 4);
