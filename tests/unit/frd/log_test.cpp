@@ -318,6 +318,9 @@ TEST_F(LogTest, WhereNobodyMayWriteTheHostProgramsLogIsATemporaryFile) {
   const std::string name = program.substr(program.rfind('/') + 1);
   char path[kPathSize];
   const test::OrdinaryUser user;
+  if (::access(program.c_str(), F_OK) != 0) {
+    GTEST_SKIP() << "the program lies where an ordinary user sees nothing";
+  }
   const test::Environment temporary("TMPDIR", "/var/tmp");
   FRD_GetHostLogPath(path);
   EXPECT_EQ(path, "/var/tmp/" + name.substr(0, name.rfind('.')) + ".log");
