@@ -25,7 +25,6 @@ inline Outcome CancelledIf(bool cancelled) {
 // What a step failed at: the first half of an error's title.
 inline constexpr char kFileError[] = "File Error";
 inline constexpr char kMemoryError[] = "Memory Error";
-inline constexpr char kDataError[] = "Data Error";
 inline constexpr char kLogicError[] = "Logic Error";
 inline constexpr char kInternalLogicError[] = "Internal Logic Error";
 
