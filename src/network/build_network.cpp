@@ -3,8 +3,8 @@
 #include <initializer_list>
 
 #include "frd/cp932.h"
-#include "frd/files.h"
 #include "frd/log.h"
+#include "frd/record_file.h"
 #include "frd/step.h"
 #include "network/dummy_link_check.h"
 #include "network/network_data.h"
@@ -93,11 +93,6 @@ struct StoreCounts {
   }
 };
 
-template <typename Record>
-int64_t RecordsOf(const PathText& store) {
-  return static_cast<int64_t>(FileSize(store.c_str()) / sizeof(Record));
-}
-
 void LogCase(char name, const StoreCounts& stores, uint64_t bytes) {
   LogBuild("CASE %c: NumNode=%ld NumLink=%ld AllocMem=%.1lfMB", name, ShownAs<long>(stores.nodes),
            ShownAs<long>(stores.links), Megabytes(bytes));
@@ -149,8 +144,9 @@ int ChooseByTrial(WindowHandle owner, const char* control_file) {
       "Paging=%.1lfMB",
       Megabytes(memory.total_physical), Megabytes(memory.available_physical),
       Megabytes(memory.total_paging), Megabytes(memory.available_paging));
-  const StoreCounts stores = {RecordsOf<NodeStoreRecord>(OutputPath(control_file, kNodeStoreFile)),
-                              RecordsOf<LinkStoreRecord>(OutputPath(control_file, kLinkStoreFile))};
+  const StoreCounts stores = {
+      CountRecords(OutputPath(control_file, kNodeStoreFile).c_str(), sizeof(NodeStoreRecord)),
+      CountRecords(OutputPath(control_file, kLinkStoreFile).c_str(), sizeof(LinkStoreRecord))};
   uint64_t sum = 0;
   if (!Fits<FileSteps>(stores, 3 * stores.nodes, "AB", &sum)) {
     ReportError(owner, "Memory Error in Building Road Networks",
