@@ -8,6 +8,7 @@
 
 #include "frd/line_source.h"
 #include "frd/lines.h"
+#include "records.h"
 #include "test_support.h"
 
 namespace zatlib::test {
@@ -63,5 +64,19 @@ void ExpectRecord(const std::string& line, const std::string& bytes, Read read) 
     EXPECT_EQ(std::string(reinterpret_cast<const char*>(&record), sizeof record), bytes);
   }
 }
+
+// Tests of the columns of a layout, one for each code length.
+class ColumnsTest : public ::testing::TestWithParam<int> {
+ protected:
+  // A reader that takes the code length, or default speeds too.
+  template <typename Reader, typename... More>
+  auto With(Reader reader, More... more) const {
+    return [this, reader, more...](zatlib::Lines& lines, auto* record) {
+      return reader(lines, record, form_.length, more...);
+    };
+  }
+
+  CodeForm form_{GetParam()};
+};
 
 }  // namespace zatlib::test

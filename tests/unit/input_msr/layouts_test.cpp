@@ -21,21 +21,13 @@ TEST(MsrLayoutsTest, LinesMustReachTheseColumns) {
 }
 
 // Every column of every table, in quotes, with many digits and with others behind them.
-class MsrColumnsTest : public ::testing::TestWithParam<int> {
+class MsrColumnsTest : public test::ColumnsTest {
  protected:
-  test::CodeForm form_{GetParam()};
   // A number within an area.
   int64_t Code(int area, int number) const {
     return area * (form_.length == 14 ? 1000000000000 : 10000000000000000) + number;
   }
   std::string Bytes(int area, int number) const { return form_.Code(Code(area, number)); }
-  // A reader that takes the code length, or default speeds too.
-  template <typename Reader, typename... More>
-  auto With(Reader reader, More... more) const {
-    return [this, reader, more...](Lines& lines, auto* record) {
-      return reader(lines, record, form_.length, more...);
-    };
-  }
 };
 
 INSTANTIATE_TEST_SUITE_P(CodeLengths, MsrColumnsTest, ::testing::Values(14, 18));

@@ -32,18 +32,10 @@ TEST(ZatLayoutsTest, LinesMustReachTheseColumns) {
 }
 
 // Every column of every table, in quotes, with many digits and with others behind them.
-class ZatColumnsTest : public ::testing::TestWithParam<int> {
+class ZatColumnsTest : public test::ColumnsTest {
  protected:
-  test::CodeForm form_{GetParam()};
   std::string Name(int64_t code, int link_number, int node_value) const {
     return test::NameBytes{form_.Code(code), "Name", link_number, node_value};
-  }
-  // A reader that takes the code length, or default speeds too.
-  template <typename Reader, typename... More>
-  auto With(Reader reader, More... more) const {
-    return [this, reader, more...](Lines& lines, auto* record) {
-      return reader(lines, record, form_.length, more...);
-    };
   }
 };
 
