@@ -2,20 +2,20 @@
 #include <cinttypes>
 #include <cstdio>
 #include <memory>
-#include <new>
 #include <string>
 
-#include "check/control.h"
 #include "check/findings.h"
-#include "check/rows.h"
+#include "check/report_text.h"
+#include "check/run.h"
 #include "commands.h"
 #include "shell/output.h"
 
 namespace zatmap {
 namespace {
 
-using check::Control;
+using check::CountsText;
 using check::Finding;
+using check::FindingLine;
 using check::Findings;
 using check::InfoOf;
 using check::KindInfo;
@@ -34,33 +34,14 @@ struct CheckOptions {
 // A text of the sources for people.
 std::string Clean(const std::string& source) { return CleanText(source, Unclean::kHex); }
 
-std::string MessageOf(const Finding& finding) {
-  const KindInfo& info = InfoOf(finding.kind);
-  std::string message = std::string(info.text) + ": " + Clean(finding.detail) + "; " + info.advice;
-  if (finding.place.line > 0 && finding.place.line != finding.place.record) {
-    message += " (line " + std::to_string(finding.place.line) + ")";
-  }
-  return message;
-}
-
-std::string Counted(int64_t count, const char* what) {
-  return std::to_string(count) + " " + what + (count == 1 ? "" : "s");
-}
-
 void PrintText(const Findings& findings) {
   for (const Finding& finding : findings.Sorted()) {
-    const KindInfo& info = InfoOf(finding.kind);
-    std::printf("%s:%" PRId64 ": %d: %s: %s [%s]\n",
-                Clean(findings.PathOf(finding.place.file)).c_str(), finding.place.record,
-                finding.place.column, SeverityText(info.severity), MessageOf(finding).c_str(),
-                info.id);
+    std::printf("%s\n", FindingLine(findings, finding).c_str());
   }
 }
 
 void PrintSummary(const Findings& findings, int64_t max_per_kind) {
-  const int64_t errors = findings.count(Severity::kError);
-  const int64_t warnings = findings.count(Severity::kWarning);
-  std::printf("%s, %s\n", Counted(errors, "error").c_str(), Counted(warnings, "warning").c_str());
+  std::printf("%s\n", CountsText(findings).c_str());
   for (const Severity severity : {Severity::kError, Severity::kWarning}) {
     for (const KindInfo& info : Kinds()) {
       const int64_t count = findings.count(info.kind);
@@ -127,17 +108,11 @@ int RunCheck(const CheckOptions& options) {
     std::fprintf(stderr, "zatmap: check needs a control file: zatmap check control.ini\n");
     return kExitUsage;
   }
-  Findings findings(options.max_per_kind);
-  try {
-    Control control(findings, options.control_file, options.msr);
-    if (control.Check()) {
-      if (control.msr()) {
-        check::CheckMsr(control, options.shape_limit);
-      } else {
-        check::CheckZat(control, options.shape_limit);
-      }
-    }
-  } catch (const std::bad_alloc&) {
+  const Findings findings = check::RunChecks({.control_file = options.control_file,
+                                              .msr = options.msr,
+                                              .max_per_kind = options.max_per_kind,
+                                              .shape_limit = options.shape_limit});
+  if (!findings.complete()) {
     std::fprintf(stderr, "zatmap: there is not enough memory for the check.\n");
     return kExitFailed;
   }

@@ -11,6 +11,13 @@ class Findings : public FindingList<Kind> {
   // At most `max_per_kind` findings of a kind are kept (0: all).
   explicit Findings(int64_t max_per_kind)
       : FindingList(Kinds(), max_per_kind, Ties::kByKind, zatlib::kMessageSize) {}
+
+  // False when memory ran out before everything was looked at.
+  bool complete() const { return complete_; }
+  void SetIncomplete() { complete_ = false; }
+
+ private:
+  bool complete_ = true;
 };
 using Finding = Findings::Finding;
 

@@ -1,0 +1,25 @@
+// The whole check of a control file in one call.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "check/findings.h"
+
+namespace zatmap::check {
+
+inline constexpr int64_t kShown = 100;  // findings that are shown unless somebody wants others
+
+struct RunOptions {
+  std::string control_file;         // as the user wrote it
+  bool msr = false;                 // the MSR layout, whatever [SYSTEM] FORMAT says
+  int64_t max_per_kind = kShown;    // findings kept of a kind (0: all); all of them are counted
+  int64_t shape_limit = INT32_MAX;  // bytes of all shapes; a test sets a smaller one
+};
+
+// Reads everything that a build of the control file would read and returns what is wrong with it.
+// Prints and writes nothing but a progress line on a terminal. Nothing is thrown: when memory runs
+// out, the findings up to there come back and complete() is false.
+Findings RunChecks(const RunOptions& options);
+
+}  // namespace zatmap::check
