@@ -51,6 +51,28 @@ struct CheckedLink {
   uint16_t speed_a = 0;
   uint16_t speed_b = 0;
   uint8_t marks = 0;
+  float shape_length = 0;    // metres along its shape, 0 without one
+  float swapped_length = 0;  // the same if longitude and latitude were exchanged
+};
+
+// A row of prohibited turns whose node and links are there, of whatever kind.
+struct CheckedTurn {
+  int32_t node;  // places in the arrays
+  int32_t in_link;
+  int32_t out_link;
+  int32_t kind;
+  uint32_t file;
+  uint32_t record;
+};
+
+// A row of one-way links whose link and nodes fit. It closes the link from A to B, from B to A, in
+// both directions or in none.
+struct CheckedOneWay {
+  int32_t link;
+  bool closes_a;
+  bool closes_b;
+  uint32_t file;
+  uint32_t record;
 };
 
 inline constexpr uint8_t kListedAtA = 0x01;
@@ -79,6 +101,8 @@ class Network {
 
   std::vector<CheckedNode> nodes;
   std::vector<CheckedLink> links;
+  std::vector<CheckedTurn> turns;  // in the order of their files
+  std::vector<CheckedOneWay> one_ways;
   bool nodes_whole = true;  // every node file could be read
   bool links_whole = true;
 

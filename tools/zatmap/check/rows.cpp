@@ -127,16 +127,22 @@ void CheckNameRow(const Source& source, const Row& row, bool known, int code_col
   CheckName(source, row, name_column);
 }
 
-void CheckTurn(const Source& source, const Row& row, const Network& network, const TurnCodes& turn,
+void CheckTurn(const Source& source, const Row& row, Network& network, const TurnCodes& turn,
                const TurnColumns& columns) {
   Findings& findings = source.findings();
   const int32_t kind = CheckedNumber(source, row, columns.kind);
+  const CheckedTurn taken = {network.FindNode(turn.node),
+                             network.FindLink(turn.links[0]),
+                             network.FindLink(turn.links[1]),
+                             kind,
+                             source.file(),
+                             static_cast<uint32_t>(source.line())};
+  if (taken.node >= 0 && taken.in_link >= 0 && taken.out_link >= 0) network.turns.push_back(taken);
   if (static_cast<uint16_t>(kind) != kProhibited) {
     findings.Add(Kind::kRuleKind, source.Here(columns.kind.number), "kind %d", kind);
     return;
   }
-  const int32_t at = network.FindNode(turn.node);
-  if (at < 0) {
+  if (taken.node < 0) {
     if (network.nodes_whole) {
       findings.Add(Kind::kRuleUnknown, source.Here(columns.node), "node %.*s",
                    Size(row[columns.node]), row[columns.node].data());
@@ -146,7 +152,7 @@ void CheckTurn(const Source& source, const Row& row, const Network& network, con
   bool parallel = false;
   for (int i = 0; i < 2; ++i) {
     const int column = columns.links[i];
-    const int32_t found = network.FindLink(turn.links[i]);
+    const int32_t found = i == 0 ? taken.in_link : taken.out_link;
     if (found < 0) {
       if (network.links_whole) {
         findings.Add(Kind::kRuleUnknown, source.Here(column), "link %.*s", Size(row[column]),

@@ -70,7 +70,7 @@ bool IsHeaderRow(const Source& source, const Row& row, int column = kFirstColumn
 void CheckNameRow(const Source& source, const Row& row, bool known, int code_column,
                   int name_column);
 
-// A prohibited turn, where it stands in its row, and what it refers to.
+// A prohibited turn: what it refers to, and where that stands in its row.
 struct TurnCodes {
   zatlib::FeatureCode node;
   zatlib::FeatureCode links[2];  // the arriving and the leaving one
@@ -80,7 +80,9 @@ struct TurnColumns {
   int links[2];
   const zatlib::SourceColumn& kind;
 };
-void CheckTurn(const Source& source, const Row& row, const Network& network, const TurnCodes& turn,
+
+// Findings for what a row of prohibited turns refers to; the network receives the turn.
+void CheckTurn(const Source& source, const Row& row, Network& network, const TurnCodes& turn,
                const TurnColumns& columns);
 
 // Runs every record of a file that is open through `take(source, row)`. Returns their number.

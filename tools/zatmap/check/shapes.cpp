@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdlib>
 
+#include "check/distance.h"
 #include "check/source.h"
 #include "input_zat/layouts.h"
 #include "shape/shape_access.h"
@@ -40,6 +41,8 @@ void ShapeChecker::Begin(FeatureCode code, Place place) {
   place_ = place;
   points_ = 0;
   reported_far_ = false;
+  length_ = 0;
+  swapped_length_ = 0;
   ++shapes_;
 }
 
@@ -47,6 +50,9 @@ void ShapeChecker::Point(Place here, int32_t x, int32_t y) {
   if (points_++ == 0) {
     first_x_ = x;
     first_y_ = y;
+  } else {
+    length_ += Metres(last_x_, last_y_, x, y);
+    swapped_length_ += Metres(last_y_, last_x_, y, x);
   }
   last_x_ = x;
   last_y_ = y;
@@ -100,6 +106,8 @@ void ShapeChecker::End() {
     findings.Add(Kind::kShapeTwice, place_.At(1), "link %s", network_.TextOf(code_).c_str());
   }
   link.marks |= kHasShape;
+  link.shape_length = static_cast<float>(length_);
+  link.swapped_length = static_cast<float>(swapped_length_);
   CheckEnds(link);
 }
 

@@ -43,6 +43,8 @@ class ShapeChecker {
   Place place_;
   int64_t points_ = 0;
   bool reported_far_ = false;
+  double length_ = 0;  // metres
+  double swapped_length_ = 0;
   int32_t first_x_ = 0;
   int32_t first_y_ = 0;
   int32_t last_x_ = 0;

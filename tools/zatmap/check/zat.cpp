@@ -333,6 +333,10 @@ void ZatCheck::OneWayRow(const Source& source, const Row& row) {
       ReportRow(Kind::kRuleUnknown, source, row, kNodes[i], "node ");
     }
   }
+  const bool exchanged = known && !(nodes[0] == link.node_a && nodes[1] == link.node_b);
+  network.one_ways.push_back({found, flags[exchanged ? 1 : 0] == kProhibited,
+                              flags[exchanged ? 0 : 1] == kProhibited, source.file(),
+                              static_cast<uint32_t>(source.line())});
   if (flags[0] != kProhibited && flags[1] != kProhibited) return;
   if (link.node_a == link.node_b) {
     ReportRow(Kind::kOneWayLoop, source, row, OneWay::kLink, "link ");
