@@ -5,7 +5,7 @@
 
 Records are the layouts of files and what belongs to them: network/workstore/, shape/, and single
 headers of stages. A stage never includes another stage; map/, which reads a map that was built,
-stands beside the stages and includes none of them. Only the two back ends of platform/ include
+stands beside the stages and includes none of them. Only the back ends of platform/ include
 headers of an operating system. Walks src/ and tools/ of the folder given and prints every arrow that is wrong;
 the exit status is 0 when there is none. With --self-test it shows wrong arrows to itself first.
 """
@@ -33,7 +33,8 @@ LAYERS = [
 # What one stage may use of another: the road definition file is the same for both input formats.
 STAGE_EXCEPTIONS = {("src/input_msr/", "src/input_zat/road_definition.h")}
 
-BACK_ENDS = ["src/platform/posix/", "src/platform/win32/"]
+BACK_ENDS = ["src/platform/posix/", "src/platform/win32/", "tools/zatmap/platform/posix/",
+             "tools/zatmap/platform/win32/"]
 
 # Headers in angle brackets that are no operating system's: the C++ standard library has no
 # extension, the C library these names.

@@ -88,6 +88,7 @@ NO_PROGRAM = {
     "libclang-rt-14-dev": "libraries that clang links",
     "libcli11-dev": "headers",
     "libjs-leaflet": "part of a page",
+    "libssl-dev": "headers and the library of hashes",
     "locales": "data of localedef",
     "nlohmann-json3-dev": "headers",
 }
