@@ -154,7 +154,7 @@ def self_test():
         ("src/frd/log.h", "<string>", False),
         ("src/frd/log.h", "<stdint.h>", False),
         ("src/platform/float_mode.cpp", "<xmmintrin.h>", False),
-        ("tools/zatmap/main.cpp", "<CLI/CLI.hpp>", False),
+        ("tools/zatmap/shell/command_line.cpp", "<CLI/CLI.hpp>", False),
         ("tools/zatmap/main.cpp", '"zatlib.h"', False),
         ("src/platform/file.h", '"frd/text.h"', True),
         ("src/frd/log.cpp", '"network/workstore/feature_code.h"', True),

@@ -108,10 +108,10 @@ class Usage(ZatmapTest):
         self.assertFalse(os.path.exists(self.path("data")), "nothing was built")
 
     def test_nothing(self):
-        self.wrong(names="subcommand")
+        self.wrong(names="a command is missing")
 
     def test_unknown_command(self):
-        self.wrong("bild", "control.ini", names="subcommand")
+        self.wrong("bild", "control.ini", names="there is no command bild; did you mean build?")
 
     def test_unknown_option(self):
         self.wrong("build", "--fast", self.control(), names="--fast")

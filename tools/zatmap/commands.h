@@ -1,26 +1,18 @@
-// The subcommands of zatmap, and the exit status that they share.
+// The subcommands of zatmap.
 #pragma once
 
-#include <CLI/CLI.hpp>
+#include "shell/command_line.h"
 
 namespace zatmap {
 
-inline constexpr int kExitDone = 0;
-inline constexpr int kExitFailed = 1;
-inline constexpr int kExitUsage = 2;
-
-// Adds `zatmap build`; when it is chosen, `*exit_status` receives the program's.
-void AddBuildCommand(CLI::App& app, int* exit_status);
-
-// The same for `zatmap check`, which looks at the data before a build.
-void AddCheckCommand(CLI::App& app, int* exit_status);
-
-// The same for the subcommands that look at a map.
-void AddInfoCommand(CLI::App& app, int* exit_status);
-void AddVerifyCommand(CLI::App& app, int* exit_status);
-void AddDumpCommand(CLI::App& app, int* exit_status);
-void AddRouteCommand(CLI::App& app, int* exit_status);
-void AddViewCommand(CLI::App& app, int* exit_status);
-void AddExportCommand(CLI::App& app, int* exit_status);
+// Each declares its options and what runs it.
+Command BuildCommand();
+Command CheckCommand();
+Command InfoCommand();
+Command VerifyCommand();
+Command DumpCommand();
+Command RouteCommand();
+Command ViewCommand();
+Command ExportCommand();
 
 }  // namespace zatmap

@@ -136,21 +136,26 @@ int RunBuild(const BuildOptions& options) {
 
 }  // namespace
 
-void AddBuildCommand(CLI::App& app, int* exit_status) {
+Command BuildCommand() {
   const auto options = std::make_shared<BuildOptions>();
-  CLI::App* command = app.add_subcommand("build", "Build the map that a control file describes");
-  command->add_option("CONTROL.INI", options->control_file, "Control file (INI)")->required();
-  command
-      ->add_option("--stage", options->stage,
-                   "all (default), one: source files to work stores, two: work stores to map")
-      ->check(CLI::IsMember({"all", "one", "two"}));
-  command->add_flag("--msr", options->msr,
-                    "The data are in the MSR layout, whatever [SYSTEM] FORMAT says");
-  command->footer(
-      "Relative paths in the control file count from the current folder. The output folder\n"
-      "([FOLDER] CALCMAPDIR) must exist. Ctrl-C cancels unless the control file says "
-      "SILENTMODE=1.");
-  command->callback([options, exit_status] { *exit_status = RunBuild(*options); });
+  return {.name = "build",
+          .summary = "Build the map that a control file describes",
+          .arguments = {ControlFileArgument(&options->control_file)},
+          .options = {{.names = "--stage",
+                       .help = "What to do; one: source files to work stores, two: work stores to "
+                               "map",
+                       .value = &options->stage,
+                       .type = "STAGE",
+                       .choices = {"all", "one", "two"}},
+                      MsrOption(&options->msr)},
+          .notes =
+              "Relative paths in the control file count from the current folder. The output "
+              "folder\n([FOLDER] CALCMAPDIR) must exist. Ctrl-C cancels unless the control "
+              "file says SILENTMODE=1.",
+          .examples = {{"zatmap build control.ini", ""}},
+          .done = "the map is built",
+          .failed = "failed or cancelled",
+          .run = [options] { return RunBuild(*options); }};
 }
 
 }  // namespace zatmap

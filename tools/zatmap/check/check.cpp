@@ -127,29 +127,37 @@ int RunCheck(const CheckOptions& options) {
 
 }  // namespace
 
-void AddCheckCommand(CLI::App& app, int* exit_status) {
+Command CheckCommand() {
   const auto options = std::make_shared<CheckOptions>();
-  CLI::App* command =
-      app.add_subcommand("check", "Look for faults in the data that a control file names");
-  command->add_option("CONTROL.INI", options->control_file, "Control file (INI)");
-  command->add_flag("--json", options->json, "Print the findings as JSON");
-  command
-      ->add_option("--max", options->max_per_kind,
-                   "Show at most N findings of a kind (default 1000, 0 = all)")
-      ->type_name("N")
-      ->check(CLI::NonNegativeNumber);
-  command->add_flag("--strict", options->strict, "Exit with 1 for warnings too");
-  command->add_flag("--msr", options->msr,
-                    "The data are in the MSR layout, whatever [SYSTEM] FORMAT says");
-  command->add_flag("--kinds", options->kinds, "List the kinds of findings and read nothing");
-  command->add_option("--shape-limit", options->shape_limit)->group("");
-  command->footer(
-      "A finding reads  file:record: column: severity: what is wrong and what to do [kind].\n"
-      "Record and column count from 1; 0 is the whole file or record. In MIF files a record is an\n"
-      "object, in files of link shapes a block; their line stands behind the text.\n"
-      "Exit status: 0 no errors, 1 errors (with --strict also warnings), 2 wrong usage.\n"
-      "Example: zatmap check --max 20 control.ini");
-  command->callback([options, exit_status] { *exit_status = RunCheck(*options); });
+  Argument control_file = ControlFileArgument(&options->control_file);
+  control_file.required = false;
+  return {.name = "check",
+          .summary = "Look for faults in the data that a control file names",
+          .arguments = {control_file},
+          .options = {JsonOption(&options->json, "Print the findings as JSON"),
+                      {.names = "--max",
+                       .help = "Show at most N findings of a kind, 0 all",
+                       .value = &options->max_per_kind,
+                       .type = "N"},
+                      StrictOption(&options->strict),
+                      MsrOption(&options->msr),
+                      {.names = "--kinds",
+                       .help = "List the kinds of findings and read nothing",
+                       .value = &options->kinds},
+                      {.names = "--shape-limit",
+                       .help = "Bytes that the shapes may take",
+                       .value = &options->shape_limit,
+                       .type = "BYTES",
+                       .hidden = true}},
+          .notes =
+              "A finding reads  file:record: column: severity: what is wrong and what to do "
+              "[kind].\nRecord and column count from 1; 0 is the whole file or record. In MIF "
+              "files a record is an\nobject, in files of link shapes a block; their line "
+              "stands behind the text.",
+          .examples = {{"zatmap check --max 20 control.ini", ""}},
+          .done = "no errors",
+          .failed = "errors (with --strict also warnings)",
+          .run = [options] { return RunCheck(*options); }};
 }
 
 }  // namespace zatmap

@@ -1,17 +1,15 @@
-// Names and values of a control file as words: what is probably meant, and what is a number.
+// Names and values of a control file as words: what they are made of, and what is a number.
 #pragma once
 
 #include <string>
 #include <string_view>
-#include <vector>
+
+#include "shell/likely.h"
 
 namespace zatmap::check {
 
 // The text with capital letters (of ASCII).
 std::string Upper(std::string_view text);
-
-// The word of a list that is probably meant, "" when none is near.
-std::string Likely(const std::string& word, const std::vector<std::string>& words);
 
 // A key with its number taken off: "FILE03" is "FILE#". `*number` is -1 without one.
 std::string Stem(const std::string& key, int* number);

@@ -334,31 +334,57 @@ int RunDump(const DumpOptions& options) {
   return DumpRecords(map, *layout, selection, form);
 }
 
+// What chooses records: one of them at most.
+std::vector<Option> SelectionOptions(DumpOptions* options) {
+  return {{.names = "--code",
+           .help = "Only the record of this node or link; in work stores every record that holds "
+                   "the code",
+           .value = &options->code,
+           .type = "CODE",
+           .excludes = {"--record", "--range"}},
+          {.names = "--record",
+           .help = "Only this record, from 0",
+           .value = &options->record,
+           .type = "N",
+           .excludes = {"--range"}},
+          {.names = "--range",
+           .help = "Only records A to B, like 0..99",
+           .value = &options->range,
+           .type = "A..B"}};
+}
+
+std::vector<std::string> FileNames() {
+  std::vector<std::string> names;
+  for (const FileLayout& layout : FileLayouts()) names.push_back(layout.name);
+  for (const char* text : TextFiles()) names.push_back(text);
+  return names;
+}
+
 }  // namespace
 
-void AddDumpCommand(CLI::App& app, int* exit_status) {
+Command DumpCommand() {
   const auto options = std::make_shared<DumpOptions>();
-  CLI::App* command = app.add_subcommand("dump", "Print the records of a file of a map");
-  command->add_option("DIR", options->folder, "Folder of the map")->required();
-  command->add_option("FILE", options->file, "File of it: mapcalc.dat, link.idx, nodestr.~wk ...")
-      ->required();
-  CLI::Option* code = command->add_option(
-      "--code", options->code,
-      "Only the record of this node or link; in work stores every record that holds the code");
-  CLI::Option* record = command->add_option("--record", options->record, "Only this record, from 0")
-                            ->check(CLI::NonNegativeNumber);
-  CLI::Option* range =
-      command->add_option("--range", options->range, "Only records A to B, like 0..99");
-  code->excludes(record)->excludes(range);
-  record->excludes(range);
-  CLI::Option* csv = command->add_flag("--csv", options->csv, "Comma-separated values");
-  command->add_flag("--json", options->json, "A JSON array of objects")->excludes(csv);
-  command->add_flag("--fields", options->fields,
-                    "Print the fields of the file's records instead: offset, width, count, type");
-  command->footer(
-      "Codes and names are texts, coordinates degrees. Names come out in UTF-8.\n"
-      "Example: zatmap dump out mapcalc.dat --code 10000010000001 --json");
-  command->callback([options, exit_status] { *exit_status = RunDump(*options); });
+  std::vector<Option> all = SelectionOptions(options.get());
+  all.push_back({.names = "--csv", .help = "Comma-separated values", .value = &options->csv});
+  Option json = JsonOption(&options->json, "A JSON array of objects");
+  json.excludes = {"--csv"};
+  all.push_back(json);
+  all.push_back({.names = "--fields",
+                 .help = "Print the fields of the file's records instead: offset, width, count, "
+                         "type",
+                 .value = &options->fields});
+  return {.name = "dump",
+          .summary = "Print the records of a file of a map",
+          .arguments = {MapArgument(&options->folder),
+                        {.name = "FILE",
+                         .help = "File of it: mapcalc.dat, link.idx, nodestr.~wk ...",
+                         .value = &options->file,
+                         .completes = Completes::kChoices,
+                         .choices = FileNames()}},
+          .options = all,
+          .notes = "Codes and names are texts, coordinates degrees. Names come out in UTF-8.",
+          .examples = {{"zatmap dump out mapcalc.dat --code 10000010000001 --json", ""}},
+          .run = [options] { return RunDump(*options); }};
 }
 
 }  // namespace zatmap

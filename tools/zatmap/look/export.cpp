@@ -113,17 +113,21 @@ int RunExport(const ExportOptions& options) {
 
 }  // namespace
 
-void AddExportCommand(CLI::App& app, int* exit_status) {
+Command ExportCommand() {
   const auto options = std::make_shared<ExportOptions>();
-  CLI::App* command = app.add_subcommand("export", "Write a map for GIS programs");
-  command->add_option("DIR", options->folder, "Folder of the map")->required();
-  command->add_flag("--geojson", options->geojson, "As GeoJSON");
-  command->add_option("--layer", options->layer, "links (default): lines; nodes: points")
-      ->check(CLI::IsMember({"links", "nodes"}));
-  command->add_option("-o", options->file, "File to write; standard output without it");
-  command->add_option("--bbox", options->bounds, "Only what lies in WEST,SOUTH,EAST,NORTH");
-  command->footer("Example: zatmap export out --geojson -o links.geojson");
-  command->callback([options, exit_status] { *exit_status = RunExport(*options); });
+  return {.name = "export",
+          .summary = "Write a map for GIS programs",
+          .arguments = {MapArgument(&options->folder)},
+          .options = {{.names = "--geojson", .help = "As GeoJSON", .value = &options->geojson},
+                      {.names = "--layer",
+                       .help = "links as lines or nodes as points",
+                       .value = &options->layer,
+                       .type = "LAYER",
+                       .choices = {"links", "nodes"}},
+                      OutputOption(&options->file, "File to write; standard output without it"),
+                      BoundsOption(&options->bounds)},
+          .examples = {{"zatmap export out --geojson -o links.geojson", ""}},
+          .run = [options] { return RunExport(*options); }};
 }
 
 }  // namespace zatmap

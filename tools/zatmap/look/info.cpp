@@ -33,7 +33,7 @@ using zatlib::map::RecordReader;
 struct InfoOptions {
   std::string folder;
   bool json = false;
-  bool components = true;
+  bool no_components = false;
 };
 
 constexpr const char* kFlagNames[] = {"toll_or_highway",   "pay_road",       "ferry",
@@ -352,7 +352,7 @@ int RunInfo(const InfoOptions& options) {
   LookAtNodes(map, &facts);
   LookAtShapes(map, &facts);
   Json all = Report(map, facts);
-  if (options.components) {
+  if (!options.no_components) {
     Graph graph;
     if (!LoadGraph(map, &graph)) return kExitFailed;
     TerminalProgress progress("info: components");
@@ -374,15 +374,18 @@ int RunInfo(const InfoOptions& options) {
 
 }  // namespace
 
-void AddInfoCommand(CLI::App& app, int* exit_status) {
+Command InfoCommand() {
   const auto options = std::make_shared<InfoOptions>();
-  CLI::App* command = app.add_subcommand("info", "Tell what a map holds");
-  command->add_option("DIR", options->folder, "Folder of the map")->required();
-  command->add_flag("--json", options->json, "One JSON object");
-  command->add_flag("!--no-components", options->components,
-                    "Leave out the components, which need 200 bytes of memory a node");
-  command->footer("docs/zatmap.md explains each line.\nExample: zatmap info out");
-  command->callback([options, exit_status] { *exit_status = RunInfo(*options); });
+  return {.name = "info",
+          .summary = "Tell what a map holds",
+          .arguments = {MapArgument(&options->folder)},
+          .options = {JsonOption(&options->json),
+                      {.names = "--no-components",
+                       .help = "Leave out the components, which need 200 bytes of memory a node",
+                       .value = &options->no_components}},
+          .notes = "docs/zatmap.md explains each line.",
+          .examples = {{"zatmap info out", ""}},
+          .run = [options] { return RunInfo(*options); }};
 }
 
 }  // namespace zatmap

@@ -157,21 +157,26 @@ int RunRoute(const RouteOptions& options) {
 
 }  // namespace
 
-void AddRouteCommand(CLI::App& app, int* exit_status) {
+Command RouteCommand() {
   const auto options = std::make_shared<RouteOptions>();
-  CLI::App* command = app.add_subcommand("route", "Find the cheapest route between two nodes");
-  command->add_option("DIR", options->folder, "Folder of the map")->required();
-  command->add_option("FROM", options->from, "Node code, or LON,LAT for the nearest node")
-      ->required();
-  command->add_option("TO", options->to, "The same")->required();
-  CLI::Option* json = command->add_flag("--json", options->json, "One JSON object");
-  command->add_flag("--geojson", options->geojson, "GeoJSON with the line of the route")
-      ->excludes(json);
-  command->footer(
-      "A way to try a map: prohibited turns and closed connections (cost 65535) are obeyed,\n"
-      "right-turn weights are not. Exit status 1 when there is no route.\n"
-      "Example: zatmap route out 10000010000001 7.4215,43.7302");
-  command->callback([options, exit_status] { *exit_status = RunRoute(*options); });
+  return {.name = "route",
+          .summary = "Find the cheapest route between two nodes",
+          .arguments = {MapArgument(&options->folder),
+                        {.name = "FROM",
+                         .help = "Node code, or LON,LAT for the nearest node",
+                         .value = &options->from},
+                        {.name = "TO", .help = "The same", .value = &options->to}},
+          .options = {JsonOption(&options->json),
+                      {.names = "--geojson",
+                       .help = "GeoJSON with the line of the route",
+                       .value = &options->geojson,
+                       .excludes = {"--json"}}},
+          .notes =
+              "A way to try a map: prohibited turns and closed connections (cost 65535) are "
+              "obeyed,\nright-turn weights are not.",
+          .examples = {{"zatmap route out 10000010000001 7.4215,43.7302", ""}},
+          .failed = "failed, or there is no route",
+          .run = [options] { return RunRoute(*options); }};
 }
 
 }  // namespace zatmap

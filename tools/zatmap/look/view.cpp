@@ -276,17 +276,19 @@ int RunView(const ViewOptions& options) {
 
 }  // namespace
 
-void AddViewCommand(CLI::App& app, int* exit_status) {
+Command ViewCommand() {
   const auto options = std::make_shared<ViewOptions>();
-  CLI::App* command = app.add_subcommand("view", "Write a map as one page for a browser");
-  command->add_option("DIR", options->folder, "Folder of the map")->required();
-  command->add_option("-o", options->file, "The page to write")->required();
-  command->add_option("--bbox", options->bounds, "Only what lies in WEST,SOUTH,EAST,NORTH");
-  command->footer(
-      "The page needs no network. #node=CODE, #link=CODE and #route=CODE,CODE behind its address\n"
-      "open it at that thing.\n"
-      "Example: zatmap view out -o map.html --bbox 7.41,43.72,7.43,43.74");
-  command->callback([options, exit_status] { *exit_status = RunView(*options); });
+  Option page = OutputOption(&options->file, "The page to write");
+  page.required = true;
+  return {.name = "view",
+          .summary = "Write a map as one page for a browser",
+          .arguments = {MapArgument(&options->folder)},
+          .options = {page, BoundsOption(&options->bounds)},
+          .notes =
+              "The page needs no network. #node=CODE, #link=CODE and #route=CODE,CODE behind "
+              "its address\nopen it at that thing.",
+          .examples = {{"zatmap view out -o map.html --bbox 7.41,43.72,7.43,43.74", ""}},
+          .run = [options] { return RunView(*options); }};
 }
 
 }  // namespace zatmap

@@ -18,7 +18,7 @@ using verify::Totals;
 
 struct VerifyOptions {
   std::string folder;
-  uint64_t max = 100;
+  int64_t max = 100;
   bool json = false;
   bool strict = false;
 };
@@ -48,7 +48,7 @@ void PrintObject(const VerifyOptions& options, const MapFolder& map, const Findi
   all["summary"] = std::move(summary);
   Json list = Json::array();
   for (const Findings::Finding& finding : findings.Sorted()) {
-    if (list.size() >= options.max) break;
+    if (std::ssize(list) >= options.max) break;
     const Place& place = finding.place;
     const auto& info = findings.InfoOf(finding.kind);
     Json entry = {{"file", findings.PathOf(place.file)}};
@@ -73,7 +73,7 @@ std::string PlaceText(const Findings& findings, const Place& place) {
 
 void PrintText(const VerifyOptions& options, const MapFolder& map, const Findings& findings,
                const Totals& totals) {
-  uint64_t printed = 0;
+  int64_t printed = 0;
   for (const Findings::Finding& finding : findings.Sorted()) {
     if (printed >= options.max) break;
     ++printed;
@@ -83,7 +83,7 @@ void PrintText(const VerifyOptions& options, const MapFolder& map, const Finding
   }
   const int64_t errors = findings.count(Severity::kError);
   const int64_t warnings = findings.count(Severity::kWarning);
-  const int64_t more = errors + warnings - static_cast<int64_t>(printed);
+  const int64_t more = errors + warnings - printed;
   if (more > 0) std::printf("%" PRId64 " findings more; --max shows them.\n", more);
   for (const auto& info : findings.kinds()) {
     const int64_t count = findings.count(info.kind);
@@ -115,7 +115,7 @@ void RunChecks(verify::Verifier& v) {
 int RunVerify(const VerifyOptions& options) {
   MapFolder map;
   if (!OpenMap(options.folder, &map)) return kExitFailed;
-  Findings findings(std::max<int64_t>(static_cast<int64_t>(options.max), 1));
+  Findings findings(std::max<int64_t>(options.max, 1));
   Totals totals;
   {
     verify::Verifier verifier(map, &findings, &totals);
@@ -131,19 +131,23 @@ int RunVerify(const VerifyOptions& options) {
 
 }  // namespace
 
-void AddVerifyCommand(CLI::App& app, int* exit_status) {
+Command VerifyCommand() {
   const auto options = std::make_shared<VerifyOptions>();
-  CLI::App* command = app.add_subcommand("verify", "Prove that the files of a map fit together");
-  command->add_option("DIR", options->folder, "Folder of the map")->required();
-  command->add_flag("--json", options->json, "One JSON object");
-  command->add_option("--max", options->max, "Show at most so many findings (100)")
-      ->check(CLI::Range(uint64_t{0}, uint64_t{10000000}));
-  command->add_flag("--strict", options->strict, "Warnings too make the exit status 1");
-  command->footer(
-      "A finding is a line: file:record: byte offset: severity: what does not fit.\n"
-      "Exit status: 0 the map is whole (there may be warnings), 1 it is damaged, 2 wrong usage.\n"
-      "Example: zatmap verify out");
-  command->callback([options, exit_status] { *exit_status = RunVerify(*options); });
+  return {.name = "verify",
+          .summary = "Prove that the files of a map fit together",
+          .arguments = {MapArgument(&options->folder)},
+          .options = {JsonOption(&options->json),
+                      {.names = "--max",
+                       .help = "Show at most N findings",
+                       .value = &options->max,
+                       .type = "N",
+                       .most = 10000000},
+                      StrictOption(&options->strict)},
+          .notes = "A finding is a line: file:record: byte offset: severity: what does not fit.",
+          .examples = {{"zatmap verify out", ""}},
+          .done = "the map is whole (there may be warnings)",
+          .failed = "it is damaged",
+          .run = [options] { return RunVerify(*options); }};
 }
 
 }  // namespace zatmap
