@@ -17,6 +17,7 @@
 #include "platform/code_page.h"
 #include "platform/fault.h"
 #include "platform/posix/native_path.h"
+#include "platform/refusals.h"
 
 namespace zatlib::platform {
 
@@ -92,19 +93,25 @@ File File::Open(const char* path, Access access, Share share, Disposition dispos
   if (disposition != Disposition::kOpenExisting) flags |= O_CREAT;
   const std::string native = NativePath(path);
   int fd = ::open(native.c_str(), flags, 0666);
-  if (fd < 0) return file;
-  struct stat status {};
-  if (::fstat(fd, &status) != 0 || S_ISDIR(status.st_mode)) {
-    ::close(fd);
+  if (fd < 0) {
+    NoteRefusedOpen(path);
     return file;
   }
-  if (!Lock(fd, share)) {
+  struct stat status {};
+  bool usable = ::fstat(fd, &status) == 0;
+  if (usable && S_ISDIR(status.st_mode)) {
+    errno = EISDIR;
+    usable = false;
+  }
+  if (!usable || !Lock(fd, share)) {
+    NoteRefusedOpen(path);
     ::close(fd);
     return file;
   }
   // Emptied only once the lock is held: a refused open leaves the other user's file alone.
   if (disposition == Disposition::kCreateAlways && status.st_size > 0 &&
       !MakeAnew(native.c_str(), flags, share, status, &fd)) {
+    NoteRefusedOpen(path);
     ::close(fd);
     return file;
   }
@@ -156,6 +163,7 @@ bool File::Write(const void* data, uint32_t size, uint32_t* written) {
                                 static_cast<const char*>(data) + *written, size - *written);
     if (put < 0) {
       if (errno == EINTR) continue;
+      NoteRefusedWrite();
       return false;
     }
     *written += static_cast<uint32_t>(put);

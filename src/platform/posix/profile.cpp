@@ -15,6 +15,8 @@
 
 #include "platform/fault.h"
 #include "platform/posix/native_path.h"
+#include "platform/profile_override.h"
+#include "platform/refusals.h"
 
 namespace zatlib::platform {
 namespace {
@@ -40,7 +42,10 @@ bool ReadAll(const char* file, std::string* text) {
 // a full disk the file stays as it is.
 bool WriteAll(const char* file, const std::string& text) {
   const int fd = ::open(NativePath(file).c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0666);
-  if (fd < 0) return false;
+  if (fd < 0) {
+    NoteRefusedOpen(file);
+    return false;
+  }
   struct stat status {};
   bool good = ::fstat(fd, &status) == 0;
 #ifdef FALLOC_FL_KEEP_SIZE
@@ -48,13 +53,17 @@ bool WriteAll(const char* file, const std::string& text) {
       ::fallocate(fd, FALLOC_FL_KEEP_SIZE, 0, static_cast<off_t>(text.size())) != 0) {
     // Other errors mean that the file system cannot tell beforehand.
     good = errno != ENOSPC && errno != EDQUOT && errno != EFBIG;
+    if (!good) NoteRefusedWrite();
   }
 #endif
   size_t done = 0;
   while (good && done < text.size()) {
     const ssize_t put = ::write(fd, text.data() + done, text.size() - done);
     if (put < 0 && errno == EINTR) continue;
-    if (put < 0) good = false;
+    if (put < 0) {
+      NoteRefusedWrite();
+      good = false;
+    }
     if (put > 0) done += static_cast<size_t>(put);
   }
   if (good && static_cast<size_t>(status.st_size) > text.size()) {
@@ -133,7 +142,8 @@ uint32_t ReadProfileString(const char* section, const char* key, const char* def
   if (size == 0) return 0;
   std::string value = default_value;
   if (!ShouldFail(Operation::kReadValue)) {
-    value = FindValue(section, key, file).value_or(default_value);
+    const std::string* const other = OverriddenValue(section, key);
+    value = other != nullptr ? *other : FindValue(section, key, file).value_or(default_value);
   }
   if (value.size() >= 2 && (value.front() == '"' || value.front() == '\'') &&
       value.back() == value.front()) {

@@ -14,6 +14,7 @@
 #include <thread>
 
 #include "platform/code_page.h"
+#include "platform/console.h"
 
 namespace zatlib::platform {
 namespace {
@@ -117,6 +118,7 @@ WindowHandle ActiveWindow() { return nullptr; }
 void EnableOwnedWindows(WindowHandle, bool) {}
 
 int ShowMessageBox(WindowHandle, const char* text, const char* title, unsigned) {
+  if (!GetConsole().messages) return kAnswerOk;
   const std::lock_guard<std::mutex> guard(g_terminal.mutex);
   Erase();
   std::fprintf(stderr, "%s: %s\n", ForTerminal(title).c_str(), ForTerminal(text).c_str());
@@ -129,7 +131,7 @@ int RunProgressWindow(const ProgressRun& run) {
   {
     const std::lock_guard<std::mutex> guard(g_terminal.mutex);
     g_terminal.open = true;
-    g_terminal.is_terminal = IsErrorTerminal();
+    g_terminal.is_terminal = IsErrorTerminal() && GetConsole().progress;
     g_terminal.drawn = g_terminal.behind = false;
     g_terminal.status.clear();
     g_terminal.percent = 0;
@@ -205,7 +207,7 @@ void SetProgressText(const char* text) {
   t.status = status;
   if (t.is_terminal) {
     Draw(false);
-  } else {
+  } else if (GetConsole().status_lines && !IsErrorTerminal()) {
     std::fprintf(stderr, "%s\n", OneLine(status).c_str());
   }
 }

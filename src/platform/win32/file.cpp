@@ -5,6 +5,7 @@
 #include <shlobj.h>
 
 #include "platform/fault.h"
+#include "platform/refusals.h"
 
 namespace zatlib::platform {
 namespace {
@@ -40,7 +41,11 @@ File File::Open(const char* path, Access access, Share share, Disposition dispos
   const DWORD flags = hint == Hint::kSequential ? FILE_FLAG_SEQUENTIAL_SCAN : 0;
   const HANDLE handle = ::CreateFileA(path, wanted, shared, nullptr, creation,
                                       FILE_ATTRIBUTE_NORMAL | flags, nullptr);
-  if (handle != INVALID_HANDLE_VALUE) file.handle_ = reinterpret_cast<intptr_t>(handle);
+  if (handle == INVALID_HANDLE_VALUE) {
+    NoteRefusedOpen(path);
+    return file;
+  }
+  file.handle_ = reinterpret_cast<intptr_t>(handle);
   return file;
 }
 
@@ -72,6 +77,7 @@ bool File::Write(const void* data, uint32_t size, uint32_t* written) {
   }
   DWORD put = 0;
   const bool good = ::WriteFile(ToHandle(handle_), data, size, &put, nullptr) != 0;
+  if (!good) NoteRefusedWrite();
   *written = put;
   return good && put == size && !fail;
 }

@@ -3,6 +3,8 @@
 #include <windows.h>
 
 #include "platform/fault.h"
+#include "platform/profile_override.h"
+#include "platform/refusals.h"
 
 namespace zatlib::platform {
 
@@ -17,12 +19,19 @@ uint32_t ReadProfileString(const char* section, const char* key, const char* def
     ::lstrcpynA(out, default_value, static_cast<int>(size));
     return static_cast<uint32_t>(::lstrlenA(out));
   }
+  if (const std::string* const other = OverriddenValue(section, key);
+      other != nullptr && size > 0) {
+    ::lstrcpynA(out, other->c_str(), static_cast<int>(size));
+    return static_cast<uint32_t>(::lstrlenA(out));
+  }
   return ::GetPrivateProfileStringA(section, key, default_value, out, size, file);
 }
 
 bool SaveProfileString(const char* section, const char* key, const char* value, const char* file) {
   if (ShouldFail(Operation::kWriteValue)) return false;
-  return ::WritePrivateProfileStringA(section, key, value, file) != 0;
+  if (::WritePrivateProfileStringA(section, key, value, file) != 0) return true;
+  NoteRefusedOpen(file);
+  return false;
 }
 
 int CountryCode() { return static_cast<int>(::GetProfileIntA("intl", "iCountry", 1)); }

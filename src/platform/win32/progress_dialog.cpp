@@ -9,6 +9,7 @@
 #include <cstring>
 #include <iterator>
 
+#include "platform/console.h"
 #include "platform/float_mode.h"
 #include "platform/memory.h"
 #include "platform/process.h"
@@ -278,6 +279,12 @@ void WaitForOrphanedWorker() {
 }  // namespace
 
 int RunProgressWindow(const ProgressRun& run) {
+  if (!GetConsole().progress) {
+    run.on_open();
+    const int result = run.worker(nullptr);
+    run.on_close();
+    return result;
+  }
   void* dialog_template = AllocPages(kTemplateSize);
   if (dialog_template == nullptr) {
     ShowMessageBox(run.owner, "Can't create the FRD dialog template !", "FRD Message", kErrorIcon);

@@ -2,6 +2,8 @@
 
 #include <windows.h>
 
+#include "platform/console.h"
+
 namespace zatlib::platform {
 namespace {
 
@@ -39,6 +41,7 @@ void EnableOwnedWindows(WindowHandle owner, bool enable) {
 }
 
 int ShowMessageBox(WindowHandle owner, const char* text, const char* title, unsigned flags) {
+  if (!GetConsole().progress) return kAnswerOk;
   return ::MessageBoxA(ToWindow(owner), text, title, flags);
 }
 
