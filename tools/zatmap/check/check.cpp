@@ -1,87 +1,32 @@
 // zatmap check: reads what a build would read and tells what is wrong with it.
-#include <cinttypes>
 #include <cstdio>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "check/findings.h"
 #include "check/report_text.h"
 #include "check/run.h"
+#include "check/selection.h"
 #include "commands.h"
 #include "shell/output.h"
 
 namespace zatmap {
 namespace {
 
-using check::CountsText;
-using check::Finding;
-using check::FindingLine;
 using check::Findings;
-using check::InfoOf;
 using check::KindInfo;
 using check::Kinds;
 
 struct CheckOptions {
-  std::string control_file;
-  bool msr = false;
+  check::RunOptions run;
+  check::Selection selection;
+  std::vector<std::string> only;
+  std::vector<std::string> ignored;
   bool json = false;
   bool strict = false;
   bool kinds = false;
-  int64_t max_per_kind = 1000;
-  int64_t shape_limit = INT32_MAX;  // bytes; a test sets a smaller one
 };
-
-// A text of the sources for people.
-std::string Clean(const std::string& source) { return CleanText(source, Unclean::kHex); }
-
-void PrintText(const Findings& findings) {
-  for (const Finding& finding : findings.Sorted()) {
-    std::printf("%s\n", FindingLine(findings, finding).c_str());
-  }
-}
-
-void PrintSummary(const Findings& findings, int64_t max_per_kind) {
-  std::printf("%s\n", CountsText(findings).c_str());
-  for (const Severity severity : {Severity::kError, Severity::kWarning}) {
-    for (const KindInfo& info : Kinds()) {
-      const int64_t count = findings.count(info.kind);
-      if (count == 0 || info.severity != severity) continue;
-      std::printf("%8" PRId64 "  %-7s  %-20s  %s", count, SeverityText(severity), info.id,
-                  info.text);
-      if (max_per_kind > 0 && count > max_per_kind) {
-        std::printf(" (the first %" PRId64 " are shown)", max_per_kind);
-      }
-      std::printf("\n");
-    }
-  }
-}
-
-void PrintFindings(const Findings& findings, const CheckOptions& options) {
-  Json list = Json::array();
-  for (const Finding& finding : findings.Sorted()) {
-    const KindInfo& info = InfoOf(finding.kind);
-    Json item = {{"file", Clean(findings.PathOf(finding.place.file))},
-                 {"record", finding.place.record},
-                 {"column", finding.place.column}};
-    if (finding.place.line > 0) item["line"] = finding.place.line;
-    item["severity"] = SeverityText(info.severity);
-    item["kind"] = info.id;
-    item["text"] = info.text;
-    item["detail"] = Clean(finding.detail);
-    item["advice"] = info.advice;
-    list.push_back(std::move(item));
-  }
-  Json kinds = Json::object();
-  for (const KindInfo& info : Kinds()) {
-    if (findings.count(info.kind) > 0) kinds[info.id] = findings.count(info.kind);
-  }
-  const Json whole = {{"control", Clean(options.control_file)},
-                      {"errors", findings.count(Severity::kError)},
-                      {"warnings", findings.count(Severity::kWarning)},
-                      {"kinds", std::move(kinds)},
-                      {"findings", std::move(list)}};
-  PrintJson(whole, 1);
-}
 
 void PrintKinds(bool json) {
   Json list = Json::array();
@@ -99,54 +44,69 @@ void PrintKinds(bool json) {
   if (json) PrintJson(list, 1);
 }
 
-int RunCheck(const CheckOptions& options) {
+int RunCheck(CheckOptions& options) {
   if (options.kinds) {
     PrintKinds(options.json);
     return kExitDone;
   }
-  if (options.control_file.empty()) {
+  if (options.run.control_file.empty()) {
     std::fprintf(stderr, "zatmap: check needs a control file: zatmap check control.ini\n");
     return kExitUsage;
   }
-  const Findings findings = check::RunChecks({.control_file = options.control_file,
-                                              .msr = options.msr,
-                                              .max_per_kind = options.max_per_kind,
-                                              .shape_limit = options.shape_limit});
+  std::string problem;
+  if (!ParseKinds(options.only, &options.selection.only, &problem) ||
+      !ParseKinds(options.ignored, &options.selection.ignored, &problem)) {
+    std::fprintf(stderr, "zatmap: %s.\n", problem.c_str());
+    return kExitUsage;
+  }
+  options.run.max_per_kind = options.selection.max;
+  const Findings findings = check::RunChecks(options.run);
   if (!findings.complete()) {
     std::fprintf(stderr, "zatmap: there is not enough memory for the check.\n");
     return kExitFailed;
   }
+  const check::Chosen chosen = Choose(findings, options.selection);
   if (options.json) {
-    PrintFindings(findings, options);
+    PrintObject(findings, chosen, options.run.control_file);
   } else {
-    PrintText(findings);
-    PrintSummary(findings, options.max_per_kind);
+    PrintLines(findings, chosen, options.selection);
   }
-  return findings.Fail(options.strict) ? kExitFailed : kExitDone;
+  return chosen.Fail(options.strict) ? kExitFailed : kExitDone;
 }
 
 }  // namespace
 
 Command CheckCommand() {
   const auto options = std::make_shared<CheckOptions>();
-  Argument control_file = ControlFileArgument(&options->control_file);
+  Argument control_file = ControlFileArgument(&options->run.control_file);
   control_file.required = false;
   return {.name = "check",
           .summary = "Look for faults in the data that a control file names",
           .arguments = {control_file},
           .options = {JsonOption(&options->json, "Print the findings as JSON"),
+                      {.names = "--errors-only",
+                       .help = "Show errors; warnings are only counted",
+                       .value = &options->selection.errors_only},
+                      {.names = "--ignore",
+                       .help = "Leave out findings of these kinds",
+                       .value = &options->ignored,
+                       .type = "KIND"},
+                      {.names = "--only",
+                       .help = "Leave out findings of all other kinds",
+                       .value = &options->only,
+                       .type = "KIND"},
                       {.names = "--max",
-                       .help = "Show at most N findings of a kind, 0 all",
-                       .value = &options->max_per_kind,
+                       .help = "Show at most N findings of all kinds together, 0 all",
+                       .value = &options->selection.max,
                        .type = "N"},
                       StrictOption(&options->strict),
-                      MsrOption(&options->msr),
+                      MsrOption(&options->run.msr),
                       {.names = "--kinds",
                        .help = "List the kinds of findings and read nothing",
                        .value = &options->kinds},
                       {.names = "--shape-limit",
                        .help = "Bytes that the shapes may take",
-                       .value = &options->shape_limit,
+                       .value = &options->run.shape_limit,
                        .type = "BYTES",
                        .hidden = true}},
           .notes =
@@ -154,7 +114,9 @@ Command CheckCommand() {
               "[kind].\nRecord and column count from 1; 0 is the whole file or record. In MIF "
               "files a record is an\nobject, in files of link shapes a block; their line "
               "stands behind the text.",
-          .examples = {{"zatmap check --max 20 control.ini", ""}},
+          .examples = {{"zatmap check --max 20 control.ini", ""},
+                       {"zatmap check --ignore name-long,rule-parallel control.ini",
+                        "leaves out what is known"}},
           .done = "no errors",
           .failed = "errors (with --strict also warnings)",
           .run = [options] { return RunCheck(*options); }};
