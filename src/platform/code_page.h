@@ -5,10 +5,16 @@
 
 namespace zatlib::platform {
 
-// Number of the code page: the system's on Windows; elsewhere ZATLIB_CODEPAGE, default 932.
+// Number of the code page: the one that SetCodePage was given; else the system's on Windows, and
+// elsewhere ZATLIB_CODEPAGE, default 932.
 unsigned CodePage();
 
-// True when the byte opens a double-byte character in the system code page.
+// Takes another code page for texts, for the whole process. For programs, before they look at any
+// text; the library itself never calls it. False when the system has no such code page: nothing
+// changes.
+bool SetCodePage(unsigned page);
+
+// True when the byte opens a double-byte character in the code page.
 bool IsLeadByte(unsigned char byte);
 
 // The text for a person at a terminal: UTF-8 as far as the bytes can be understood.

@@ -8,8 +8,34 @@
 #include "platform/posix/native_path.h"
 
 namespace zatlib::platform {
+namespace {
+
+constexpr unsigned kUtf8 = 65001;
+
+unsigned g_page = 0;  // of SetCodePage; 0 = none was set
+
+// A converter from a code page to UTF-8; (iconv_t)-1 when the system has none.
+iconv_t OpenConverter(unsigned page) {
+  return ::iconv_open("UTF-8", ("CP" + std::to_string(page)).c_str());
+}
+
+// iconv_open reports a failure as (iconv_t)-1.
+bool Failed(iconv_t converter) { return reinterpret_cast<intptr_t>(converter) == -1; }
+
+}  // namespace
+
+bool SetCodePage(unsigned page) {
+  if (page != kUtf8) {
+    iconv_t converter = OpenConverter(page);
+    if (Failed(converter)) return false;
+    ::iconv_close(converter);
+  }
+  g_page = page;
+  return true;
+}
 
 unsigned CodePage() {
+  if (g_page != 0) return g_page;
   static const unsigned page = [] {
     const char* text = std::getenv("ZATLIB_CODEPAGE");
     const long number = text != nullptr ? std::strtol(text, nullptr, 10) : 0;
@@ -54,10 +80,8 @@ std::string ForTerminal(const char* text) {
   bool ascii = true;
   for (const char c : bytes) ascii = ascii && static_cast<unsigned char>(c) < 0x80;
   if (ascii || IsUtf8(bytes)) return bytes;
-  const std::string name = "CP" + std::to_string(CodePage());
-  iconv_t converter = ::iconv_open("UTF-8", name.c_str());
-  // iconv_open reports a failure as (iconv_t)-1.
-  if (reinterpret_cast<intptr_t>(converter) == -1) return bytes;
+  iconv_t converter = OpenConverter(CodePage());
+  if (Failed(converter)) return bytes;
   std::string out(bytes.size() * 4 + 4, '\0');
   char* in = bytes.data();
   size_t in_left = bytes.size();

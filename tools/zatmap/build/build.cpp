@@ -147,7 +147,8 @@ Command BuildCommand() {
                        .value = &options->stage,
                        .type = "STAGE",
                        .choices = {"all", "one", "two"}},
-                      MsrOption(&options->msr)},
+                      MsrOption(&options->msr),
+                      CodePageOption()},
           .notes =
               "Relative paths in the control file count from the current folder. The output "
               "folder\n([FOLDER] CALCMAPDIR) must exist. Ctrl-C cancels unless the control "

@@ -101,6 +101,7 @@ Command CheckCommand() {
                        .type = "N"},
                       StrictOption(&options->strict),
                       MsrOption(&options->run.msr),
+                      CodePageOption(),
                       {.names = "--kinds",
                        .help = "List the kinds of findings and read nothing",
                        .value = &options->kinds},

@@ -170,8 +170,8 @@ constexpr KindInfo kKinds[] = {
 
     {Kind::kNameLong, "name-long", kWarning, "the name is longer than 20 bytes",
      "shorten it: it is cut"},
-    {Kind::kNameCodePage, "name-code-page", kWarning,
-     "the name is not a text of the system's code page", "convert it"},
+    {Kind::kNameCodePage, "name-code-page", kWarning, "the name is not a text of the code page",
+     "convert it, or name its code page: --code-page N"},
     {Kind::kNameUtf8, "name-utf8", kWarning, "the name seems to be UTF-8",
      "convert it to the system's code page (with ogr2ogr: -lco ENCODING=CP932)"},
     {Kind::kRowUnknown, "row-unknown", kWarning, "the row's code is unknown: the row is skipped",

@@ -386,10 +386,12 @@ void CheckName(const Source& source, const Row& row, int column) {
                   [](char c) { return static_cast<unsigned char>(c) < 0x80; })) {
     return;
   }
+  const unsigned page = zatlib::platform::CodePage();
   if (IsUtf8Text(name)) {
+    if (page == kUtf8) return;
     source.findings().Add(Kind::kNameUtf8, source.Here(column), "\"%.*s\"", Size(name),
                           name.data());
-  } else if (zatlib::platform::CodePage() == kJapanese && !IsJapaneseText(name)) {
+  } else if (page == kUtf8 || (page == kJapanese && !IsJapaneseText(name))) {
     source.findings().Add(Kind::kNameCodePage, source.Here(column), "\"%.*s\"", Size(name),
                           name.data());
   }

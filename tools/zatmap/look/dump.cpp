@@ -373,6 +373,7 @@ Command DumpCommand() {
                  .help = "Print the fields of the file's records instead: offset, width, count, "
                          "type",
                  .value = &options->fields});
+  all.push_back(CodePageOption());
   return {.name = "dump",
           .summary = "Print the records of a file of a map",
           .arguments = {MapArgument(&options->folder),

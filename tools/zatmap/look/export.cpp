@@ -125,7 +125,8 @@ Command ExportCommand() {
                        .type = "LAYER",
                        .choices = {"links", "nodes"}},
                       OutputOption(&options->file, "File to write; standard output without it"),
-                      BoundsOption(&options->bounds)},
+                      BoundsOption(&options->bounds),
+                      CodePageOption()},
           .examples = {{"zatmap export out --geojson -o links.geojson", ""}},
           .run = [options] { return RunExport(*options); }};
 }

@@ -382,7 +382,8 @@ Command InfoCommand() {
           .options = {JsonOption(&options->json),
                       {.names = "--no-components",
                        .help = "Leave out the components, which need 200 bytes of memory a node",
-                       .value = &options->no_components}},
+                       .value = &options->no_components},
+                      CodePageOption()},
           .notes = "docs/zatmap.md explains each line.",
           .examples = {{"zatmap info out", ""}},
           .run = [options] { return RunInfo(*options); }};

@@ -170,7 +170,8 @@ Command RouteCommand() {
                       {.names = "--geojson",
                        .help = "GeoJSON with the line of the route",
                        .value = &options->geojson,
-                       .excludes = {"--json"}}},
+                       .excludes = {"--json"}},
+                      CodePageOption()},
           .notes =
               "A way to try a map: prohibited turns and closed connections (cost 65535) are "
               "obeyed,\nright-turn weights are not.",

@@ -283,7 +283,7 @@ Command ViewCommand() {
   return {.name = "view",
           .summary = "Write a map as one page for a browser",
           .arguments = {MapArgument(&options->folder)},
-          .options = {page, BoundsOption(&options->bounds)},
+          .options = {page, BoundsOption(&options->bounds), CodePageOption()},
           .notes =
               "The page needs no network. #node=CODE, #link=CODE and #route=CODE,CODE behind "
               "its address\nopen it at that thing.",

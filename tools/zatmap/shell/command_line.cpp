@@ -117,6 +117,10 @@ std::string Store(const Option& option, const Given& given) {
   if (const auto* number = std::get_if<double*>(&option.value)) {
     return StoreNumber(option, values.back(), *number);
   }
+  if (const auto* take = std::get_if<std::function<std::string(std::string)>>(&option.value)) {
+    const std::string wrong = (*take)(values.back());
+    return wrong.empty() ? "" : " " + wrong + ".";
+  }
   return "";
 }
 

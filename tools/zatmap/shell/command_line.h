@@ -17,9 +17,10 @@ inline constexpr int kExitUsage = 2;
 // Where the value of an argument or option goes. What it holds when it is declared is the default,
 // which the help shows: a text that is not empty, a number within its range. A flag makes a bool
 // true. A list takes every value that is given, whether the option stands there several times or
-// its values have commas between them.
-using Target =
-    std::variant<std::monostate, bool*, std::string*, int64_t*, double*, std::vector<std::string>*>;
+// its values have commas between them. A function is called with the value; it returns what is
+// wrong with it, like "takes the number of a code page, not x", and "" when nothing is.
+using Target = std::variant<std::monostate, bool*, std::string*, int64_t*, double*,
+                            std::vector<std::string>*, std::function<std::string(std::string)>>;
 
 // What completes a value in a shell; kChoices are those of `choices`.
 enum class Completes { kNothing, kFile, kFolder, kChoices };
@@ -84,6 +85,13 @@ Option StrictOption(bool* strict);
 Option MsrOption(bool* msr);
 Option OutputOption(std::string* file, const std::string& help);
 Option BoundsOption(std::string* bounds);
+
+// --code-page N, for what reads or prints names: takes effect by itself. What opens a map takes the
+// map's own without it (shell/open_map.h).
+Option CodePageOption();
+
+// True when --code-page was given.
+bool IsCodePageGiven();
 
 // What the parser, the help, the man pages and the completions ask of the declarations.
 

@@ -3,7 +3,10 @@
 #include <cstdio>
 #include <string_view>
 
+#include "build/manifest.h"
 #include "network/network_files.h"
+#include "platform/code_page.h"
+#include "shell/command_line.h"
 
 namespace zatmap {
 namespace {
@@ -26,6 +29,13 @@ bool Tell(const MapFolder& folder, const Error& error) {
   return false;
 }
 
+// The texts of a map are in the code page of its build.
+void UseCodePageOfMap(const std::string& folder) {
+  if (IsCodePageGiven()) return;
+  const unsigned page = ManifestCodePage(folder);
+  if (page != 0) zatlib::platform::SetCodePage(page);
+}
+
 }  // namespace
 
 bool OpenMap(const std::string& path, MapFolder* folder) {
@@ -45,6 +55,7 @@ bool OpenMap(const std::string& path, MapFolder* folder) {
                 "that a build wrote.";
       break;
     default:
+      UseCodePageOfMap(path);
       return true;
   }
   std::fprintf(stderr, "zatmap: %s\n", message.c_str());

@@ -14,7 +14,8 @@ using zatlib::map::Error;
 using zatlib::map::Graph;
 using zatlib::map::MapFolder;
 
-// Looks at a folder. False, with a message on standard error, when it is no folder or holds no map.
+// Looks at a folder, and takes the code page that the map's manifest tells unless --code-page was
+// given. False, with a message on standard error, when it is no folder or holds no map.
 bool OpenMap(const std::string& path, MapFolder* folder);
 
 // Loads what shows or uses a map, or its graph only. False, with a message on standard error, when

@@ -1,7 +1,26 @@
 // The arguments and options that several commands have.
+#include <charconv>
+
+#include "platform/code_page.h"
 #include "shell/command_line.h"
 
 namespace zatmap {
+namespace {
+
+bool g_code_page_given = false;
+
+std::string TakeCodePage(const std::string& text) {
+  unsigned page = 0;
+  const char* end = text.data() + text.size();
+  const auto [at, error] = std::from_chars(text.data(), end, page);
+  g_code_page_given = error == std::errc() && at == end && zatlib::platform::SetCodePage(page);
+  if (g_code_page_given) return "";
+  return "takes the number of a code page that the system knows, like 932, 1252 or 65001 (UTF-8), "
+         "not " +
+         text;
+}
+
+}  // namespace
 
 Argument MapArgument(std::string* folder) {
   return {
@@ -43,5 +62,14 @@ Option BoundsOption(std::string* bounds) {
           .value = bounds,
           .type = "WEST,SOUTH,EAST,NORTH"};
 }
+
+Option CodePageOption() {
+  return {.names = "--code-page",
+          .help = "Code page of names and other texts, like 932, 1252 or 65001 (UTF-8)",
+          .value = TakeCodePage,
+          .type = "N"};
+}
+
+bool IsCodePageGiven() { return g_code_page_given; }
 
 }  // namespace zatmap

@@ -64,6 +64,20 @@ TEST_F(CodePageOfProcess, WithoutTheEnvironmentItIsTheJapaneseOne) {
   EXPECT_EXIT(std::exit(CodePage() == 932 ? 0 : 1), ::testing::ExitedWithCode(0), "");
 }
 
+TEST_F(CodePageOfProcess, AProgramMaySetAnother) {
+  const Environment page(kVariable, "932");
+  EXPECT_EXIT(std::exit(SetCodePage(1252) && CodePage() == 1252 && LeadBytes().empty() &&
+                                ForTerminal("caf\xE9") == "café"
+                            ? 0
+                            : 1),
+              ::testing::ExitedWithCode(0), "");
+  EXPECT_EXIT(std::exit(SetCodePage(65001) && CodePage() == 65001 ? 0 : 1),
+              ::testing::ExitedWithCode(0), "");
+  // One that no table knows changes nothing.
+  EXPECT_EXIT(std::exit(!SetCodePage(60000) && CodePage() == 932 ? 0 : 1),
+              ::testing::ExitedWithCode(0), "");
+}
+
 TEST_F(CodePageOfProcess, TextsOfItReachTheTerminalAsUtf8) {
   {
     const Environment page(kVariable, "1252");
