@@ -132,5 +132,121 @@ class CodePages(Case):
                 f"932, 1252 or 65001 (UTF-8), not {page}.\nzatmap info --help tells more.\n"))
 
 
+class OutputFiles(Case):
+    def setUp(self):
+        self.before = zatmap.map_files(self.folder / "out")
+
+    def tearDown(self):
+        self.assertEqual(zatmap.map_files(self.folder / "out"), self.before)
+
+    def refuses(self, path, says, *options):
+        for command in ("export", "view"):
+            self.fails(command, "out", "-o", path, *options, status=1, says=f"zatmap: {path} {says}\n")
+
+    def test_a_file_that_exists_is_replaced_on_demand_only(self):
+        path = self.folder / "mine.txt"
+        path.write_text("mine")
+        self.refuses("mine.txt", "exists; with --overwrite it is replaced.")
+        self.assertEqual(path.read_text(), "mine")
+        self.run_zatmap("export", "out", "-o", "mine.txt", "--overwrite")
+        self.assertEqual(len(json.loads(path.read_text())["features"]), 3)
+        self.run_zatmap("view", "out", "-o", "mine.txt", "--overwrite")
+        self.assertIn("<html", path.read_text("utf-8"))
+
+    def test_no_file_of_a_map_is_written(self):
+        says = "is a file of a map, which only zatmap build writes. Name another file."
+        (self.folder / "to_map").symlink_to("out")
+        (self.folder / "to_file").symlink_to("out/mapcalc.dat")
+        (self.folder / "sub").mkdir()
+        for path in ("out/mapcalc.dat", "./out/../out/linkdef.dat", "to_map/link.idx", "to_file",
+                     "sub/../out/MAPCALC.DAT", str(self.folder / "out" / "maploc.dat"),
+                     # Files that a map may have and this one has not.
+                     "out/TR_LINK.DAT", "out/nodestr.~wk", "to_map/PayData.Inf"):
+            with self.subTest(path=path):
+                self.refuses(path, says)
+                self.refuses(path, says, "--overwrite")
+
+    def test_nor_one_of_another_map(self):
+        self.program.run("build", "control.ini", cwd=self.folder)
+        other = self.folder / "other"
+        other.mkdir(exist_ok=True)
+        for name in self.before:
+            (other / name).write_bytes(zatmap.read(self.folder / "out" / name))
+        self.refuses("other/mapdraw.dat", "is a file of a map, which only zatmap build writes. Name "
+                                          "another file.", "--overwrite")
+
+    def test_nor_one_with_a_second_name(self):
+        os.link(self.folder / "out" / "maprule.dat", self.folder / "second.dat")
+        self.refuses("second.dat", "is the same file as out/maprule.dat, which must stay. Name another "
+                                   "file.", "--overwrite")
+
+    def test_what_cannot_be_a_file(self):
+        (self.folder / "folder").mkdir()
+        (self.folder / "nowhere").symlink_to("absent/file")
+        self.refuses("folder", "is a folder.", "--overwrite")
+        self.refuses("nowhere", "is a link to something that does not exist.")
+        self.refuses("absent/file", "cannot be written.")
+
+    def test_a_name_of_a_map_elsewhere_is_a_name(self):
+        self.run_zatmap("export", "out", "-o", "mapcalc.dat")
+        self.run_zatmap("export", "out", "-o", "out/links.geojson")
+        (self.folder / "out" / "links.geojson").unlink()
+
+    def test_devices_need_no_permission_to_overwrite(self):
+        self.run_zatmap("export", "out", "-o", "/dev/null")
+        self.assertEqual(self.run_zatmap("export", "out", "-o", "-").out,
+                         self.run_zatmap("export", "out").out)
+        done = self.run_zatmap("view", "out", "-o", "-")
+        self.assertTrue(done.out.rstrip().endswith("</html>"), done.out[-100:])
+
+    def test_json_tells_what_was_written(self):
+        done = self.run_zatmap("export", "out", "--json", "--layer", "nodes", "-o", "nodes.geojson")
+        self.assertEqual(json.loads(done.out), {
+            "file": str(self.folder / "nodes.geojson"), "layer": "nodes", "features": 4})
+        done = self.run_zatmap("view", "out", "--json", "-o", "json.html")
+        self.assertEqual(json.loads(done.out),
+                         {"page": str(self.folder / "json.html"), "nodes": 4, "links": 3})
+        self.fails("export", "out", "--json", status=2, says=(
+            "zatmap: --json tells what was written to a file; name it with -o. The export itself is "
+            "JSON.\n"))
+
+    def test_geojson_is_the_only_form(self):
+        self.assertEqual(self.run_zatmap("export", "out").out,
+                         self.run_zatmap("export", "out", "--geojson").out)
+
+
+class Rectangles(Case):
+    BOUNDS = "The map's bounds are 10.000000,50.000000,10.002000,50.001000 (west,south,east,north).\n"
+
+    def both(self, bounds, status, says):
+        self.fails("export", "out", "--bbox", bounds, status=status, says=says)
+        self.fails("view", "out", "-o", "no.html", "--bbox", bounds, status=status, says=says)
+        self.assertFalse((self.folder / "no.html").exists())
+
+    def test_outside_of_the_map(self):
+        self.both("7.41,43.72,7.43,43.74", 1, "zatmap: nothing of the map lies in --bbox "
+                  "7.41,43.72,7.43,43.74. " + self.BOUNDS)
+
+    def test_longitude_and_latitude_exchanged(self):
+        self.both("50,10,50.01,10.01", 1, "zatmap: nothing of the map lies in --bbox "
+                  "50,10,50.01,10.01. " + self.BOUNDS + "zatmap: latitude and longitude look "
+                  "exchanged: --bbox 10,50,10.01,50.01.\n")
+
+    def test_corners_exchanged(self):
+        for bounds in ("10.002,50.001,10,50", "10.002,50,10,50.001", "10,50.001,10.002,50"):
+            self.both(bounds, 2, f"zatmap: --bbox {bounds}: the corners are exchanged; "
+                      "west,south,east,north is 10,50,10.002,50.001.\n")
+
+    def test_no_rectangle(self):
+        for bounds in ("1,2,3", "1,2,3,4,5", "here", "1,2,3,x", "1;2;3;4", "nan,0,1,1"):
+            self.both(bounds, 2, "zatmap: --bbox takes west,south,east,north in degrees, like "
+                      "7.41,43.72,7.43,43.74.\n")
+
+    def test_a_part(self):
+        # 104 alone: 203, which ends there.
+        part = json.loads(self.run_zatmap("export", "out", "--bbox", "10.0015,50,10.01,50.01").out)
+        self.assertEqual([f["properties"]["code"] for f in part["features"]], ["203"])
+
+
 if __name__ == "__main__":
     zatmap.main(OPTIONS, "zatmap")

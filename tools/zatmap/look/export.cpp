@@ -9,6 +9,7 @@
 #include "shell/arguments.h"
 #include "shell/open_map.h"
 #include "shell/output.h"
+#include "shell/output_file.h"
 #include "shell/terminal_progress.h"
 
 namespace zatmap {
@@ -20,6 +21,8 @@ struct ExportOptions {
   std::string bounds;
   std::string layer = "links";
   bool geojson = false;
+  bool overwrite = false;
+  bool json = false;
 };
 
 Json Link(const BuiltMap& map, int64_t l) {
@@ -56,10 +59,11 @@ void WriteFeature(Output& out, bool first, const Json& feature) {
   out.Add((first ? "\n" : ",\n") + JsonText(feature));
 }
 
-void WriteLinks(const BuiltMap& map, const Bounds& bounds, Output& out) {
+// Writes the links, or the nodes, and returns how many.
+int64_t WriteLinks(const BuiltMap& map, const Bounds& bounds, Output& out) {
   TerminalProgress progress("export: links");
   std::vector<zatlib::ShapePoint> points;
-  bool first = true;
+  int64_t count = 0;
   for (int64_t l = 0; out.good() && l < map.links(); ++l) {
     progress.At(l, map.links());
     map.LinkPoints(l, &points);
@@ -67,48 +71,57 @@ void WriteLinks(const BuiltMap& map, const Bounds& bounds, Output& out) {
                      [&](const zatlib::ShapePoint& point) { return bounds.Holds(point); })) {
       continue;
     }
-    WriteFeature(out, first, Feature(Link(map, l), LineGeometry(points)));
-    first = false;
+    WriteFeature(out, count == 0, Feature(Link(map, l), LineGeometry(points)));
+    ++count;
   }
+  return count;
 }
 
-void WriteNodes(const BuiltMap& map, const Bounds& bounds, Output& out) {
+int64_t WriteNodes(const BuiltMap& map, const Bounds& bounds, Output& out) {
   TerminalProgress progress("export: nodes");
-  bool first = true;
+  int64_t count = 0;
   for (int64_t n = 0; out.good() && n < map.nodes(); ++n) {
     progress.At(n, map.nodes());
     const zatlib::ShapePoint point{map.location(n).X, map.location(n).Y};
     if (!bounds.Holds(point)) continue;
-    WriteFeature(out, first, Feature(Node(map, n), PointGeometry(point)));
-    first = false;
+    WriteFeature(out, count == 0, Feature(Node(map, n), PointGeometry(point)));
+    ++count;
   }
+  return count;
 }
 
 int RunExport(const ExportOptions& options) {
   Bounds bounds;
-  if (!options.geojson) {
-    std::fprintf(stderr, "zatmap: name the format: --geojson.\n");
+  const bool prints = options.file.empty() || options.file == "-";
+  if (options.json && prints) {
+    std::fprintf(stderr,
+                 "zatmap: --json tells what was written to a file; name it with -o. The export "
+                 "itself is JSON.\n");
     return kExitUsage;
   }
   if (!TakeBounds(options.bounds, &bounds)) return kExitUsage;
   MapFolder folder;
   BuiltMap map;
   if (!OpenMap(options.folder, &folder) || !LoadMap(folder, &map)) return kExitFailed;
+  if (!BoundsHoldSomething(options.bounds, bounds, map)) return kExitFailed;
   Output out;
-  if (!options.file.empty() && !out.Open(options.file)) {
-    std::fprintf(stderr, "zatmap: %s cannot be written.\n", options.file.c_str());
+  const OutputRequest request = {prints ? "-" : options.file, options.overwrite,
+                                 FilesOfMap(options.folder)};
+  if (!OpenOutput(request, &out)) return kExitFailed;
+  out.Add("{\"type\":\"FeatureCollection\",\"name\":\"" + options.layer + "\",\"features\":[");
+  const int64_t count =
+      options.layer == "nodes" ? WriteNodes(map, bounds, out) : WriteLinks(map, bounds, out);
+  out.Add("\n]}\n");
+  if (!out.Close()) {
+    std::fprintf(stderr, "zatmap: the output could not be written whole.\n");
     return kExitFailed;
   }
-  out.Add("{\"type\":\"FeatureCollection\",\"name\":\"" + options.layer + "\",\"features\":[");
-  if (options.layer == "nodes") {
-    WriteNodes(map, bounds, out);
-  } else {
-    WriteLinks(map, bounds, out);
+  if (options.json) {
+    PrintJson({{"file", zatlib::platform::AbsolutePath(options.file.c_str())},
+               {"layer", options.layer},
+               {"features", count}});
   }
-  out.Add("\n]}\n");
-  const bool good = out.Close();
-  if (!good) std::fprintf(stderr, "zatmap: the output could not be written whole.\n");
-  return good ? kExitDone : kExitFailed;
+  return kExitDone;
 }
 
 }  // namespace
@@ -118,16 +131,22 @@ Command ExportCommand() {
   return {.name = "export",
           .summary = "Write a map for GIS programs",
           .arguments = {MapArgument(&options->folder)},
-          .options = {{.names = "--geojson", .help = "As GeoJSON", .value = &options->geojson},
+          .options = {{.names = "--geojson",
+                       .help = "As GeoJSON, which is the only form and needs not be named",
+                       .value = &options->geojson},
                       {.names = "--layer",
-                       .help = "links as lines or nodes as points",
+                       .help = "What to write, lines or points",
                        .value = &options->layer,
                        .type = "LAYER",
                        .choices = {"links", "nodes"}},
                       OutputOption(&options->file, "File to write; standard output without it"),
+                      OverwriteOption(&options->overwrite),
                       BoundsOption(&options->bounds),
+                      JsonOption(&options->json, "With -o: tell what was written as a JSON object"),
                       CodePageOption()},
-          .examples = {{"zatmap export out --geojson -o links.geojson", ""}},
+          .examples = {{"zatmap export out -o links.geojson", "the links as lines"},
+                       {"zatmap export out --layer nodes --bbox 7.41,43.72,7.43,43.74",
+                        "the nodes of a part, to standard output"}},
           .run = [options] { return RunExport(*options); }};
 }
 

@@ -12,6 +12,7 @@
 #include "shell/arguments.h"
 #include "shell/open_map.h"
 #include "shell/output.h"
+#include "shell/output_file.h"
 #include "shell/terminal_progress.h"
 
 namespace zatmap {
@@ -25,6 +26,8 @@ struct ViewOptions {
   std::string folder;
   std::string file;
   std::string bounds;
+  bool overwrite = false;
+  bool json = false;
 };
 
 // The part of a map that goes into a page: numbers there, -1 for what stays outside.
@@ -246,25 +249,32 @@ bool WritePage(const BuiltMap& map, const Part& part, const std::string& title, 
   return page.Close();
 }
 
+void PrintSummary(const ViewOptions& options, const Part& part) {
+  const std::string path = zatlib::platform::AbsolutePath(options.file.c_str());
+  if (options.json) {
+    PrintJson({{"page", path}, {"nodes", part.nodes.size()}, {"links", part.links.size()}});
+    return;
+  }
+  std::printf("page: %s\n%zu nodes, %zu links\n", path.c_str(), part.nodes.size(),
+              part.links.size());
+}
+
 int RunView(const ViewOptions& options) {
   Bounds bounds;
   if (!TakeBounds(options.bounds, &bounds)) return kExitUsage;
   MapFolder folder;
   BuiltMap map;
   if (!OpenMap(options.folder, &folder) || !LoadMap(folder, &map)) return kExitFailed;
+  if (!BoundsHoldSomething(options.bounds, bounds, map)) return kExitFailed;
   const Part part = ChoosePart(map, bounds);
   Output page;
-  if (!page.Open(options.file)) {
-    std::fprintf(stderr, "zatmap: %s cannot be written.\n", options.file.c_str());
-    return kExitFailed;
-  }
+  const OutputRequest request = {options.file, options.overwrite, FilesOfMap(options.folder)};
+  if (!OpenOutput(request, &page)) return kExitFailed;
   if (!WritePage(map, part, options.folder, page)) {
     std::fprintf(stderr, "zatmap: %s could not be written whole.\n", options.file.c_str());
     return kExitFailed;
   }
-  std::printf("page: %s\n%zu nodes, %zu links\n",
-              zatlib::platform::AbsolutePath(options.file.c_str()).c_str(), part.nodes.size(),
-              part.links.size());
+  if (options.file != "-") PrintSummary(options, part);
   if (std::ssize(part.links) > kManyLinks) {
     std::fprintf(stderr,
                  "zatmap: with more than %" PRId64
@@ -283,7 +293,9 @@ Command ViewCommand() {
   return {.name = "view",
           .summary = "Write a map as one page for a browser",
           .arguments = {MapArgument(&options->folder)},
-          .options = {page, BoundsOption(&options->bounds), CodePageOption()},
+          .options = {page, OverwriteOption(&options->overwrite),
+                      JsonOption(&options->json, "Tell what was written as a JSON object"),
+                      BoundsOption(&options->bounds), CodePageOption()},
           .notes =
               "The page needs no network. #node=CODE, #link=CODE and #route=CODE,CODE behind "
               "its address\nopen it at that thing.",

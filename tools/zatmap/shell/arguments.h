@@ -3,6 +3,7 @@
 
 #include <string>
 
+#include "map/built_map.h"
 #include "shape/shape_files.h"
 
 namespace zatmap {
@@ -23,6 +24,11 @@ struct Bounds {
 // Reads the value of --bbox, "W,S,E,N"; "" leaves the bounds as they are. False, with a message on
 // standard error, when it is something else.
 bool TakeBounds(const std::string& text, Bounds* bounds);
+
+// True when a node or a point of a link lies within the bounds that TakeBounds has read from a
+// text. Else false, with a message that shows the bounds of the map, and the likely cause.
+bool BoundsHoldSomething(const std::string& text, const Bounds& bounds,
+                         const zatlib::map::BuiltMap& map);
 
 // Reads "LON,LAT" in degrees. False when it is something else.
 bool ParsePlace(const std::string& text, double* longitude, double* latitude);

@@ -84,6 +84,7 @@ Option JsonOption(bool* json, const std::string& help = "Print one JSON object")
 Option StrictOption(bool* strict);
 Option MsrOption(bool* msr);
 Option OutputOption(std::string* file, const std::string& help);
+Option OverwriteOption(bool* overwrite);
 Option BoundsOption(std::string* bounds);
 
 // --code-page N, for what reads or prints names: takes effect by itself. What opens a map takes the

@@ -56,6 +56,10 @@ Option OutputOption(std::string* file, const std::string& help) {
           .completes = Completes::kFile};
 }
 
+Option OverwriteOption(bool* overwrite) {
+  return {.names = "--overwrite", .help = "Replace a file that exists", .value = overwrite};
+}
+
 Option BoundsOption(std::string* bounds) {
   return {.names = "--bbox",
           .help = "Only what lies in this rectangle, in degrees",
