@@ -1,0 +1,132 @@
+#!/usr/bin/env python3
+"""What the documents show of a shell was seen: their commands run, and print what stands there.
+
+    walked_documents_test.py --zatmap PROGRAM [--show] [unittest arguments]
+
+A block ```sh is run by bash as it stands; the block ```text behind it is what it prints, both outputs
+together. The blocks of a page share a folder, in which examples/ is a copy of the project's, and the
+shell's variables. In what is printed, the folder is called /home/me/zatlib, seconds are not compared,
+and a line of "..." stands for any lines. --show prints what the commands print instead of comparing.
+"""
+
+import argparse
+import os
+import re
+import shutil
+import subprocess
+import sys
+import tempfile
+import unittest
+
+ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
+sys.path.insert(0, os.path.join(ROOT, "tests", "support"))
+import zatmap  # pylint: disable=wrong-import-position
+
+OPTIONS = argparse.Namespace()
+HOME = "/home/me/zatlib"
+MARK = "--- end of a block ---"
+BLOCK = re.compile(r"(?ms)^```(sh|text)\n(.*?)^```$")
+
+
+def read(path):
+    with open(os.path.join(ROOT, path), encoding="utf-8") as file:
+        return file.read()
+
+
+def steps(page):
+    """Pairs of the commands of a block and what stands behind them, "" for nothing."""
+    found = []
+    for kind, text in BLOCK.findall(read(page)):
+        if kind == "sh":
+            found.append([text, ""])
+        else:
+            found[-1][1] = text
+    return found
+
+
+def walk(page, folder):
+    """What each block of the page prints."""
+    shutil.copytree(os.path.join(ROOT, "examples"), os.path.join(folder, "examples"))
+    script = "set -e\n" + "".join("%s\necho '%s'\n" % (commands, MARK) for commands, _ in steps(page))
+    path = os.path.dirname(os.path.abspath(OPTIONS.zatmap)) + os.pathsep + os.environ["PATH"]
+    done = subprocess.run(["bash", "-c", script], cwd=folder, stdin=subprocess.DEVNULL,
+                          stdout=subprocess.PIPE, stderr=subprocess.STDOUT, check=False, timeout=300,
+                          env=dict(os.environ, PATH=path, LC_ALL="C.UTF-8",
+                                   XDG_DATA_HOME=os.path.join(folder, "log")))
+    out = done.stdout.decode("utf-8", "replace").replace(os.path.realpath(folder), HOME)
+    return out.split(MARK + "\n"), done.returncode
+
+
+def pattern(text):
+    """A regular expression for what a document shows."""
+    lines = []
+    for line in text.splitlines(True):
+        quoted = re.escape(line)
+        lines.append(r"(?:.*\n)*?" if line == "...\n" else
+                     re.sub(r"\d+(\\\.\d+)?(?=\\ seconds)", r"[0-9.]+", quoted))
+    return re.compile("".join(lines))
+
+
+class WalkedDocuments(unittest.TestCase):
+    maxDiff = None
+
+    def check(self, page):
+        with tempfile.TemporaryDirectory() as folder:
+            printed, status = walk(page, os.path.realpath(folder))
+        if OPTIONS.show:
+            print("".join(printed))
+            return
+        self.assertEqual((status, len(printed)), (0, len(steps(page)) + 1), printed[-1])
+        for (commands, shown), text in zip(steps(page), printed):
+            with self.subTest(commands=commands):
+                if not pattern(shown).fullmatch(text):
+                    self.assertEqual(text, shown)
+
+    def test_from_a_layer_to_a_map(self):
+        self.check("docs/preparing-data.md")
+
+    def test_the_readme(self):
+        self.check("README.md")
+
+
+class SampleRows(unittest.TestCase):
+    """Rows of the tables are rows of the example, and records those of its map."""
+
+    def rows(self, page):
+        return re.findall(r"(?m)^\| `([\w.]+)` \|(?:[^`|\n]*\|)? `([^`]+)` \|", read(page))
+
+    def check_rows(self, page, at_least):
+        rows = [(name, row) for name, row in self.rows(page)
+                if os.path.exists(os.path.join(ROOT, "examples", "monaco", name))]
+        self.assertGreaterEqual(len(rows), at_least)
+        for name, row in rows:
+            with self.subTest(page=page, file=name):
+                self.assertIn(row, read("examples/monaco/" + name).splitlines())
+
+    def test_rows_of_the_readme(self):
+        self.check_rows("README.md", 9)
+
+    def test_rows_of_the_path(self):
+        self.check_rows("docs/preparing-data.md", 2)
+
+    def test_records_of_the_readme(self):
+        records = [(name, row) for name, row in self.rows("README.md") if "=" in row]
+        self.assertGreaterEqual(len(records), 10)
+        with tempfile.TemporaryDirectory() as folder:
+            program = zatmap.Zatmap(OPTIONS.zatmap, os.path.join(folder, "log"))
+            shutil.copytree(os.path.join(ROOT, "examples", "monaco"), os.path.join(folder, "monaco"))
+            program.build(os.path.join(folder, "monaco"))
+            for name, row in records:
+                with self.subTest(file=name):
+                    self.assertEqual(program.run("dump", "out", name, "--record", "0",
+                                                 cwd=os.path.join(folder, "monaco")).out,
+                                     "0: %s\n" % row)
+
+
+if __name__ == "__main__":
+    if "--show" in sys.argv:
+        sys.argv.remove("--show")
+        OPTIONS.show = True
+    else:
+        OPTIONS.show = False
+    zatmap.main(OPTIONS, "zatmap")
