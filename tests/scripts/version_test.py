@@ -22,6 +22,7 @@ TEXTS = {
     "CMakeLists.txt": {"dotted"},
     "CHANGELOG.md": {"dotted", "short", "number"},
     "README.md": {"short", "number"},
+    "docs/guide.ja.md": {"number"},
     "docs/hosting.md": {"number"},
     "include/zatlib.h": {"dotted", "short", "number"},
     "src/interface/entry/exports.cpp": {"number"},

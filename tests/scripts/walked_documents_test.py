@@ -90,24 +90,31 @@ class WalkedDocuments(unittest.TestCase):
 
 
 class SampleRows(unittest.TestCase):
-    """Rows of the tables are rows of the example, and records those of its map."""
+    """Rows of the tables are rows of the examples, and records those of their maps."""
 
     def rows(self, page):
         return re.findall(r"(?m)^\| `([\w.]+)` \|(?:[^`|\n]*\|)? `([^`]+)` \|", read(page))
 
     def check_rows(self, page, at_least):
-        rows = [(name, row) for name, row in self.rows(page)
-                if os.path.exists(os.path.join(ROOT, "examples", "monaco", name))]
-        self.assertGreaterEqual(len(rows), at_least)
-        for name, row in rows:
-            with self.subTest(page=page, file=name):
-                self.assertIn(row, read("examples/monaco/" + name).splitlines())
+        found = 0
+        for name, row in self.rows(page):
+            for example in ("monaco", "hinata"):
+                path = os.path.join(ROOT, "examples", example, name)
+                if os.path.exists(path):
+                    found += 1
+                    with self.subTest(page=page, file=name):
+                        with open(path, encoding="cp932") as file:
+                            self.assertIn(row, file.read().splitlines())
+        self.assertGreaterEqual(found, at_least)
 
     def test_rows_of_the_readme(self):
         self.check_rows("README.md", 9)
 
     def test_rows_of_the_path(self):
         self.check_rows("docs/preparing-data.md", 2)
+
+    def test_rows_of_the_japanese_guide(self):
+        self.check_rows("docs/guide.ja.md", 10)
 
     def test_records_of_the_readme(self):
         records = [(name, row) for name, row in self.rows("README.md") if "=" in row]
@@ -121,6 +128,34 @@ class SampleRows(unittest.TestCase):
                     self.assertEqual(program.run("dump", "out", name, "--record", "0",
                                                  cwd=os.path.join(folder, "monaco")).out,
                                      "0: %s\n" % row)
+
+
+class JapaneseGuide(unittest.TestCase):
+    def test_its_control_files_build_the_examples(self):
+        controls = re.findall(r"(?ms)^```ini\n(.*?)^```$", read("docs/guide.ja.md"))
+        self.assertEqual(len(controls), 2)
+        for example, control, counts in (("monaco", controls[0], "577 nodes, 731 links"),
+                                         ("hinata", controls[1], "43 nodes, 64 links")):
+            with tempfile.TemporaryDirectory() as top, self.subTest(example=example):
+                folder = os.path.join(top, example)
+                shutil.copytree(os.path.join(ROOT, "examples", example), folder)
+                with open(os.path.join(folder, "guide.ini"), "w", encoding="cp932",
+                          newline="\r\n") as file:
+                    file.write(control)
+                program = zatmap.Zatmap(OPTIONS.zatmap, os.path.join(top, "log"))
+                self.assertIn(counts, program.build(folder, "guide.ini").out)
+
+    def test_its_messages_are_those_of_the_library(self):
+        sources = ""
+        for top, _, names in os.walk(os.path.join(ROOT, "src")):
+            sources += "".join(read(os.path.join(top, name)) for name in names)
+        table = read("docs/guide.ja.md").partition("よくあるメッセージ:\n")[2].partition("\n\nDLL")[0]
+        messages = re.findall(r"(?m)^\| `([^`]+)` \|", table)
+        self.assertGreaterEqual(len(messages), 8)
+        for message in messages:
+            for part in re.split(r"…|\(FILE01\)|\([^)]*\)|\[[^]]*\]", message):
+                with self.subTest(message=message, part=part):
+                    self.assertIn(part.rstrip("! "), sources)
 
 
 if __name__ == "__main__":
