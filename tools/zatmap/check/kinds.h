@@ -140,6 +140,20 @@ enum class Kind : uint8_t {
   kShapeUnknown,
   kShapeMissing,
   kShapeEnds,
+  // The whole set.
+  kLengthUnit,
+  kLengthOdd,
+  kLengthsMixed,
+  kSpeedUnit,
+  kSpeedHigh,
+  kSpeedsLow,
+  kSpeedsEqual,
+  kOneWayShare,
+  kOneWayAgainst,
+  kRuleTwice,
+  kIsland,
+  kNotReached,
+  kNotLeft,
   kCount
 };
 

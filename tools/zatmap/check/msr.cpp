@@ -5,6 +5,7 @@
 #include "check/mif.h"
 #include "check/rows.h"
 #include "check/shapes.h"
+#include "check/whole_set.h"
 #include "frd/control.h"
 #include "input_msr/layouts.h"
 
@@ -257,6 +258,7 @@ void CheckMsr(Control& control, int64_t shape_limit) {
   check.Names();
   check.Conditions();
   check.Shapes(shape_limit);
+  CheckWholeSet(check.network);
 }
 
 }  // namespace zatmap::check

@@ -250,10 +250,11 @@ void Network::CheckPlaces() {
   }
 }
 
-void Network::CheckPoint(Place here, int32_t x, int32_t y) const {
-  if (bounds_.Holds(x, y)) return;
+bool Network::CheckPoint(Place here, int32_t x, int32_t y) const {
+  if (bounds_.Holds(x, y)) return true;
   findings_.Add(bounds_.Holds(y, x) ? Kind::kCoordSwapped : Kind::kCoordFar, here, "%.6f %.6f",
                 x / 1e6, y / 1e6);
+  return false;
 }
 
 }  // namespace zatmap::check

@@ -53,6 +53,7 @@ struct CheckedLink {
   uint8_t marks = 0;
   float shape_length = 0;    // metres along its shape, 0 without one
   float swapped_length = 0;  // the same if longitude and latitude were exchanged
+  float written_length = 0;  // as the source says it, fractions and all
 };
 
 // A row of prohibited turns whose node and links are there, of whatever kind.
@@ -123,8 +124,11 @@ class Network {
   // Computes the bounds and reports the nodes outside of them.
   void CheckPlaces();
 
-  // A finding when a point lies far from the nodes.
-  void CheckPoint(Place here, int32_t x, int32_t y) const;
+  // False, with a finding, when a point lies far from the nodes.
+  bool CheckPoint(Place here, int32_t x, int32_t y) const;
+
+  // True for a point where most nodes lie.
+  bool IsNear(int32_t x, int32_t y) const { return bounds_.Holds(x, y); }
 
   int code_length() const { return code_length_; }
   Findings& findings() const { return findings_; }

@@ -51,7 +51,12 @@ void TakeLinkNumbers(const Source& source, const Row& row, const Numbers& number
   if (kind >= zatlib::kDummyRoadKind) {
     source.findings().Add(Kind::kKindReserved, source.Here(columns.kind), "kind %d", kind);
   }
-  link->length = static_cast<uint16_t>(numbers[static_cast<size_t>(columns.length)]);
+  const int32_t length = numbers[static_cast<size_t>(columns.length)];
+  const std::string_view written = row[columns.length];
+  link->length = static_cast<uint16_t>(length);
+  link->written_length = written.find('.') == std::string_view::npos
+                             ? static_cast<float>(length)
+                             : static_cast<float>(zatlib::FRD_ParseDouble(written));
   const RowSpeeds speeds = SpeedsOf(row, columns.speed_a, columns.speed_b, defaults);
   link->speed_a = speeds.a;
   link->speed_b = speeds.b;

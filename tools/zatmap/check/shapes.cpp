@@ -40,7 +40,7 @@ void ShapeChecker::Begin(FeatureCode code, Place place) {
   code_ = code;
   place_ = place;
   points_ = 0;
-  reported_far_ = false;
+  far_ = false;
   length_ = 0;
   swapped_length_ = 0;
   ++shapes_;
@@ -56,7 +56,7 @@ void ShapeChecker::Point(Place here, int32_t x, int32_t y) {
   }
   last_x_ = x;
   last_y_ = y;
-  network_.CheckPoint(here, x, y);
+  if (!network_.CheckPoint(here, x, y)) far_ = true;
   const int64_t before = bytes_;
   bytes_ += kPointBytes;
   if (before <= limit_ && bytes_ > limit_) {
@@ -106,8 +106,10 @@ void ShapeChecker::End() {
     findings.Add(Kind::kShapeTwice, place_.At(1), "link %s", network_.TextOf(code_).c_str());
   }
   link.marks |= kHasShape;
-  link.shape_length = static_cast<float>(length_);
-  link.swapped_length = static_cast<float>(swapped_length_);
+  if (!far_) {
+    link.shape_length = static_cast<float>(length_);
+    link.swapped_length = static_cast<float>(swapped_length_);
+  }
   CheckEnds(link);
 }
 

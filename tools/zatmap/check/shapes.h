@@ -42,7 +42,7 @@ class ShapeChecker {
   zatlib::FeatureCode code_;
   Place place_;
   int64_t points_ = 0;
-  bool reported_far_ = false;
+  bool far_ = false;   // a point lies far from the nodes
   double length_ = 0;  // metres
   double swapped_length_ = 0;
   int32_t first_x_ = 0;

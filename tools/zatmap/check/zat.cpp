@@ -5,6 +5,7 @@
 #include "check/mif.h"
 #include "check/rows.h"
 #include "check/shapes.h"
+#include "check/whole_set.h"
 #include "frd/control.h"
 #include "input_zat/layouts.h"
 
@@ -400,6 +401,7 @@ void CheckZat(Control& control, int64_t shape_limit) {
   check.Turns();
   check.OneWays();
   check.Shapes(shape_limit);
+  CheckWholeSet(check.network);
 }
 
 }  // namespace zatmap::check
