@@ -6,7 +6,7 @@
 A block ```sh is run by bash as it stands; the block ```text behind it is what it prints, both outputs
 together. The blocks of a page share a folder, in which examples/ is a copy of the project's, and the
 shell's variables. In what is printed, the folder is called /home/me/zatlib, seconds are not compared,
-and a line of "..." stands for any lines. --show prints what the commands print instead of comparing.
+"..." at the end of a line stands for its rest, and a line of "..." for any lines. --show prints what the commands print instead of comparing.
 """
 
 import argparse
@@ -61,9 +61,12 @@ def pattern(text):
     """A regular expression for what a document shows."""
     lines = []
     for line in text.splitlines(True):
-        quoted = re.escape(line)
-        lines.append(r"(?:.*\n)*?" if line == "...\n" else
-                     re.sub(r"\d+(\\\.\d+)?(?=\\ seconds)", r"[0-9.]+", quoted))
+        if line == "...\n":
+            lines.append(r"(?:.*\n)*?")
+            continue
+        shown = re.sub(r"\.\.\.\n$", "", line)
+        quoted = re.sub(r"\d+(\\\.\d+)?(?=\\ seconds)", r"[0-9.]+", re.escape(shown))
+        lines.append(quoted + ("" if shown == line else r".*\n"))
     return re.compile("".join(lines))
 
 
