@@ -4,7 +4,7 @@
     walked_documents_test.py --zatmap PROGRAM [--show] [unittest arguments]
 
 A block ```sh is run by bash as it stands; the block ```text behind it is what it prints, both outputs
-together. The blocks of a page share a folder, in which examples/ is a copy of the project's, and the
+together. So is, in an indented block, each line that begins with "$ ", and what stands behind it. The blocks of a page share a folder, in which examples/ is a copy of the project's, and the
 shell's variables. In what is printed, the folder is called /home/me/zatlib, seconds are not compared,
 "..." at the end of a line stands for its rest, and a line of "..." for any lines. --show prints what the commands print instead of comparing.
 """
@@ -26,6 +26,7 @@ OPTIONS = argparse.Namespace()
 HOME = "/home/me/zatlib"
 MARK = "--- end of a block ---"
 BLOCK = re.compile(r"(?ms)^```(sh|text)\n(.*?)^```$")
+DIALOGUE = re.compile(r"(?m)(?:^    .*\n|^\n(?=    ))+")
 
 
 def read(path):
@@ -35,19 +36,25 @@ def read(path):
 
 def steps(page):
     """Pairs of the commands of a block and what stands behind them, "" for nothing."""
+    text = read(page)
     found = []
-    for kind, text in BLOCK.findall(read(page)):
+    for kind, block in BLOCK.findall(text):
         if kind == "sh":
-            found.append([text, ""])
+            found.append([block, ""])
         else:
-            found[-1][1] = text
+            found[-1][1] = block
+    for block in DIALOGUE.findall(text):
+        lines = re.sub(r"(?m)^    ", "", block.strip("\n") + "\n")
+        if lines.startswith("$ "):
+            for command, shown in re.findall(r"(?m)^\$ (.*\n)((?:(?!\$ ).*\n)*)", lines):
+                found.append(["%s || true\n" % command.rstrip("\n"), re.sub(r"\n+$", "\n", shown)])
     return found
 
 
-def walk(page, folder):
-    """What each block of the page prints."""
+def walk(page, folder, begin):
+    """What each block of the page prints, behind the commands `begin`."""
     shutil.copytree(os.path.join(ROOT, "examples"), os.path.join(folder, "examples"))
-    script = "set -e\n" + "".join("%s\necho '%s'\n" % (commands, MARK) for commands, _ in steps(page))
+    script = "set -e\n%s >begin\n" % begin + "".join("%s\necho '%s'\n" % (commands, MARK) for commands, _ in steps(page))
     path = os.path.dirname(os.path.abspath(OPTIONS.zatmap)) + os.pathsep + os.environ["PATH"]
     done = subprocess.run(["bash", "-c", script], cwd=folder, stdin=subprocess.DEVNULL,
                           stdout=subprocess.PIPE, stderr=subprocess.STDOUT, check=False, timeout=300,
@@ -73,9 +80,9 @@ def pattern(text):
 class WalkedDocuments(unittest.TestCase):
     maxDiff = None
 
-    def check(self, page):
+    def check(self, page, begin="true"):
         with tempfile.TemporaryDirectory() as folder:
-            printed, status = walk(page, os.path.realpath(folder))
+            printed, status = walk(page, os.path.realpath(folder), begin)
         if OPTIONS.show:
             print("".join(printed))
             return
@@ -90,6 +97,9 @@ class WalkedDocuments(unittest.TestCase):
 
     def test_the_readme(self):
         self.check("README.md")
+
+    def test_the_page_of_zatmap(self):
+        self.check("docs/zatmap.md", "cd examples/monaco && mkdir -p out && zatmap build control.ini")
 
 
 class SampleRows(unittest.TestCase):
