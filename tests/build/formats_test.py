@@ -186,7 +186,7 @@ def build(path, folder, name):
     data = folder / ".data"
     shutil.rmtree(data, ignore_errors=True)
     program = zatmap.Zatmap(path, data)
-    done = program.run("build", name, cwd=folder)
+    done = program.run(*zatmap.PLAIN, name, cwd=folder)
     check(done.status == 0, "%s does not build: %s" % (name, done.err))
     log = program.log_lines()
     log = [line for line in log[log.index(b"Path Two Start. "):] if not zatmap.MACHINE.match(line)]

@@ -67,7 +67,7 @@ class Build:
         return zatmap.map_files(self.out)
 
     def start(self, **options):
-        return self.program.start("build", "control.ini", cwd=self.data, **options)
+        return self.program.start(*zatmap.PLAIN, "-v", "control.ini", cwd=self.data, **options)
 
     def run(self):
         self.program.build(self.data, timeout=TIMEOUT)
@@ -154,7 +154,7 @@ class Interrupted(unittest.TestCase):
                     self.assertEqual(process.returncode, 1)
                     self.assertEqual(log[-1], "End Error.")
                     self.assertIn(b"Canceling ...\n", text)
-                    self.assertIn(b"zatmap: the build failed or was cancelled.\n", text)
+                    self.assertIn(b"zatmap: the build was cancelled.\n", text)
                     # A cancel is no error.
                     self.assertEqual([line for line in log if line.startswith("[")], [])
             build.silent(True)

@@ -1176,7 +1176,7 @@ class RandomNetworks(unittest.TestCase):
                     network = maker(str(seed), root)
                     network.make()
                     status, text, errors = run(root, "--max", "3", "control.ini")
-                    build = zatmap.Zatmap(ZATMAP, root).run("build", "control.ini", cwd=root)
+                    build = zatmap.Zatmap(ZATMAP, root).run(*zatmap.PLAIN, "control.ini", cwd=root)
                 with self.subTest(maker=maker.__name__, seed=seed, fault=network.fault):
                     self.assertIn(status, (0, 1), errors)
                     if build.status != 0:

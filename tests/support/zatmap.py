@@ -24,6 +24,9 @@ STAMP = re.compile(rb"^\d{8} \d\d:\d\d:\d\d\.\d{3} ")
 # Lines of the log that tell of the machine or of earlier runs.
 MACHINE = re.compile(rb"^(Total Physycal=|Total Paging=|\d+ log files before )")
 
+# `zatmap build` as tests of the library want it: it only calls the library.
+PLAIN = ("build", "--no-check")
+
 Done = collections.namedtuple("Done", "status out err")
 
 
@@ -61,8 +64,8 @@ class Zatmap:
         return Done(done.returncode, text_of(done.stdout), text_of(done.stderr))
 
     def build(self, folder, control="control.ini", *options, timeout=TIMEOUT):
-        """A build in the folder that has to succeed."""
-        done = self.run("build", control, *options, cwd=folder, timeout=timeout)
+        """A plain build in the folder that has to succeed."""
+        done = self.run(*PLAIN, control, *options, cwd=folder, timeout=timeout)
         assert done.status == 0, "%s in %s: %d: %s" % (control, folder, done.status, done.err)
         return done
 

@@ -3,13 +3,12 @@
 
     terminal_test.py --zatmap PATH --city FOLDER [--make-network PATH] [unittest options]
 
-Runs zatmap in a pseudo-terminal and keeps the screen that it draws; sources that are named pipes hold
-a build where the test wants to look. The large networks come from make_network; without it their
+Runs zatmap in a pseudo-terminal and keeps the screen that it draws; sources that are held up whoever opens
+them stop a build where the test wants to look. The large networks come from make_network; without it their
 tests are skipped.
 """
 
 import argparse
-import errno
 import fcntl
 import os
 import pty
@@ -27,6 +26,7 @@ import unittest
 
 sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "support"))
 import zatmap  # pylint: disable=wrong-import-position
+from held_file import HeldFile  # pylint: disable=wrong-import-position
 
 OPTIONS = argparse.Namespace()
 TIMEOUT = 60   # seconds for anything that has to happen
@@ -165,36 +165,16 @@ class TerminalTest(unittest.TestCase):
         zatmap.set_system(self.data, "SILENTMODE=" + silent)
 
     def start(self, columns=80):
-        terminal = Terminal([OPTIONS.zatmap, "build", "control.ini"], self.data,
+        terminal = Terminal([OPTIONS.zatmap, *zatmap.PLAIN, "control.ini"], self.data,
                             self.program.environment, columns)
         self.addCleanup(terminal.close)
         return terminal
 
     def hold_at(self, name):
-        """Makes a source file a named pipe: the build waits there for the test."""
-        path = os.path.join(self.data, name)
-        with open(path, "rb") as file:
-            self.held = file.read()
-        os.remove(path)
-        os.mkfifo(path)
-        return path
-
-    def open_pipe(self, path):
-        """The writing end, as soon as the build has opened the reading end."""
-        end = time.monotonic() + TIMEOUT
-        while time.monotonic() < end:
-            try:
-                return os.open(path, os.O_WRONLY | os.O_NONBLOCK)
-            except OSError as error:
-                if error.errno != errno.ENXIO:
-                    raise
-            time.sleep(0.01)
-        raise AssertionError("the build never came to the named pipe")
-
-    def let_go(self, pipe):
-        os.set_blocking(pipe, True)
-        os.write(pipe, self.held)
-        os.close(pipe)
+        """The build will wait where it opens this source file, until the test lets it go."""
+        held = HeldFile(os.path.join(self.data, name))
+        self.addCleanup(held.let_go)
+        return held
 
     def log(self):
         folder = os.path.join(self.folder, "log", "Orvilex Systems,Inc.", "ZatLib")
@@ -207,16 +187,16 @@ class TerminalTest(unittest.TestCase):
 
 class WhatAPersonSees(TerminalTest):
     def test_the_line_while_the_build_runs(self):
-        path = self.hold_at("linkspeed.txt")
+        held = self.hold_at("linkspeed.txt")
         terminal = self.start()
-        pipe = self.open_pipe(path)
+        held.wait(TIMEOUT)
         terminal.wait_for("Sorting The Common Index")
         # 24 characters of bar at 15 percent: 3 are full.
         self.assertEqual(terminal.screen.lines,
                          ["[###.....................]  15% 00:00 Sorting The Common Index"])
         # The clock runs while the work shows nothing new.
         terminal.wait_for(r"00:02 Sorting The Common Index$")
-        self.let_go(pipe)
+        held.let_go()
         self.assertEqual(terminal.finish(), 0)
         # The line goes away; the summary stands alone.
         lines = terminal.screen.lines
@@ -245,13 +225,14 @@ class WhatAPersonSees(TerminalTest):
                 # There is room for the cursor and for the "^C" that the terminal echoes.
                 self.assertLessEqual(max(map(len, lines)), columns - 3)
 
-    def test_a_message_stands_above_the_line(self):
+    def test_a_message_takes_the_place_of_the_line(self):
         os.remove(os.path.join(self.data, "links.txt"))
         terminal = self.start()
         self.assertEqual(terminal.finish(), 1)
         lines = terminal.screen.lines
-        self.assertEqual(lines[0], "File Error: Can't open the link data (FILE01) [links.txt] !")
-        self.assertEqual(lines[1], "zatmap: the build failed or was cancelled.")
+        self.assertEqual(lines[:2], [
+            "zatmap: the build failed.",
+            "  File Error: Can't open the link data (FILE01) [links.txt] !"])
         self.assertEqual(lines[-1], "")
         self.assertFalse([line for line in lines if line.startswith("[#") or line.startswith("[.")])
 
@@ -264,8 +245,8 @@ class WhatAPersonSees(TerminalTest):
         self.assertTrue(lines[0].startswith("map: "))
         self.assertIn(" nodes, ", lines[1])
 
-    def test_plain_lines_when_standard_error_is_no_terminal(self):
-        done = self.program.build(self.data, timeout=TIMEOUT)
+    def test_plain_lines_on_demand_when_standard_error_is_no_terminal(self):
+        done = self.program.build(self.data, "control.ini", "-v", timeout=TIMEOUT)
         self.assertNotRegex(done.err, "[\r\x1b]")
         lines = done.err.split("\n")
         self.assertEqual(lines[:6], ["Initalizing...", "Setting Road Definition...",
@@ -276,26 +257,29 @@ class WhatAPersonSees(TerminalTest):
         self.assertEqual(lines[-3:], ["Creating Right Turn Weight...", "Setting IC Flags...", ""])
         self.assertEqual(done.out.count("\n"), 2)
 
+    def test_no_plain_lines_unless_somebody_wants_them(self):
+        self.assertEqual(self.program.build(self.data, timeout=TIMEOUT).err, "")
+
     def test_silent_mode_shows_no_plain_lines_either(self):
         self.control("1")
-        done = self.program.build(self.data, timeout=TIMEOUT)
+        done = self.program.build(self.data, "control.ini", "-v", timeout=TIMEOUT)
         self.assertEqual(done.err, "")
         self.assertEqual(done.out.count("\n"), 2)
 
 
 class CtrlC(TerminalTest):
     def press(self, notice, columns=80):
-        path = self.hold_at("linkspeed.txt")
+        held = self.hold_at("linkspeed.txt")
         terminal = self.start(columns)
-        pipe = self.open_pipe(path)
+        held.wait(TIMEOUT)
         terminal.wait_for(r"15% \d\d:\d\d")
         terminal.press_ctrl_c()
         terminal.wait_for(notice)
-        return terminal, pipe
+        return terminal, held
 
     def test_the_first_one_cancels(self):
-        terminal, pipe = self.press(r"^\[###\.+\]  15% 00:\d\d Canceling \.\.\.$")
-        self.let_go(pipe)
+        terminal, held = self.press(r"^\[###\.+\]  15% 00:\d\d Canceling \.\.\.$")
+        held.let_go()
         self.assertEqual(terminal.finish(), 1)
         # The notice was the last text, the bar stood still but for the checkpoints that follow.
         texts = [line[38:] for line in terminal.screen.shown if line.startswith("[")]
@@ -307,32 +291,29 @@ class CtrlC(TerminalTest):
         self.assertEqual(sorted(stores), ["linkstr.~wk", "nnamestr.~wk", "nodestr.~wk"])
 
     def test_the_next_run_starts_clean(self):
-        terminal, pipe = self.press("Canceling")
-        self.let_go(pipe)
+        terminal, held = self.press("Canceling")
+        held.let_go()
         self.assertEqual(terminal.finish(), 1)
-        with open(os.path.join(self.folder, "speeds"), "wb") as file:
-            file.write(self.held)
-        os.replace(os.path.join(self.folder, "speeds"), os.path.join(self.data, "linkspeed.txt"))
         self.assertEqual(self.start().finish(), 0)
         self.assertEqual(self.log()[-1], "End OK.")
 
     def test_the_second_one_ends_the_program(self):
-        terminal, pipe = self.press("Canceling")
+        terminal, held = self.press("Canceling")
         terminal.press_ctrl_c()
         self.assertEqual(terminal.finish(), -signal.SIGINT)
-        os.close(pipe)
+        held.let_go()
 
     def test_the_notice_in_japanese(self):
         self.program.environment["LC_ALL"] = "ja_JP.UTF-8"
-        terminal, pipe = self.press("キャンセル処理中・・・$")
-        self.let_go(pipe)
+        terminal, held = self.press("キャンセル処理中・・・$")
+        held.let_go()
         self.assertEqual(terminal.finish(), 1)
 
     def test_a_japanese_notice_that_does_not_fit_is_cut_between_characters(self):
         self.program.environment["LC_ALL"] = "ja_JP.UTF-8"
         # 38 columns in front of it and three that stay free leave 6 columns: three characters.
-        terminal, pipe = self.press("キャン$", columns=47)
-        self.let_go(pipe)
+        terminal, held = self.press("キャン$", columns=47)
+        held.let_go()
         self.assertEqual(terminal.finish(), 1)
 
 
@@ -385,7 +366,7 @@ class LargeBuilds(unittest.TestCase):
 
     def cancel_at(self, data, beginning):
         program = zatmap.Zatmap(OPTIONS.zatmap, os.path.join(self.folder, "log"), LC_ALL="C")
-        process = program.start("build", "control.ini", cwd=data, stderr=subprocess.PIPE, bufsize=0)
+        process = program.start(*zatmap.PLAIN, "-v", "control.ini", cwd=data, stderr=subprocess.PIPE, bufsize=0)
         try:
             end = time.monotonic() + TIMEOUT
             text = b""

@@ -90,7 +90,7 @@ def compare(source, control, options, prefix):
         native_output = prepare(source, control, native)
         windows_output = prepare(source, control, windows)
         data = os.path.join(root, "data")
-        done = zatmap.Zatmap(options.zatmap, data).run("build", control, cwd=native)
+        done = zatmap.Zatmap(options.zatmap, data).run(*zatmap.PLAIN, control, cwd=native)
         if done.status != 0:
             return ["the native build ended with status %d: %s" % (done.status, done.err)]
 

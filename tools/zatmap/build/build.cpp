@@ -1,162 +1,304 @@
-// zatmap build: runs the exported functions over a control file.
+// zatmap build: looks at the data, runs the exported functions over a control file, and tells what
+// came of it.
 #include <chrono>
 #include <cinttypes>
 #include <cstdio>
+#include <cstdlib>
 #include <memory>
-#include <mutex>
 #include <string>
-#include <vector>
 
+#include "build/failure.h"
+#include "build/report.h"
+#include "build/source_look.h"
+#include "build/sources.h"
+#include "check/report_text.h"
+#include "check/run.h"
 #include "commands.h"
 #include "frd/control.h"
 #include "frd/fields.h"
 #include "frd/files.h"
 #include "frd/log.h"
+#include "frd/progress.h"
 #include "frd/record_file.h"
-#include "interface/driver/build_driver.h"
 #include "network/network_files.h"
+#include "network/workstore/work_stores.h"
 #include "platform/code_page.h"
+#include "platform/console.h"
 #include "platform/file.h"
+#include "platform/profile_override.h"
+#include "platform/user_interface.h"
 #include "zatlib.h"
 
 namespace zatmap {
 namespace {
 
+using Clock = std::chrono::steady_clock;
+
 struct BuildOptions {
   std::string control_file;
   std::string stage = "all";
+  std::string out;
   bool msr = false;
+  bool force = false;
+  bool no_check = false;
+  bool quiet = false;
+  bool verbose = false;
+  bool json = false;
 };
 
-// The error reports of a run, "[message][title]" each, as the log gets them.
-class ErrorLines {
+// One build from the look at its sources to the report.
+class Build {
  public:
-  ErrorLines() {
-    zatlib::SetLogListener([this](const char* text) {
-      const std::string line(text);
-      if (line.size() < 4 || line.front() != '[' || line.back() != ']' ||
-          line.find("][") == std::string::npos) {
-        return;
-      }
-      const std::lock_guard<std::mutex> guard(mutex_);
-      lines_.push_back(line);
-    });
-  }
-  ~ErrorLines() { zatlib::SetLogListener(nullptr); }
-  const std::vector<std::string>& lines() const { return lines_; }
+  explicit Build(const BuildOptions& options);
+
+  // The exit status, once everything is printed.
+  int Run();
 
  private:
-  std::mutex mutex_;
-  std::vector<std::string> lines_;
+  void Go();
+  bool LookFirst();
+  bool CheckFirst();
+  void RunLibrary();
+  int RunStage();
+  void CountMap();
+  void Explain();
+  int Finish();
+  [[noreturn]] void EndAtLongField(const char* path, int64_t line, int column);
+  static void OnLongField(const char* path, int64_t line, int column);
+
+  const BuildOptions& options_;
+  BuildRequest request_;
+  BuildReport report_;
+  std::unique_ptr<FailureNotes> notes_;
+  Clock::time_point start_;
+  static Build* running_;
 };
 
-void ShowLongField(const char* path, int64_t line, int column) {
-  std::fprintf(stderr,
-               "zatmap: %s: record %" PRId64
-               ": column %d holds 64 bytes or more; the library takes "
-               "at most 63 and ends the program here.\n",
-               path, line, column);
+Build* Build::running_ = nullptr;
+
+double SecondsSince(Clock::time_point start) {
+  return std::chrono::duration<double>(Clock::now() - start).count();
 }
 
-int RunStage(const BuildOptions& options, std::string& control_file) {
-  const bool msr = options.msr || zatlib::BRN_GetFormat(control_file.c_str()) == zatlib::kFormatMsr;
-  if (options.stage == "two") return ZAT_NWB_BRN400_PathTwo(nullptr, control_file.data());
-  if (options.stage == "one") {
-    return msr ? ZAT_NWB_BRN400_PathOneMSR(nullptr, control_file.c_str())
-               : ZAT_NWB_BRN400_PathOneZAT(nullptr, control_file.c_str());
+// `zatmap check` over the same data, as it is typed here.
+std::string CheckCommandLine(const BuildOptions& options) {
+  std::string line = "zatmap check ";
+  if (!EnteredFolder().empty()) line += "-C " + QuotedWord(EnteredFolder()) + " ";
+  if (options.msr) line += "--msr ";
+  if (IsCodePageGiven()) {
+    line += "--code-page " + std::to_string(zatlib::platform::CodePage()) + " ";
   }
-  return options.msr ? ZAT_NWB_BuildRoadNetworks400(nullptr, control_file.c_str())
-                     : ZAT_NWB_BuildRoadNetworksEx(nullptr, control_file.c_str());
-}
-
-// Whole records of a file of the output folder.
-int64_t Records(const char* folder, const char* name, size_t size) {
-  return zatlib::CountRecords(zatlib::PathIn(folder, name).c_str(), size);
+  return line + QuotedWord(options.control_file);
 }
 
 // Bytes of all files of the output folder.
 uint64_t FolderBytes(const char* folder) {
   uint64_t bytes = 0;
-  zatlib::platform::FindFiles(folder[0] == 0 ? "." : folder, "", [&](const char* name) {
+  zatlib::platform::FindFiles(folder, "", [&](const char* name) {
     bytes += zatlib::FileSize(zatlib::PathIn(folder, name).c_str());
   });
   return bytes;
 }
 
-void PrintSuccess(const BuildOptions& options, const char* folder, double seconds) {
-  const std::string where = zatlib::platform::AbsolutePath(folder[0] == 0 ? "." : folder);
-  const bool stores = options.stage == "one";
-  const int64_t nodes =
-      stores ? Records(folder, zatlib::kNodeStoreFile, sizeof(zatlib::NodeStoreRecord))
-             : Records(folder, zatlib::kNodeLocationFile, sizeof(zatlib::NodeLocation));
-  const int64_t links =
-      stores ? Records(folder, zatlib::kLinkStoreFile, sizeof(zatlib::LinkStoreRecord))
-             : Records(folder, zatlib::kLinkNodeFile, sizeof(zatlib::LinkNodes));
-  std::printf("%s: %s\n", stores ? "work stores" : "map", where.c_str());
-  std::printf("%" PRId64 " nodes, %" PRId64 " links, %" PRIu64 " bytes, %.2f seconds\n", nodes,
-              links, FolderBytes(folder), seconds);
+Build::Build(const BuildOptions& options) : options_(options) {
+  if (!options.out.empty()) {
+    // A name of one character counts as none in a control file.
+    std::string folder = options.out;
+    if (folder.size() < 2) folder = std::string(".") + zatlib::platform::NativeSeparator() + folder;
+    zatlib::platform::OverrideProfileValue("FOLDER", "CALCMAPDIR", folder.c_str());
+  }
+  request_.control_file = zatlib::platform::AbsolutePath(options.control_file.c_str());
+  request_.msr = options.msr;
+  request_.stage = options.stage;
+  report_.control = options.control_file;
+  report_.check_command = CheckCommandLine(options);
+  report_.stores = options.stage == "one";
 }
 
-void PrintFailure(const std::vector<std::string>& errors) {
-  std::fprintf(stderr, "zatmap: the build failed or was cancelled.\n");
-  for (const std::string& line : errors) {
-    const size_t middle = line.find("][");
-    const std::string message = line.substr(1, middle - 1);
-    const std::string title = line.substr(middle + 2, line.size() - middle - 3);
-    std::fprintf(stderr, "  %s: %s\n", zatlib::platform::ForTerminal(title.c_str()).c_str(),
-                 zatlib::platform::ForTerminal(message.c_str()).c_str());
+int Build::Run() {
+  Go();
+  return Finish();
+}
+
+// The order of a build.
+void Build::Go() {
+  // What goes wrong is told at the end, with reasons.
+  zatlib::platform::SetConsole(
+      {.progress = !options_.quiet, .status_lines = options_.verbose, .messages = false});
+  if (!LookFirst() || !CheckFirst()) return;
+  RunLibrary();
+  if (report_.end == BuildEnd::kBuilt) {
+    CountMap();
+  } else {
+    Explain();
   }
+}
+
+bool Build::LookFirst() {
+  if (std::string fault = LookAtControl(request_.control_file); !fault.empty()) {
+    report_.reasons.push_back(std::move(fault));
+  } else {
+    char folder[zatlib::kPathSize];
+    zatlib::BRN_GetCalcMapDir(request_.control_file.c_str(), folder);
+    request_.folder = folder[0] == 0 ? "." : folder;
+    report_.folder = zatlib::platform::AbsolutePath(request_.folder.c_str());
+    report_.reasons = LookAtSources(request_, options_.control_file);
+  }
+  if (report_.reasons.empty()) return true;
+  report_.end = BuildEnd::kRefused;
+  return false;
+}
+
+bool Build::CheckFirst() {
+  // The second half reads no sources.
+  if (options_.no_check || options_.stage == "two") return true;
+  report_.findings = check::RunChecks({.control_file = options_.control_file, .msr = options_.msr});
+  const int64_t errors = ErrorCount(*report_.findings);
+  if (options_.verbose) {
+    std::fprintf(stderr, "%s: %s\n", report_.check_command.c_str(),
+                 check::CountsText(*report_.findings).c_str());
+  }
+  if (errors == 0) return true;
+  report_.forced = options_.force;
+  if (!report_.forced) report_.end = BuildEnd::kErrors;
+  return report_.forced;
+}
+
+void Build::OnLongField(const char* path, int64_t line, int column) {
+  running_->EndAtLongField(path, line, column);
+}
+
+// The library ends the process behind this call. The program ends in order instead, on the thread
+// that has met the field.
+void Build::EndAtLongField(const char* path, int64_t line, int column) {
+  char text[zatlib::kMessageSize];
+  zatlib::FRD_Format(text, sizeof text,
+                     "%s: record %" PRId64
+                     ": column %d holds 64 bytes or more; a field has at most 63.",
+                     path, line, column);
+  report_.reasons.push_back(zatlib::platform::ForTerminal(text));
+  report_.end = BuildEnd::kFailed;
+  report_.seconds = SecondsSince(start_);
+  if (zatlib::FRD_IsDialogOpen() && zatlib::platform::GetConsole().progress &&
+      zatlib::platform::IsErrorTerminal()) {
+    std::fprintf(stderr, "\n");  // the line of the progress stays
+  }
+  Explain();
+  const int status = Finish();
+  std::fflush(nullptr);
+  std::_Exit(status);
+}
+
+int Build::RunStage() {
+  std::string control = request_.control_file;
+  const bool msr = IsMsr(request_);
+  if (options_.stage == "two") return ZAT_NWB_BRN400_PathTwo(nullptr, control.data());
+  if (options_.stage == "one") {
+    return msr ? ZAT_NWB_BRN400_PathOneMSR(nullptr, control.c_str())
+               : ZAT_NWB_BRN400_PathOneZAT(nullptr, control.c_str());
+  }
+  return options_.msr ? ZAT_NWB_BuildRoadNetworks400(nullptr, control.c_str())
+                      : ZAT_NWB_BuildRoadNetworksEx(nullptr, control.c_str());
+}
+
+void Build::RunLibrary() {
+  notes_ = std::make_unique<FailureNotes>();
+  running_ = this;
+  zatlib::SetLongFieldNotice(OnLongField);
+  start_ = Clock::now();
+  const int result = RunStage();
+  report_.seconds = SecondsSince(start_);
+  report_.messages = notes_->Messages();
+  report_.end = result != 0                 ? BuildEnd::kBuilt
+                : zatlib::FRD_IsCancelled() ? BuildEnd::kCancelled
+                                            : BuildEnd::kFailed;
+}
+
+void Build::CountMap() {
+  const char* const folder = request_.folder.c_str();
+  const auto records = [folder](const char* name, size_t size) {
+    return zatlib::CountRecords(zatlib::PathIn(folder, name).c_str(), size);
+  };
+  if (report_.stores) {
+    report_.nodes = records(zatlib::kNodeStoreFile, sizeof(zatlib::NodeStoreRecord));
+    report_.links = records(zatlib::kLinkStoreFile, sizeof(zatlib::LinkStoreRecord));
+  } else {
+    report_.nodes = records(zatlib::kNodeLocationFile, sizeof(zatlib::NodeLocation));
+    report_.links = records(zatlib::kLinkNodeFile, sizeof(zatlib::LinkNodes));
+  }
+  report_.bytes = FolderBytes(folder);
+}
+
+// After a failure: messages with reasons, the log, and what is wrong with the data when that is
+// not known yet.
+void Build::Explain() {
+  report_.messages = notes_->Messages();
+  if (std::string reason = FailureNotes::WriteReason(); !reason.empty()) {
+    report_.reasons.push_back(std::move(reason));
+  }
+  if (report_.end == BuildEnd::kCancelled) {
+    report_.findings.reset();
+  } else if (!report_.findings.has_value() && options_.stage != "two") {
+    report_.findings =
+        check::RunChecks({.control_file = options_.control_file, .msr = options_.msr});
+  }
+}
+
+int Build::Finish() {
   char log[zatlib::kPathSize];
-  if (zatlib::FRD_GetUserLogPath(zatlib::kBuildTag, log) != 0) {
-    std::fprintf(stderr, "  log: %s\n", log);
+  if (notes_ != nullptr && zatlib::FRD_GetUserLogPath(zatlib::kBuildTag, log) != 0) {
+    report_.log = log;
   }
-}
-
-int RunBuild(const BuildOptions& options) {
-  std::string control_file = zatlib::platform::AbsolutePath(options.control_file.c_str());
-  if (!zatlib::CanOpen(control_file.c_str())) {
-    // The library takes the defaults then and fails for want of nodes: say why.
-    std::fprintf(stderr, "zatmap: the control file %s cannot be read.\n", control_file.c_str());
-  }
-  zatlib::SetLongFieldNotice(ShowLongField);
-  const ErrorLines errors;
-  const auto start = std::chrono::steady_clock::now();
-  const int result = RunStage(options, control_file);
-  const double seconds =
-      std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-  if (result == 0) {
-    PrintFailure(errors.lines());
-    return kExitFailed;
-  }
-  char folder[zatlib::kPathSize];
-  zatlib::BRN_GetCalcMapDir(control_file.c_str(), folder);
-  PrintSuccess(options, folder, seconds);
-  return kExitDone;
+  PrintReport(report_, {.json = options_.json, .quiet = options_.quiet});
+  return report_.end == BuildEnd::kBuilt ? kExitDone : kExitFailed;
 }
 
 }  // namespace
 
 Command BuildCommand() {
   const auto options = std::make_shared<BuildOptions>();
-  return {.name = "build",
-          .summary = "Build the map that a control file describes",
-          .arguments = {ControlFileArgument(&options->control_file)},
-          .options = {{.names = "--stage",
-                       .help = "What to do; one: source files to work stores, two: work stores to "
-                               "map",
-                       .value = &options->stage,
-                       .type = "STAGE",
-                       .choices = {"all", "one", "two"}},
-                      MsrOption(&options->msr),
-                      CodePageOption()},
-          .notes =
-              "Relative paths in the control file count from the current folder. The output "
-              "folder\n([FOLDER] CALCMAPDIR) must exist. Ctrl-C cancels unless the control "
-              "file says SILENTMODE=1.",
-          .examples = {{"zatmap build control.ini", ""}},
-          .done = "the map is built",
-          .failed = "failed or cancelled",
-          .run = [options] { return RunBuild(*options); }};
+  return {
+      .name = "build",
+      .summary = "Build the map that a control file describes",
+      .arguments = {ControlFileArgument(&options->control_file)},
+      .options = {{.names = "--out",
+                   .help = "Build into this folder instead of [FOLDER] CALCMAPDIR",
+                   .value = &options->out,
+                   .type = "DIR",
+                   .completes = Completes::kFolder},
+                  {.names = "--force",
+                   .help = "Build in spite of errors that the check finds",
+                   .value = &options->force},
+                  {.names = "--no-check",
+                   .help = "Build without checking the data first",
+                   .value = &options->no_check,
+                   .excludes = {"--force"}},
+                  {.names = "--stage",
+                   .help = "What to do; one: source files to work stores, two: work stores to "
+                           "map",
+                   .value = &options->stage,
+                   .type = "STAGE",
+                   .choices = {"all", "one", "two"}},
+                  MsrOption(&options->msr),
+                  {.names = "-q,--quiet",
+                   .help = "Print nothing but failures",
+                   .value = &options->quiet,
+                   .excludes = {"--verbose"}},
+                  {.names = "-v,--verbose",
+                   .help = "Print status lines where standard error is no terminal, too",
+                   .value = &options->verbose},
+                  JsonOption(&options->json)},
+      .notes =
+          "The data are checked first; errors stop the build, warnings never do.\n"
+          "Relative paths in the control file count from the current folder (see -C). The "
+          "output\nfolder ([FOLDER] CALCMAPDIR) must exist. Ctrl-C cancels unless the control "
+          "file says\nSILENTMODE=1.",
+      .examples = {{"zatmap build control.ini", ""},
+                   {"zatmap build -C examples/monaco control.ini", "paths count from that folder"},
+                   {"zatmap build --out /tmp/map control.ini", "into another folder"}},
+      .done = "the map is built",
+      .failed = "failed or cancelled, or the data have errors",
+      .run = [options] { return Build(*options).Run(); }};
 }
 
 }  // namespace zatmap

@@ -13,6 +13,8 @@
 namespace zatmap {
 namespace {
 
+std::string g_entered;  // what -C has entered
+
 // What was given for an option or argument.
 struct Given {
   CLI::Option* parsed = nullptr;
@@ -257,7 +259,10 @@ class Parse {
     const Given& given = GivenTo("-C");
     if (!given.any()) return true;
     for (const std::string& folder : given.values()) {
-      if (zatlib::platform::EnterFolder(folder.c_str())) continue;
+      if (zatlib::platform::EnterFolder(folder.c_str())) {
+        g_entered = g_entered.empty() ? folder : g_entered + "/" + folder;
+        continue;
+      }
       std::fprintf(stderr, "zatmap: -C %s: there is no such folder, or it cannot be entered.\n",
                    folder.c_str());
       *status = kExitFailed;
@@ -281,6 +286,12 @@ class Parse {
 };
 
 }  // namespace
+
+const std::string& EnteredFolder() { return g_entered; }
+
+std::string QuotedWord(const std::string& word) {
+  return word.find_first_of(" '()&;") == std::string::npos ? word : "\"" + word + "\"";
+}
 
 int RunProgram(const Program& program, int argc, char** argv) {
   std::vector<std::string> words(argv + 1, argv + argc);

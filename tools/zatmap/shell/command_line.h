@@ -94,6 +94,12 @@ Option CodePageOption();
 // True when --code-page was given.
 bool IsCodePageGiven();
 
+// The folder that -C has entered, as it was given; "" when there was none. Several are joined.
+const std::string& EnteredFolder();
+
+// A word of a command line as a person types it: in quotes when it holds a blank.
+std::string QuotedWord(const std::string& word);
+
 // What the parser, the help, the man pages and the completions ask of the declarations.
 
 // The options of a command with those that every command has: --help and -C.

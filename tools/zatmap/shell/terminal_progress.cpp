@@ -3,6 +3,7 @@
 #include <cstdio>
 
 #include "platform/clock.h"
+#include "platform/console.h"
 #include "platform/user_interface.h"
 
 namespace zatmap {
@@ -14,7 +15,7 @@ constexpr uint64_t kInterval = 200;  // milliseconds
 
 TerminalProgress::TerminalProgress(const char* title)
     : title_(title),
-      terminal_(zatlib::platform::IsErrorTerminal()),
+      terminal_(zatlib::platform::IsErrorTerminal() && zatlib::platform::GetConsole().progress),
       shown_at_(zatlib::platform::TickCount()) {}
 
 TerminalProgress::~TerminalProgress() {
