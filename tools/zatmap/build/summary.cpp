@@ -37,6 +37,11 @@ constexpr Note kNotes[] = {
     {Kind::kOneWayLoop, "one-way rows that close a link from a node to itself"},
     {Kind::kSpeedZero, "directions closed: their speed is 0"},
     {Kind::kCostSaturated, "links that cost as much as closed ones: they take over 655 seconds"},
+    {Kind::kOneWayAgainst, "pairs of one-way rows that together close their link"},
+    {Kind::kRuleTwice, "rows that contradict others: the more strict one holds"},
+    {Kind::kIsland, "parts of the network that no road joins with the largest"},
+    {Kind::kNotReached, "groups of nodes that no route leads to"},
+    {Kind::kNotLeft, "groups of nodes that no route leads away from"},
     // Cut, altered.
     {Kind::kNameLong, "names cut to 20 bytes"},
     {Kind::kCommaInName, "names cut at a comma"},
