@@ -1,14 +1,15 @@
 // The seam through which a test makes the platform fail: every open, read, write, seek and flush of
-// a file, every read or write of an INI value, every allocation or release of pages and every start
-// of a worker thread asks here first, inside the back ends. In normal use nothing is armed and a
-// question costs one load of a flag.
+// a file, every read or write of an INI value, every allocation or release of pages, every start of
+// a worker thread and every move or removal of platform/folder.h asks here first, inside the back
+// ends. In normal use nothing is armed and a question costs one load of a flag.
 #pragma once
 
 #include <cstdint>
 
 namespace zatlib::platform {
 
-// kReadValue and kWriteValue: a value of an INI file, one for each call.
+// kReadValue and kWriteValue: a value of an INI file, one for each call. kMove: a file or folder
+// that is made, moved, exchanged or removed.
 enum class Operation {
   kOpen,
   kRead,
@@ -20,6 +21,7 @@ enum class Operation {
   kReadValue,
   kWriteValue,
   kThread,
+  kMove,
   kCount
 };
 

@@ -221,7 +221,8 @@ class AfterAFailure(BuildTest):
         root = self.put()
         shutil.rmtree(os.path.join(root, "out"))
         zatmap.write(os.path.join(root, "file"), b"")
-        _, err = self.build("--no-check", "--out", "file/out", "control.ini", status=1, cwd=root)
+        _, err = self.build("--in-place", "--no-check", "--out", "file/out", "control.ini", status=1,
+                            cwd=root)
         self.assertIn("file/out/linkdef.dat: its folder does not exist\n", err)
 
     def as_nobody(self, *arguments, status, cwd):

@@ -25,7 +25,7 @@ STAMP = re.compile(rb"^\d{8} \d\d:\d\d:\d\d\.\d{3} ")
 MACHINE = re.compile(rb"^(Total Physycal=|Total Paging=|\d+ log files before )")
 
 # `zatmap build` as tests of the library want it: it only calls the library.
-PLAIN = ("build", "--no-check")
+PLAIN = ("build", "--in-place", "--no-check")
 
 Done = collections.namedtuple("Done", "status out err")
 

@@ -17,11 +17,12 @@
 #include "platform/code_page.h"
 #include "platform/fault.h"
 #include "platform/posix/native_path.h"
+#include "platform/redirect.h"
 #include "platform/refusals.h"
 
 namespace zatlib::platform {
 
-std::string NativePath(const char* path) {
+std::string WithSlashes(const char* path) {
   std::string native(path);
   if (native.find('\\') == std::string::npos) return native;
   const bool utf8 = IsUtf8(native);
@@ -33,6 +34,14 @@ std::string NativePath(const char* path) {
     }
   }
   return native;
+}
+
+std::string NativePath(const char* path) { return WithSlashes(Redirected(path).c_str()); }
+
+std::string FolderKey(const char* folder) {
+  struct stat status {};
+  if (::stat(WithSlashes(folder).c_str(), &status) != 0 || !S_ISDIR(status.st_mode)) return {};
+  return std::to_string(status.st_dev) + ":" + std::to_string(status.st_ino);
 }
 
 namespace {
@@ -223,22 +232,38 @@ int64_t SizeAtPath(const char* path) {
   return status.st_size;
 }
 
-void FindFiles(const char* folder, const char* suffix,
-               const std::function<void(const char*)>& visit) {
-  const std::string native = NativePath(folder);
+namespace {
+
+// Adds the files of the folder whose names end with `suffix` and are wanted.
+void AddFiles(const char* folder, const char* suffix,
+              const std::function<bool(const char*)>& wanted, std::vector<std::string>* names) {
+  const std::string native = WithSlashes(folder);
   DIR* directory = ::opendir(native.c_str());
   if (directory == nullptr) return;
-  // Collected first: what `visit` deletes must not disturb the walk.
-  std::vector<std::string> names;
   const size_t suffix_length = std::strlen(suffix);
   while (const dirent* entry = ::readdir(directory)) {
     const size_t length = std::strlen(entry->d_name);
     if (length < suffix_length) continue;
     if (::strcasecmp(entry->d_name + length - suffix_length, suffix) != 0) continue;
     const std::string full = native + "/" + entry->d_name;
-    if (!IsFolder(full.c_str())) names.emplace_back(entry->d_name);
+    struct stat status {};
+    const bool is_folder = ::stat(full.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
+    if (!is_folder && wanted(entry->d_name)) names->emplace_back(entry->d_name);
   }
   ::closedir(directory);
+}
+
+}  // namespace
+
+void FindFiles(const char* folder, const char* suffix,
+               const std::function<void(const char*)>& visit) {
+  // Collected first: what `visit` deletes must not disturb the walk.
+  std::vector<std::string> names;
+  const char* target = RedirectTarget(folder);
+  AddFiles(
+      folder, suffix,
+      [target](const char* name) { return target == nullptr || !IsRedirectedName(name); }, &names);
+  if (target != nullptr) AddFiles(target, suffix, IsRedirectedName, &names);
   std::sort(names.begin(), names.end());
   for (const std::string& name : names) visit(name.c_str());
 }
@@ -248,7 +273,7 @@ char NativeSeparator() { return '/'; }
 bool IsSeparator(char c) { return c == '/' || c == '\\'; }
 
 std::string AbsolutePath(const char* path) {
-  std::string native = NativePath(path);
+  std::string native = WithSlashes(path);
   if (!native.empty() && native[0] == '/') return native;
   char folder[PATH_MAX];
   if (::getcwd(folder, sizeof folder) == nullptr) return native;

@@ -5,6 +5,7 @@
 #include <shlobj.h>
 
 #include "platform/fault.h"
+#include "platform/redirect.h"
 #include "platform/refusals.h"
 
 namespace zatlib::platform {
@@ -39,7 +40,7 @@ File File::Open(const char* path, Access access, Share share, Disposition dispos
                          : disposition == Disposition::kOpenAlways ? OPEN_ALWAYS
                                                                    : CREATE_ALWAYS;
   const DWORD flags = hint == Hint::kSequential ? FILE_FLAG_SEQUENTIAL_SCAN : 0;
-  const HANDLE handle = ::CreateFileA(path, wanted, shared, nullptr, creation,
+  const HANDLE handle = ::CreateFileA(Redirected(path).c_str(), wanted, shared, nullptr, creation,
                                       FILE_ATTRIBUTE_NORMAL | flags, nullptr);
   if (handle == INVALID_HANDLE_VALUE) {
     NoteRefusedOpen(path);
@@ -111,7 +112,7 @@ void File::Close() {
   handle_ = kClosed;
 }
 
-bool RemoveFile(const char* path) { return ::DeleteFileA(path) != 0; }
+bool RemoveFile(const char* path) { return ::DeleteFileA(Redirected(path).c_str()) != 0; }
 
 bool CanEnterFolder(const char* path) {
   char before[MAX_PATH];
@@ -122,14 +123,14 @@ bool CanEnterFolder(const char* path) {
 }
 
 bool IsFolder(const char* path) {
-  const DWORD attributes = ::GetFileAttributesA(path);
+  const DWORD attributes = ::GetFileAttributesA(Redirected(path).c_str());
   return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
 }
 
 bool CreateFolder(const char* path) { return ::CreateDirectoryA(path, nullptr) != 0; }
 
 bool GetAttributes(const char* path, bool* read_only) {
-  const DWORD attributes = ::GetFileAttributesA(path);
+  const DWORD attributes = ::GetFileAttributesA(Redirected(path).c_str());
   if (attributes == INVALID_FILE_ATTRIBUTES) return false;
   *read_only = (attributes & FILE_ATTRIBUTE_READONLY) != 0;
   return true;
@@ -137,21 +138,49 @@ bool GetAttributes(const char* path, bool* read_only) {
 
 int64_t SizeAtPath(const char* path) {
   WIN32_FILE_ATTRIBUTE_DATA data;
-  if (::GetFileAttributesExA(path, GetFileExInfoStandard, &data) == 0) return -1;
+  if (::GetFileAttributesExA(Redirected(path).c_str(), GetFileExInfoStandard, &data) == 0)
+    return -1;
   if ((data.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0) return -1;
   return static_cast<int64_t>(data.nFileSizeHigh) * 0x100000000 + data.nFileSizeLow;
 }
 
-void FindFiles(const char* folder, const char* suffix,
-               const std::function<void(const char*)>& visit) {
+namespace {
+
+// Visits the files of the folder whose names end with `suffix` and are wanted.
+void VisitFiles(const char* folder, const char* suffix,
+                const std::function<bool(const char*)>& wanted,
+                const std::function<void(const char*)>& visit) {
   const std::string pattern = std::string(folder) + "\\*" + suffix;
   WIN32_FIND_DATAA entry;
   const HANDLE search = ::FindFirstFileA(pattern.c_str(), &entry);
   if (search == INVALID_HANDLE_VALUE) return;
   do {
-    if ((entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) == 0) visit(entry.cFileName);
+    const bool is_folder = (entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+    if (!is_folder && wanted(entry.cFileName)) visit(entry.cFileName);
   } while (::FindNextFileA(search, &entry) != 0);
   ::FindClose(search);
+}
+
+}  // namespace
+
+void FindFiles(const char* folder, const char* suffix,
+               const std::function<void(const char*)>& visit) {
+  const char* target = RedirectTarget(folder);
+  VisitFiles(
+      folder, suffix,
+      [target](const char* name) { return target == nullptr || !IsRedirectedName(name); }, visit);
+  if (target != nullptr) VisitFiles(target, suffix, IsRedirectedName, visit);
+}
+
+std::string FolderKey(const char* folder) {
+  const DWORD attributes = ::GetFileAttributesA(folder);
+  if (attributes == INVALID_FILE_ATTRIBUTES || (attributes & FILE_ATTRIBUTE_DIRECTORY) == 0) {
+    return {};
+  }
+  std::string key = AbsolutePath(folder);
+  while (!key.empty() && key.back() == '\\') key.pop_back();
+  ::CharUpperBuffA(key.data(), static_cast<DWORD>(key.size()));
+  return key;
 }
 
 char NativeSeparator() { return '\\'; }

@@ -11,6 +11,7 @@
 #include "build/report.h"
 #include "build/source_look.h"
 #include "build/sources.h"
+#include "build/staging.h"
 #include "check/report_text.h"
 #include "check/run.h"
 #include "commands.h"
@@ -27,6 +28,7 @@
 #include "platform/file.h"
 #include "platform/profile_override.h"
 #include "platform/user_interface.h"
+#include "verify/run.h"
 #include "zatlib.h"
 
 namespace zatmap {
@@ -40,6 +42,7 @@ struct BuildOptions {
   std::string out;
   bool msr = false;
   bool force = false;
+  bool in_place = false;
   bool no_check = false;
   bool quiet = false;
   bool verbose = false;
@@ -57,7 +60,9 @@ class Build {
  private:
   void Go();
   bool LookFirst();
+  bool StandAside();
   bool CheckFirst();
+  void Replace();
   void RunLibrary();
   int RunStage();
   void CountMap();
@@ -70,6 +75,7 @@ class Build {
   BuildRequest request_;
   BuildReport report_;
   std::unique_ptr<FailureNotes> notes_;
+  std::unique_ptr<Staging> staging_;  // null: in place
   Clock::time_point start_;
   static Build* running_;
 };
@@ -117,6 +123,7 @@ Build::Build(const BuildOptions& options) : options_(options) {
 
 int Build::Run() {
   Go();
+  staging_.reset();
   return Finish();
 }
 
@@ -125,8 +132,9 @@ void Build::Go() {
   // What goes wrong is told at the end, with reasons.
   zatlib::platform::SetConsole(
       {.progress = !options_.quiet, .status_lines = options_.verbose, .messages = false});
-  if (!LookFirst() || !CheckFirst()) return;
+  if (!LookFirst() || !StandAside() || !CheckFirst()) return;
   RunLibrary();
+  if (report_.end == BuildEnd::kBuilt && staging_ != nullptr) Replace();
   if (report_.end == BuildEnd::kBuilt) {
     CountMap();
   } else {
@@ -145,6 +153,20 @@ bool Build::LookFirst() {
     report_.reasons = LookAtSources(request_, options_.control_file);
   }
   if (report_.reasons.empty()) return true;
+  report_.end = BuildEnd::kRefused;
+  return false;
+}
+
+// From here on the files of the build lie aside, unless the user wants it otherwise. Before the
+// check: the output folder is there then, and what an earlier build left in it has no part in this
+// one.
+bool Build::StandAside() {
+  // One half of a build goes on with what the other has left in the folder.
+  if (options_.in_place || options_.stage != "all") return true;
+  std::string error;
+  staging_ = Staging::Open(request_.folder, &error);
+  if (staging_ != nullptr) return true;
+  report_.reasons.push_back(error + ".");
   report_.end = BuildEnd::kRefused;
   return false;
 }
@@ -184,6 +206,7 @@ void Build::EndAtLongField(const char* path, int64_t line, int column) {
     std::fprintf(stderr, "\n");  // the line of the progress stays
   }
   Explain();
+  staging_.reset();
   const int status = Finish();
   std::fflush(nullptr);
   std::_Exit(status);
@@ -212,6 +235,19 @@ void Build::RunLibrary() {
   report_.end = result != 0                 ? BuildEnd::kBuilt
                 : zatlib::FRD_IsCancelled() ? BuildEnd::kCancelled
                                             : BuildEnd::kFailed;
+}
+
+// Verifies what was built and puts it in the place of the old map.
+void Build::Replace() {
+  std::string error = verify::FirstError(request_.folder);
+  if (!error.empty()) {
+    report_.reasons.push_back("the new map is damaged: " + error + ".");
+  } else if (staging_->Commit(&error)) {
+    return;
+  } else {
+    report_.reasons.push_back("the new map cannot replace the old one: " + error + ".");
+  }
+  report_.end = BuildEnd::kFailed;
 }
 
 void Build::CountMap() {
@@ -273,6 +309,9 @@ Command BuildCommand() {
                    .help = "Build without checking the data first",
                    .value = &options->no_check,
                    .excludes = {"--force"}},
+                  {.names = "--in-place",
+                   .help = "Write into the output folder at once; a failure leaves a ruined map",
+                   .value = &options->in_place},
                   {.names = "--stage",
                    .help = "What to do; one: source files to work stores, two: work stores to "
                            "map",
@@ -290,9 +329,9 @@ Command BuildCommand() {
                   JsonOption(&options->json)},
       .notes =
           "The data are checked first; errors stop the build, warnings never do.\n"
-          "Relative paths in the control file count from the current folder (see -C). The "
-          "output\nfolder ([FOLDER] CALCMAPDIR) must exist. Ctrl-C cancels unless the control "
-          "file says\nSILENTMODE=1.",
+          "Relative paths in the control file count from the current folder (see -C). The map in "
+          "the\noutput folder ([FOLDER] CALCMAPDIR) stays until the new one is complete. Ctrl-C "
+          "cancels\nunless the control file says SILENTMODE=1.",
       .examples = {{"zatmap build control.ini", ""},
                    {"zatmap build -C examples/monaco control.ini", "paths count from that folder"},
                    {"zatmap build --out /tmp/map control.ini", "into another folder"}},

@@ -15,11 +15,10 @@
 
 #include "build/file_hashes.h"
 #include "build/sources.h"
+#include "shell/made_files.h"
 #include "shell/output.h"
 
 namespace zatmap {
-
-inline constexpr char kManifestFile[] = "zatmap.json";
 
 struct ManifestSource {
   std::string section;

@@ -6,7 +6,9 @@
 #include "build/manifest.h"
 #include "network/network_files.h"
 #include "platform/code_page.h"
+#include "platform/file.h"
 #include "shell/command_line.h"
+#include "shell/made_files.h"
 
 namespace zatmap {
 namespace {
@@ -40,7 +42,16 @@ void UseCodePageOfMap(const std::string& folder) {
 
 bool OpenMap(const std::string& path, MapFolder* folder) {
   std::string message;
-  switch (zatlib::map::OpenMapFolder(path, folder).kind) {
+  const ErrorKind kind = zatlib::map::OpenMapFolder(path, folder).kind;
+  if (kind != ErrorKind::kNoFolder &&
+      zatlib::platform::SizeAtPath(zatlib::map::PathOf(*folder, kExchangeFile).c_str()) >= 0) {
+    std::fprintf(stderr,
+                 "zatmap: %s: a build was ended while it exchanged the files of this map; the next "
+                 "zatmap build into the folder finishes that first.\n",
+                 path.c_str());
+    return false;
+  }
+  switch (kind) {
     case ErrorKind::kNoFolder:
       message = path +
                 " is no folder. Give the folder that a build wrote: [FOLDER] CALCMAPDIR of its "

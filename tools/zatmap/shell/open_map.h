@@ -15,7 +15,8 @@ using zatlib::map::Graph;
 using zatlib::map::MapFolder;
 
 // Looks at a folder, and takes the code page that the map's manifest tells unless --code-page was
-// given. False, with a message on standard error, when it is no folder or holds no map.
+// given. False, with a message on standard error, when it is no folder, holds no map, or one whose
+// files were not all exchanged for new ones.
 bool OpenMap(const std::string& path, MapFolder* folder);
 
 // Loads what shows or uses a map, or its graph only. False, with a message on standard error, when

@@ -8,12 +8,13 @@
 #include "commands.h"
 #include "shell/open_map.h"
 #include "shell/output.h"
-#include "verify/verifier.h"
+#include "verify/run.h"
 
 namespace zatmap {
 namespace {
 
 using verify::Findings;
+using verify::PlaceText;
 using verify::Totals;
 
 struct VerifyOptions {
@@ -63,14 +64,6 @@ void PrintObject(const VerifyOptions& options, const MapFolder& map, const Findi
   PrintJson(all);
 }
 
-// "file:record: byte offset", as far as there is one.
-std::string PlaceText(const Findings& findings, const Place& place) {
-  std::string text = findings.PathOf(place.file);
-  if (place.record > 0) text += ":" + std::to_string(place.record - 1);
-  if (place.offset >= 0) text += ": byte " + std::to_string(place.offset);
-  return text;
-}
-
 void PrintText(const VerifyOptions& options, const MapFolder& map, const Findings& findings,
                const Totals& totals) {
   int64_t printed = 0;
@@ -99,28 +92,12 @@ void PrintText(const VerifyOptions& options, const MapFolder& map, const Finding
               errors == 0 ? "whole" : "damaged");
 }
 
-void RunChecks(verify::Verifier& v) {
-  verify::CheckFiles(v);
-  verify::CheckTexts(v);
-  verify::LookAtFares(v);
-  if (!verify::LoadTables(v)) return;
-  verify::CheckLinks(v);
-  verify::CheckNodes(v);
-  verify::CheckFareLinks(v);
-  verify::CheckConnections(v);
-  v.FreeNodes();
-  verify::CheckShapes(v);
-}
-
 int RunVerify(const VerifyOptions& options) {
   MapFolder map;
   if (!OpenMap(options.folder, &map)) return kExitFailed;
   Findings findings(std::max<int64_t>(options.max, 1));
   Totals totals;
-  {
-    verify::Verifier verifier(map, &findings, &totals);
-    RunChecks(verifier);
-  }
+  verify::RunChecks(map, &findings, &totals);
   if (options.json) {
     PrintObject(options, map, findings, totals);
   } else {
