@@ -90,6 +90,9 @@ void PrintNotes(const BuildReport& report) {
       std::printf("%8" PRId64 "  %-17s  %s\n", note.count, note.kind, note.text);
     }
   }
+  if (!report.findings->complete()) {
+    std::printf("the check ran out of memory: there may be more.\n");
+  }
   if (others > 0) {
     std::printf("%8" PRId64 "  %-17s  %s\n", others, notes.empty() ? "findings" : "other findings",
                 report.check_command.c_str());
@@ -167,6 +170,10 @@ void PrintReport(const BuildReport& report, const BuildOutput& output) {
   switch (report.end) {
     case BuildEnd::kBuilt:
       PrintMessages(report);
+      if (report.forced) {
+        std::fprintf(stderr, "zatmap: built in spite of errors in the data: %s\n",
+                     report.check_command.c_str());
+      }
       if (!output.quiet) PrintBuilt(report);
       break;
     case BuildEnd::kRefused:
