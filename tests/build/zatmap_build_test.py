@@ -357,6 +357,12 @@ class Options(BuildTest):
         self.assertGreater(told["seconds"], 0)
         self.assertRegex(told["log"], r"/ZatLib/\d{8}\.log$")
 
+    def test_the_code_page_goes_with_the_check(self):
+        self.files["nodename.txt"] = b"12,1,Stra\xdfe\r\n"
+        self.spoil("links.txt", b",11,12,", b",11,99,")
+        _, err = self.build("--code-page", "1252", "control.ini", status=1)
+        self.assertIn("; all of them: zatmap check --code-page 1252 control.ini\n", err)
+
     def test_json_of_errors(self):
         self.spoil("links.txt", b",11,12,", b",11,99,")
         out, err = self.build("--json", "control.ini", status=1)

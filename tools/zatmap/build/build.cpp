@@ -319,6 +319,7 @@ Command BuildCommand() {
                    .type = "STAGE",
                    .choices = {"all", "one", "two"}},
                   MsrOption(&options->msr),
+                  CodePageOption(),
                   {.names = "-q,--quiet",
                    .help = "Print nothing but failures",
                    .value = &options->quiet,
