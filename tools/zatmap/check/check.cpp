@@ -109,6 +109,11 @@ Command CheckCommand() {
                        .help = "Bytes that the shapes may take",
                        .value = &options->run.shape_limit,
                        .type = "BYTES",
+                       .hidden = true},
+                      {.names = "--piece-size",
+                       .help = "Bytes of files that a thread looks at at a time, 0 to do without",
+                       .value = &options->run.piece_size,
+                       .type = "BYTES",
                        .hidden = true}},
           .notes =
               "A finding reads  file:record: column: severity: what is wrong and what to do "

@@ -146,14 +146,16 @@ void MsrCheck::Sections() {
   section_files = control.Files("DKUKAN", true);
   from_mif = control.Int("DKUKAN", "MIFOUTPUT", 0) != 0;
   const zatlib::DefaultSpeeds defaults = control.Speeds();
-  ReadLinks(control, network, msr::kSections, from_mif, section_files,
+  NothingPlain plain;
+  ReadLinks(control, network, msr::kSections, from_mif, section_files, plain,
             [&](const Source& source, const Row& row) { SectionRow(source, row, defaults); });
   EndLinks(network, section_files, "no road section");
 }
 
 void MsrCheck::Names() {
   using msr::Kukanz;
-  ForEachRow(control, msr::kSectionNames, [&](const Source& source, const Row& row) {
+  NothingPlain plain;
+  ForEachRow(control, msr::kSectionNames, plain, [&](const Source& source, const Row& row) {
     if (IsHeaderRow(source, row)) return;
     const int32_t area = zatlib::FRD_ParseInt(row[Kukanz::kArea]);
     const FeatureCode code =

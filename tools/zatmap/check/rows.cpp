@@ -1,6 +1,10 @@
 #include "check/rows.h"
 
 #include <algorithm>
+#include <cstring>
+
+#include "platform/code_page.h"
+#include "shell/encodings.h"
 
 namespace zatmap::check {
 namespace {
@@ -17,6 +21,21 @@ void ReportNoRecords(Findings& findings, bool whole, const std::vector<std::stri
 }
 
 }  // namespace
+
+char* EndOfRow(char* begin, char* end, uint32_t limit) {
+  auto* const lf = static_cast<char*>(std::memchr(begin, '\n', static_cast<size_t>(end - begin)));
+  if (lf == nullptr || lf == begin || lf[-1] != '\r' || lf - begin > int64_t{limit}) return nullptr;
+  if (std::memchr(begin, '\r', static_cast<size_t>(lf - 1 - begin)) != nullptr) return nullptr;
+  return std::count(begin, lf, '"') % 2 == 0 ? lf + 1 : nullptr;
+}
+
+NameRules CurrentNameRules(const Findings& findings) {
+  return {zatlib::platform::CodePage() == kJapanese, findings.HasRoom(Kind::kNameLong)};
+}
+
+void Count(Findings& findings, const PlainCounts& counts) {
+  if (counts.long_names > 0) findings.Count(Kind::kNameLong, counts.long_names);
+}
 
 Numbers CheckedNumbers(const Source& source, const Row& row, const zatlib::SourceTable& table,
                        std::initializer_list<RangeKind> kinds) {

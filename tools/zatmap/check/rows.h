@@ -7,6 +7,8 @@
 #include "check/control.h"
 #include "check/mif.h"
 #include "check/network.h"
+#include "check/pieces.h"
+#include "check/plain.h"
 #include "check/source.h"
 #include "network/workstore/source_fields.h"
 #include "network/workstore/source_layout.h"
@@ -85,9 +87,54 @@ struct TurnColumns {
 void CheckTurn(const Source& source, const Row& row, Network& network, const TurnCodes& turn,
                const TurnColumns& columns);
 
-// Runs every record of a file that is open through `take(source, row)`. Returns their number.
+// The rules for names as the findings stand now.
+NameRules CurrentNameRules(const Findings& findings);
+
+// How the rows of a file are read. `Record` is what a plain row comes to.
+//
+//   plain(row, &record, &counts)   takes a PlainRow apart, on any thread; false: not plain.
+//   prepare()                      before threads begin with some rows, while none is at work.
+//   keep(source, records, count)   takes the records of plain rows that follow each other in the
+//                                  file, on the calling thread; passes them by source.Pass().
+//   take(source, row)              checks any other row, on the calling thread.
+//
+// keep and take come in the order of the file. Whoever counts something about all rows counts it in
+// `take` and `keep`, or, for plain rows, as a number of PlainCounts, which Count adds up.
+template <typename Record, typename Plain, typename Prepare, typename Keep>
+struct PlainReader {
+  Plain plain;
+  Prepare prepare;
+  Keep keep;
+};
+template <typename Record, typename Plain, typename Prepare, typename Keep>
+PlainReader<Record, Plain, Prepare, Keep> ReadPlain(Plain plain, Prepare prepare, Keep keep) {
+  return {std::move(plain), std::move(prepare), std::move(keep)};
+}
+
+// The numbers that threads have counted of plain rows.
+void Count(Findings& findings, const PlainCounts& counts);
+
+// Puts records, which know no place yet, behind those of a table.
+template <typename Record>
+void AppendRecords(Source& source, Record* records, int64_t count, std::vector<Record>* table) {
+  for (int64_t i = 0; i < count; ++i) {
+    source.Pass(1);
+    records[i].file = source.file();
+    records[i].record = static_cast<uint32_t>(source.line());
+  }
+  const size_t needed = table->size() + static_cast<size_t>(count);
+  if (table->capacity() < needed) {
+    // As if all pieces of the file held as many.
+    const auto pieces = static_cast<size_t>(source.size()) / std::max<size_t>(PieceSize(), 1) + 1;
+    table->reserve(
+        std::max(table->size() + static_cast<size_t>(count) * pieces * 9 / 8, needed + needed / 2));
+  }
+  table->insert(table->end(), records, records + count);
+}
+
+// Runs the next records of a file through `take(source, row)`.
 template <typename Take>
-int64_t ReadRows(Source& source, const Layout& layout, Take take) {
+void ReadRowsOneByOne(Source& source, const Layout& layout, Take& take) {
   std::string_view line;
   Row row;
   while (source.Next(layout.line_size, &line)) {
@@ -97,21 +144,75 @@ int64_t ReadRows(Source& source, const Layout& layout, Take take) {
     }
     take(source, row);
   }
+}
+
+// Uses up what a thread has made of a piece. Returns where lines do not end as they should any
+// more, null when the piece is done.
+template <typename Record, typename Plain, typename Prepare, typename Keep, typename Take>
+char* TakeRows(Source& source, const Layout& layout, const Piece& piece,
+               PlainReader<Record, Plain, Prepare, Keep>& reader, Take& take,
+               RowWork<Record>* work) {
+  while (true) {
+    int64_t kept = 0;
+    const auto keep_to = [&](int64_t end) {
+      if (end == kept) return;
+      reader.keep(source, work->records.data() + kept, end - kept);
+      kept = end;
+    };
+    for (size_t i = 0; i < work->other_count; ++i) {
+      const auto& other = work->others[i];
+      keep_to(other.records);
+      source.Reread(other.begin, other.end);
+      ReadRowsOneByOne(source, layout, take);
+    }
+    keep_to(work->record_count);
+    Count(source.findings(), work->counts);
+    if (work->stopped) return work->next;
+    if (work->next == piece.end) return nullptr;
+    LookAtRows(piece, layout.line_size, reader.plain, work);
+  }
+}
+
+// Runs every record of a file that is open through `take(source, row)`. Returns their number.
+template <typename Take>
+int64_t ReadRows(Source& source, const Layout& layout, Take take) {
+  ReadRowsOneByOne(source, layout, take);
   source.Close();
   return source.line();
 }
 
-// All link files: the MID files when the links are `mif`, through `take(source, row)`.
+struct NothingPlain {};
 template <typename Take>
+int64_t ReadRows(Source& source, const Layout& layout, NothingPlain&, Take take) {
+  return ReadRows(source, layout, std::move(take));
+}
+
+// The same with plain rows apart.
+template <typename Record, typename Plain, typename Prepare, typename Keep, typename Take>
+int64_t ReadRows(Source& source, const Layout& layout,
+                 PlainReader<Record, Plain, Prepare, Keep>& reader, Take take) {
+  ForEachPiece<RowWork<Record>>(
+      source, kAtAnyLine, reader.prepare,
+      [&](const Piece& piece, RowWork<Record>* work) {
+        LookAtRows(piece, layout.line_size, reader.plain, work);
+      },
+      [&](const Piece& piece, RowWork<Record>* work) {
+        return TakeRows(source, layout, piece, reader, take, work);
+      });
+  return ReadRows(source, layout, std::move(take));
+}
+
+// All link files: the MID files when the links are `mif`, through reader and take.
+template <typename Reader, typename Take>
 void ReadLinks(Control& control, Network& network, const zatlib::SourceTable& table, bool mif,
-               const std::vector<std::string>& files, Take take) {
+               const std::vector<std::string>& files, Reader& reader, Take take) {
   for (size_t i = 0; i < files.size(); ++i) {
     const int number = static_cast<int>(i + 1);
     Source data(control.findings());
     const bool open = mif ? control.OpenMid(data, table.section, number, files[i])
                           : control.Open(data, table.section, number, files[i], false);
     if (open) {
-      ReadRows(data, table, take);
+      ReadRows(data, table, reader, take);
     } else {
       network.links_whole = false;
     }
@@ -119,8 +220,8 @@ void ReadLinks(Control& control, Network& network, const zatlib::SourceTable& ta
 }
 
 // The same for all files of a table's section. `*whole` becomes false when one cannot be opened.
-template <typename Take>
-void ForEachRow(Control& control, const zatlib::SourceTable& table, Take take,
+template <typename Reader, typename Take>
+void ForEachRow(Control& control, const zatlib::SourceTable& table, Reader& reader, Take take,
                 bool* whole = nullptr) {
   const std::vector<std::string> files = control.Files(table.section, false);
   for (size_t i = 0; i < files.size(); ++i) {
@@ -129,7 +230,7 @@ void ForEachRow(Control& control, const zatlib::SourceTable& table, Take take,
       if (whole != nullptr) *whole = false;
       continue;
     }
-    ReadRows(source, table, take);
+    ReadRows(source, table, reader, take);
   }
 }
 

@@ -15,6 +15,8 @@ struct RunOptions {
   bool msr = false;                 // the MSR layout, whatever [SYSTEM] FORMAT says
   int64_t max_per_kind = kShown;    // findings kept of a kind (0: all); all of them are counted
   int64_t shape_limit = INT32_MAX;  // bytes of all shapes; a test sets a smaller one
+  int64_t piece_size = 1 << 17;  // bytes of files that a thread looks at at a time; 0: no threads,
+                                 // every line is read by itself. The findings are the same.
 };
 
 // Reads everything that a build of the control file would read and returns what is wrong with it.

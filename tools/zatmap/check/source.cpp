@@ -57,7 +57,9 @@ bool Source::Open(const std::string& path, bool mif) {
   if (!handle_.IsOpen()) return false;
   if (!block_.Allocate(kBlock + kSlack)) return false;
   position_ = end_ = block_.data();
-  at_end_ = false;
+  at_end_ = file_ended_ = refused_ = false;
+  rest_.clear();
+  rest_at_ = 0;
   size_ = handle_.Size();
   read_ = 0;
   title_ = "zatmap: reading " + path;
@@ -73,9 +75,27 @@ bool Source::Open(const std::string& path, bool mif) {
     findings_->Add(Kind::kWideText, {file_, 1, 0, 0}, "bytes %s",
                    start.front() == '\xff' ? "FF FE" : "FE FF");
     position_ = end_;
-    at_end_ = true;
+    at_end_ = file_ended_ = true;
   }
   return true;
+}
+
+// Reads up to `size` bytes and notes the end of the file.
+uint32_t Source::ReadOn(char* to, uint32_t size) {
+  if (rest_at_ < rest_.size()) {
+    const size_t taken = std::min<size_t>(size, rest_.size() - rest_at_);
+    std::memcpy(to, rest_.data() + rest_at_, taken);
+    rest_at_ += taken;
+    return static_cast<uint32_t>(taken);
+  }
+  uint32_t read = 0;
+  if (!file_ended_) {
+    refused_ = !handle_.Read(to, size, &read);
+    file_ended_ = refused_ || read < size;
+    read_ += read;
+  }
+  at_end_ = file_ended_;
+  return read;
 }
 
 // Makes `wanted` bytes available unless the file ends before. False when nothing is left.
@@ -86,15 +106,7 @@ bool Source::Fill(size_t wanted) {
     position_ = block_.data();
     end_ = position_ + left;
     while (static_cast<size_t>(end_ - position_) < wanted && !at_end_) {
-      uint32_t read = 0;
-      if (!handle_.Read(end_, kBlock, &read)) {
-        findings_->Add(Kind::kFileRead, {file_, line_ + 1, 0, 0}, "behind line %lld",
-                       static_cast<long long>(line_));
-        at_end_ = true;
-      }
-      if (read < kBlock) at_end_ = true;
-      end_ += read;
-      read_ += read;
+      end_ += ReadOn(end_, kBlock);
     }
   }
   return position_ < end_;
@@ -183,7 +195,40 @@ bool Source::Next(uint32_t limit, std::string_view* line) {
   return true;
 }
 
+void Source::BeginPieces() {
+  rest_.assign(position_, end_);
+  rest_at_ = 0;
+  position_ = end_;
+}
+
+size_t Source::Take(char* to, size_t size) {
+  size_t taken = 0;
+  while (taken < size && !IsUsedUp()) {
+    taken += ReadOn(to + taken, static_cast<uint32_t>(size - taken));
+  }
+  progress_->Now(read_, size_);
+  return taken;
+}
+
+void Source::Reread(char* begin, char* end) {
+  position_ = begin;
+  end_ = end;
+  at_end_ = true;
+}
+
+void Source::GoOn(std::vector<char> rest) {
+  rest.insert(rest.end(), rest_.begin() + static_cast<std::ptrdiff_t>(rest_at_), rest_.end());
+  rest_ = std::move(rest);
+  rest_at_ = 0;
+  position_ = end_ = block_.data();
+  at_end_ = false;
+}
+
 void Source::Close() {
+  if (refused_) {
+    findings_->Add(Kind::kFileRead, {file_, line_ + 1, 0, 0}, "behind line %lld",
+                   static_cast<long long>(line_));
+  }
   if (lf_count_ > 0) {
     findings_->Add(Kind::kLfLineEnd, {file_, lf_first_, 0, 0}, "%lld of %lld lines",
                    static_cast<long long>(lf_count_), static_cast<long long>(line_));
@@ -374,6 +419,14 @@ int32_t CheckedCoordinate(Findings& findings, Place here, std::string_view text,
                  Size(text), text.data());
   }
   return static_cast<int32_t>(millionths);
+}
+
+bool IsGoodName(std::string_view name, bool japanese) {
+  if (std::none_of(name.begin(), name.end(),
+                   [](char c) { return static_cast<unsigned char>(c) >= 0x80; })) {
+    return true;
+  }
+  return !IsUtf8Text(name) && (!japanese || IsJapaneseText(name));
 }
 
 void CheckName(const Source& source, const Row& row, int column) {

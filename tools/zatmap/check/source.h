@@ -8,6 +8,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "check/findings.h"
 #include "frd/lines.h"
@@ -34,14 +35,32 @@ class Source {
   // Findings that take the whole file: call it once, behind the last line.
   void Close();
 
+  // For who reads the file in pieces (check/pieces.h). BeginPieces comes before the first Take,
+  // which reads on to `to` and returns how many bytes there were, less than `size` only at the end.
+  // IsUsedUp: there are no more.
+  void BeginPieces();
+  size_t Take(char* to, size_t size);
+  bool IsUsedUp() const { return file_ended_ && rest_at_ == rest_.size(); }
+
+  // `count` lines of a piece have been read elsewhere.
+  void Pass(int64_t count) { line_ += count; }
+
+  // The next lines are those of [begin, end), and none behind them.
+  void Reread(char* begin, char* end);
+
+  // Ends the pieces: the next lines are those of `rest`, and then those of the file.
+  void GoOn(std::vector<char> rest);
+
   uint32_t file() const { return file_; }
   int64_t line() const { return line_; }  // number of the line read last, from 1
+  int64_t size() const { return size_; }  // bytes of the file
   Place Here(int column = 0) const { return {file_, line_, column, 0}; }
   bool has_quote() const { return has_quote_; }  // of the line read last
   Findings& findings() const { return *findings_; }
 
  private:
   bool Fill(size_t wanted);
+  uint32_t ReadOn(char* to, uint32_t size);
   void SkipLine();
 
   // The end of a line with quotes, between which line ends do not count (`*embedded`: there are
@@ -58,7 +77,11 @@ class Source {
   zatlib::PageArray<char> block_;
   char* position_ = nullptr;
   char* end_ = nullptr;
-  bool at_end_ = false;
+  bool at_end_ = false;      // nothing follows what is in memory
+  bool file_ended_ = false;  // the system has no more
+  bool refused_ = false;     // a read
+  std::vector<char> rest_;   // read from the file already, before what the system has
+  size_t rest_at_ = 0;
   bool has_quote_ = false;
   uint32_t file_ = 0;
   int64_t line_ = 0;
@@ -118,6 +141,9 @@ int32_t CheckedNumber(const Source& source, const Row& row, const zatlib::Source
 // A coordinate. `latitude` says which limit holds. Returns millionths of a degree as they are
 // meant, as far as that can be told.
 int32_t CheckedCoordinate(Findings& findings, Place here, std::string_view text, bool latitude);
+
+// True when the bytes of a name are no finding, under code page 932 when `japanese`.
+bool IsGoodName(std::string_view name, bool japanese);
 
 // A name: its length and its bytes.
 void CheckName(const Source& source, const Row& row, int column);

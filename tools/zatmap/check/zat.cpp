@@ -3,6 +3,7 @@
 #include <string>
 
 #include "check/mif.h"
+#include "check/plain_zat.h"
 #include "check/rows.h"
 #include "check/shapes.h"
 #include "check/whole_set.h"
@@ -69,6 +70,31 @@ struct ZatCheck {
   void OneWayRow(const Source& source, const Row& row);
   void Shapes(int64_t limit);
 
+  // How a file is read whose rows only have to be in order.
+  template <typename Take>
+  auto PlainNames(PlainRules& rules, Take take) {
+    return ReadPlain<NoRecord>(
+        [&rules, take](PlainRow& row, NoRecord*, PlainCounts* counts) {
+          return take(row, rules, counts);
+        },
+        [this, &rules] { rules.names = CurrentNameRules(findings); },
+        [](Source& source, NoRecord*, int64_t count) { source.Pass(count); });
+  }
+
+  // The same for rows that come to records, with keep(record) for each of them.
+  template <typename Record, typename Take, typename Keep>
+  auto PlainRecords(PlainRules& rules, Take take, Keep keep) {
+    return ReadPlain<Record>([&rules, take](PlainRow& row, Record* record,
+                                            PlainCounts*) { return take(row, rules, record); },
+                             [] {},
+                             [keep](Source& source, Record* records, int64_t count) {
+                               for (int64_t i = 0; i < count; ++i) {
+                                 source.Pass(1);
+                                 keep(source, records[i]);
+                               }
+                             });
+  }
+
   // A finding at a column of a row, which shows its field behind `what`.
   void ReportRow(Kind found, const Source& source, const Row& row, int column,
                  const char* what = "") {
@@ -124,7 +150,20 @@ void ZatCheck::NodeFile(int number, const std::string& path) {
   zatlib::FRD_MakeMidPath(path.c_str(), mid.text);
   const bool names_here = path == mid.c_str();
   bool reported = false;
-  ReadRows(data, names_here ? kNodeMidLayout : Layout(zat::kNodes),
+  PlainRules rules{network};
+  rules.names_in_nodes = names_here;
+  auto plain = ReadPlain<CheckedNode>(
+      [&](PlainRow& row, CheckedNode* node, PlainCounts* counts) {
+        return TakePlainNode(row, rules, node, counts);
+      },
+      [&] {
+        rules.names = CurrentNameRules(findings);
+        rules.report_x = !reported;
+      },
+      [&](Source& source, CheckedNode* records, int64_t count) {
+        AppendRecords(source, records, count, &network.nodes);
+      });
+  ReadRows(data, names_here ? kNodeMidLayout : Layout(zat::kNodes), plain,
            [&](const Source& source, const Row& row) {
              NodeRow(source, row, names_here);
              const int later = row[zat::Node::kX2].empty() ? zat::Node::kX1 : zat::Node::kX2;
@@ -144,21 +183,24 @@ void ZatCheck::Nodes() {
 }
 
 void ZatCheck::NodeNames() {
+  PlainRules rules{network};
   // The names of nodes stand in the .mid also of text files.
+  auto plain_mid = PlainNames(rules, TakePlainMidName);
   for (size_t i = 0; i < node_files.size() && !node_mif; ++i) {
     zatlib::PathText mid;
     zatlib::FRD_MakeMidPath(node_files[i].c_str(), mid.text);
     if (node_files[i] == mid.c_str()) continue;
     Source data(findings);
     if (!control.OpenMid(data, "NODE", static_cast<int>(i + 1), node_files[i])) continue;
-    ReadRows(data, kNameMidLayout, [&](const Source& source, const Row& row) {
+    ReadRows(data, kNameMidLayout, plain_mid, [&](const Source& source, const Row& row) {
       const FeatureCode code = zatlib::ParseCode(row[zat::Node::kCode], code_length);
       CheckNameRow(source, row, network.FindNode(code) >= 0 || !network.nodes_whole,
                    zat::Node::kCode, zat::Node::kName);
     });
   }
   using zat::NodeName;
-  ForEachRow(control, zat::kNodeNames, [&](const Source& source, const Row& row) {
+  auto plain = PlainNames(rules, TakePlainNodeName);
+  ForEachRow(control, zat::kNodeNames, plain, [&](const Source& source, const Row& row) {
     const FeatureCode code = zatlib::ParseCode(row[NodeName::kCode], code_length);
     CheckNameRow(source, row, network.FindNode(code) >= 0 || !network.nodes_whole, NodeName::kCode,
                  NodeName::kName);
@@ -195,8 +237,19 @@ void ZatCheck::NodePlaces() {
   if (!node_mif) {
     bool whole = true;
     bool any = false;
+    PlainRules rules{network};
+    auto plain = PlainRecords<PlainPlace>(
+        rules, TakePlainPlace, [&](const Source& source, const PlainPlace& place) {
+          any = true;
+          CheckedNode& node = network.nodes[static_cast<size_t>(place.node)];
+          node.x = place.x;
+          node.y = place.y;
+          node.placed = true;
+          node.place_file = source.file();
+          node.place_record = static_cast<uint32_t>(source.line());
+        });
     ForEachRow(
-        control, zat::kNodePlaces,
+        control, zat::kNodePlaces, plain,
         [&](const Source& source, const Row& row) {
           any = true;
           if (!IsHeaderRow(source, row)) PlaceRow(source, row);
@@ -235,7 +288,17 @@ void ZatCheck::Links() {
   link_mif = control.Int("LINK", "MIF", 0) != 0;
   link_files = control.Files("LINK", true);
   const zatlib::DefaultSpeeds defaults = control.Speeds();
-  ReadLinks(control, network, zat::kLinks, link_mif, link_files,
+  PlainRules rules{network};
+  rules.defaults = defaults;
+  auto plain = ReadPlain<CheckedLink>(
+      [&](PlainRow& row, CheckedLink* link, PlainCounts* counts) {
+        return TakePlainLink(row, rules, link, counts);
+      },
+      [&] { rules.names = CurrentNameRules(findings); },
+      [&](Source& source, CheckedLink* records, int64_t count) {
+        AppendRecords(source, records, count, &network.links);
+      });
+  ReadLinks(control, network, zat::kLinks, link_mif, link_files, plain,
             [&](const Source& source, const Row& row) { LinkRow(source, row, defaults); });
   EndLinks(network, link_files, "no link");
 }
@@ -274,14 +337,25 @@ void ZatCheck::SpeedRow(const Source& source, const Row& row, zatlib::DefaultSpe
 
 void ZatCheck::Speeds() {
   const zatlib::DefaultSpeeds defaults = control.Speeds();
-  ForEachRow(control, zat::kLinkSpeeds, [&](const Source& source, const Row& row) {
+  PlainRules rules{network};
+  rules.defaults = defaults;
+  auto plain = PlainRecords<PlainSpeeds>(
+      rules, TakePlainSpeeds, [&](const Source&, const PlainSpeeds& speeds) {
+        CheckedLink& link = network.links[static_cast<size_t>(speeds.link)];
+        link.marks = static_cast<uint8_t>((link.marks & ~(kClosedOnA | kClosedOnB)) | speeds.marks);
+        link.speed_a = speeds.a;
+        link.speed_b = speeds.b;
+      });
+  ForEachRow(control, zat::kLinkSpeeds, plain, [&](const Source& source, const Row& row) {
     if (!IsHeaderRow(source, row)) SpeedRow(source, row, defaults);
   });
 }
 
 void ZatCheck::LinkNames() {
   using zat::LinkName;
-  ForEachRow(control, zat::kLinkNames, [&](const Source& source, const Row& row) {
+  PlainRules rules{network};
+  auto plain = PlainNames(rules, TakePlainLinkName);
+  ForEachRow(control, zat::kLinkNames, plain, [&](const Source& source, const Row& row) {
     const FeatureCode code = zatlib::ParseCode(row[LinkName::kCode], code_length);
     CheckNameRow(source, row, network.FindLink(code) >= 0 || !network.links_whole, LinkName::kCode,
                  LinkName::kName);
@@ -292,7 +366,14 @@ void ZatCheck::Turns() {
   using zat::Turn;
   const TurnColumns columns = {
       Turn::kNode, {Turn::kInLink, Turn::kOutLink}, zat::kTurns[Turn::kKind]};
-  ForEachRow(control, zat::kTurns, [&](const Source& source, const Row& row) {
+  PlainRules rules{network};
+  auto plain =
+      PlainRecords<CheckedTurn>(rules, TakePlainTurn, [&](const Source& source, CheckedTurn turn) {
+        turn.file = source.file();
+        turn.record = static_cast<uint32_t>(source.line());
+        network.turns.push_back(turn);
+      });
+  ForEachRow(control, zat::kTurns, plain, [&](const Source& source, const Row& row) {
     if (IsHeaderRow(source, row)) return;
     TurnCodes turn;
     turn.node = CheckedCode(source, row, Turn::kNode, code_length);
@@ -351,7 +432,14 @@ void ZatCheck::OneWayRow(const Source& source, const Row& row) {
 }
 
 void ZatCheck::OneWays() {
-  ForEachRow(control, zat::kOneWays, [&](const Source& source, const Row& row) {
+  PlainRules rules{network};
+  auto plain = PlainRecords<CheckedOneWay>(rules, TakePlainOneWay,
+                                           [&](const Source& source, CheckedOneWay one_way) {
+                                             one_way.file = source.file();
+                                             one_way.record = static_cast<uint32_t>(source.line());
+                                             network.one_ways.push_back(one_way);
+                                           });
+  ForEachRow(control, zat::kOneWays, plain, [&](const Source& source, const Row& row) {
     if (!IsHeaderRow(source, row)) OneWayRow(source, row);
   });
 }

@@ -103,6 +103,12 @@ class FindingList {
     kept_.push_back({place, kind, std::string(text, length)});
   }
 
+  // False when a finding of the kind would be counted and not kept.
+  bool HasRoom(Kind kind) const { return max_ == 0 || counts_[static_cast<size_t>(kind)] < max_; }
+
+  // Counts findings for which there is no room.
+  void Count(Kind kind, int64_t count) { counts_[static_cast<size_t>(kind)] += count; }
+
   std::span<const KindInfo<Kind>> kinds() const { return kinds_; }
   const KindInfo<Kind>& InfoOf(Kind kind) const { return kinds_[static_cast<size_t>(kind)]; }
 

@@ -19,6 +19,11 @@ class TerminalProgress {
     if ((++calls_ & 0xfff) == 0 && terminal_) Show(done, all);
   }
 
+  // The same for what is called less often.
+  void Now(int64_t done, int64_t all) {
+    if (terminal_) Show(done, all);
+  }
+
  private:
   void Show(int64_t done, int64_t all);
 
