@@ -74,6 +74,12 @@ int RunCheck(CheckOptions& options) {
   return chosen.Fail(options.strict) ? kExitFailed : kExitDone;
 }
 
+std::vector<std::string> KindNames() {
+  std::vector<std::string> names;
+  for (const KindInfo& info : Kinds()) names.push_back(info.id);
+  return names;
+}
+
 }  // namespace
 
 Command CheckCommand() {
@@ -90,11 +96,13 @@ Command CheckCommand() {
                       {.names = "--ignore",
                        .help = "Leave out findings of these kinds",
                        .value = &options->ignored,
-                       .type = "KIND"},
+                       .type = "KIND",
+                       .suggests = KindNames()},
                       {.names = "--only",
                        .help = "Leave out findings of all other kinds",
                        .value = &options->only,
-                       .type = "KIND"},
+                       .type = "KIND",
+                       .suggests = KindNames()},
                       {.names = "--max",
                        .help = "Show at most N findings of all kinds together, 0 all",
                        .value = &options->selection.max,

@@ -8,7 +8,7 @@
 #include <deque>
 
 #include "platform/working_folder.h"
-#include "shell/likely.h"
+#include "shell/command_texts.h"
 
 namespace zatmap {
 namespace {
@@ -26,36 +26,15 @@ struct Given {
   const std::vector<std::string>& values() const { return parsed->results(); }
 };
 
-// The only word that begins like this one; "" when there is none or there are several.
-std::string Beginning(const std::string& word, const std::vector<std::string>& words) {
-  std::string only;
-  for (const std::string& candidate : words) {
-    if (word.size() < 2 || !candidate.starts_with(word)) continue;
-    if (!only.empty()) return "";
-    only = candidate;
-  }
-  return only;
+bool OneOf(const std::string& word, const std::vector<std::string>& words) {
+  return std::find(words.begin(), words.end(), word) != words.end();
 }
 
-// The word that is probably meant, "" when there is none.
-std::string Nearest(const std::string& word, const std::vector<std::string>& words) {
-  const std::string likely = Likely(word, words);
-  return likely.empty() ? Beginning(word, words) : likely;
-}
-
-std::string Join(const std::vector<std::string>& words) {
-  std::string text;
-  for (size_t i = 0; i < words.size(); ++i) {
-    if (i > 0) text += i + 1 == words.size() ? " or " : ", ";
-    text += words[i];
-  }
-  return text;
-}
-
-// ", not WORD" with the word that was probably meant.
-std::string NotThis(const std::string& word, const std::vector<std::string>& known) {
-  const std::string nearest = Nearest(word, known);
-  return ", not " + word + (nearest.empty() ? "" : "; did you mean " + nearest + "?");
+// What is wrong with a word that is none of the choices, without the name of what takes them.
+std::string WrongChoice(const std::string& word, const std::vector<std::string>& choices) {
+  const std::string nearest = Nearest(word, choices);
+  return " takes " + Alternatives(choices) + ", not " + word +
+         (nearest.empty() ? "." : "; did you mean " + nearest + "?");
 }
 
 template <typename Number>
@@ -106,10 +85,8 @@ std::string Store(const Option& option, const Given& given) {
     **list = values;
   }
   for (const std::string& value : values) {
-    if (!option.choices.empty() &&
-        std::find(option.choices.begin(), option.choices.end(), value) == option.choices.end()) {
-      return " takes " + Join(option.choices) + NotThis(value, option.choices) +
-             (Nearest(value, option.choices).empty() ? "." : "");
+    if (!option.choices.empty() && !OneOf(value, option.choices)) {
+      return WrongChoice(value, option.choices);
     }
   }
   if (const auto* text = std::get_if<std::string*>(&option.value)) **text = values.back();
@@ -249,8 +226,13 @@ class Parse {
       return false;
     }
     for (size_t i = 0; i < arguments_.size(); ++i) {
-      const auto* text = std::get_if<std::string*>(&command_.arguments[i].value);
-      if (arguments_[i].any() && text != nullptr) **text = arguments_[i].values().back();
+      const Argument& argument = command_.arguments[i];
+      const auto* text = std::get_if<std::string*>(&argument.value);
+      if (!arguments_[i].any() || text == nullptr) continue;
+      **text = arguments_[i].values().back();
+      if (!argument.only_choices || OneOf(**text, argument.choices)) continue;
+      Complain(argument.name + WrongChoice(**text, argument.choices));
+      return false;
     }
     return true;
   }
@@ -309,25 +291,29 @@ int RunProgram(const Program& program, int argc, char** argv) {
     std::printf("%s %s\n", program.name.c_str(), program.version.c_str());
     return kExitDone;
   }
-  std::vector<std::string> names;
   for (const Command& command : program.commands) {
-    names.push_back(command.name);
     if (command.name != first) continue;
     words.erase(words.begin());
     words.insert(words.begin(), folder.begin(), folder.end());
     int status = kExitUsage;
     return Parse(program, command).Take(words, &status) ? command.run() : status;
   }
+  if (!first.empty() && first[0] != '-') return NoSuchCommand(program, first);
   if (first.empty()) {
     std::fprintf(stderr, "zatmap: a command is missing.\n");
-  } else if (first[0] == '-') {
-    std::fprintf(stderr, "zatmap: %s is no option that stands before a command.\n", first.c_str());
   } else {
-    const std::string nearest = Nearest(first, names);
-    std::fprintf(stderr, "zatmap: there is no command %s%s\n", first.c_str(),
-                 nearest.empty() ? "." : ("; did you mean " + nearest + "?").c_str());
+    std::fprintf(stderr, "zatmap: %s is no option that stands before a command.\n", first.c_str());
   }
   std::fprintf(stderr, "zatmap --help lists the commands.\n");
+  return kExitUsage;
+}
+
+int NoSuchCommand(const Program& program, const std::string& name) {
+  std::vector<std::string> names;
+  for (const Command& command : program.commands) names.push_back(command.name);
+  const std::string nearest = Nearest(name, names);
+  std::fprintf(stderr, "zatmap: there is no command %s%s\nzatmap --help lists the commands.\n",
+               name.c_str(), nearest.empty() ? "." : ("; did you mean " + nearest + "?").c_str());
   return kExitUsage;
 }
 

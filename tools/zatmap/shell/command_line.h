@@ -32,16 +32,18 @@ struct Argument {
   Target value{};    // a text
   bool required = true;
   Completes completes = Completes::kNothing;
-  std::vector<std::string> choices{};  // for completions; the command checks them
+  std::vector<std::string> choices{};  // what completes it
+  bool only_choices = false;           // and nothing else is taken
 };
 
 struct Option {
   std::string names;  // "--max", "-o,--output"
   std::string help;   // as above; the default and the choices are added to it
   Target value{};
-  std::string type{};                  // what the help calls the value: "N", "FILE"; "" for a flag
-  std::vector<std::string> choices{};  // the texts that are taken, all when there are none
-  double least = 0;                    // the range of a number
+  std::string type{};                   // what the help calls the value: "N", "FILE"; "" for a flag
+  std::vector<std::string> choices{};   // the texts that are taken, all when there are none
+  std::vector<std::string> suggests{};  // what completes it beside them; the command checks it
+  double least = 0;                     // the range of a number
   double most = 1e15;
   std::vector<std::string> excludes{};  // the options that cannot stand beside it, like "--csv"
   bool required = false;
@@ -66,16 +68,27 @@ struct Command {
   std::function<int()> run{};     // returns the exit status
 };
 
+// A variable of the environment that a program looks at.
+struct Variable {
+  std::string name;
+  std::string help;
+};
+
 struct Program {
   std::string name;
   std::string summary;
   std::string version;
+  std::vector<Variable> variables{};
   std::vector<Command> commands;
 };
 
 // Runs the command that the arguments name and returns its exit status; kExitUsage, with a message
 // on standard error, when they do not fit its declaration.
 int RunProgram(const Program& program, int argc, char** argv);
+
+// Tells on standard error that a program has no such command, and which may be meant; returns
+// kExitUsage.
+int NoSuchCommand(const Program& program, const std::string& name);
 
 // Options and arguments that several commands have: declared here once.
 Argument MapArgument(std::string* folder);
@@ -115,8 +128,11 @@ std::string OptionHelp(const Option& option);
 // True for what stands without a value.
 bool IsFlag(const Option& option);
 
-// The help of a command, and that of the program.
-std::string HelpText(const Program& program, const Command& command);
-std::string HelpText(const Program& program);
+// The words of a list as a sentence names them: "a, b or c".
+std::string Alternatives(const std::vector<std::string>& words);
+
+// The word of a list that is probably meant: likely (shell/likely.h), or the only one that begins
+// so; "" when there is none.
+std::string Nearest(const std::string& word, const std::vector<std::string>& words);
 
 }  // namespace zatmap

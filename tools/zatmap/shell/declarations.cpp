@@ -4,6 +4,7 @@
 #include <cstdio>
 
 #include "shell/command_line.h"
+#include "shell/likely.h"
 
 namespace zatmap {
 namespace {
@@ -22,6 +23,17 @@ std::string DefaultOf(const Option& option) {
     std::snprintf(shown, sizeof shown, "%.10g", **number);
   }
   return shown;
+}
+
+// The only word that begins like this one; "" when there is none or there are several.
+std::string Beginning(const std::string& word, const std::vector<std::string>& words) {
+  std::string only;
+  for (const std::string& candidate : words) {
+    if (word.size() < 2 || !candidate.starts_with(word)) continue;
+    if (!only.empty()) return "";
+    only = candidate;
+  }
+  return only;
 }
 
 }  // namespace
@@ -66,5 +78,19 @@ std::string OptionHelp(const Option& option) {
 }
 
 bool IsFlag(const Option& option) { return option.type.empty(); }
+
+std::string Alternatives(const std::vector<std::string>& words) {
+  std::string text;
+  for (size_t i = 0; i < words.size(); ++i) {
+    if (i > 0) text += i + 1 == words.size() ? " or " : ", ";
+    text += words[i];
+  }
+  return text;
+}
+
+std::string Nearest(const std::string& word, const std::vector<std::string>& words) {
+  const std::string likely = Likely(word, words);
+  return likely.empty() ? Beginning(word, words) : likely;
+}
 
 }  // namespace zatmap

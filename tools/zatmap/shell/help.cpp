@@ -2,7 +2,7 @@
 #include <algorithm>
 #include <sstream>
 
-#include "shell/command_line.h"
+#include "shell/command_texts.h"
 
 namespace zatmap {
 namespace {
@@ -58,18 +58,19 @@ std::string Table(const std::vector<Row>& rows) {
   return text;
 }
 
-std::string Usage(const Program& program, const Command& command) {
-  std::string line = program.name + " " + command.name + " [OPTIONS]";
+}  // namespace
+
+std::string SynopsisOf(const Command& command) {
+  std::string line = "[OPTIONS]";
   for (const Argument& argument : command.arguments) {
     line += argument.required ? " " + argument.name : " [" + argument.name + "]";
   }
   return line;
 }
 
-}  // namespace
-
 std::string HelpText(const Program& program, const Command& command) {
-  std::string text = command.summary + "\n\nUsage: " + Usage(program, command) + "\n";
+  std::string text = command.summary + "\n\nUsage: " + program.name + " " + command.name + " " +
+                     SynopsisOf(command) + "\n";
   std::vector<Row> rows;
   for (const Argument& argument : command.arguments) rows.push_back({argument.name, argument.help});
   if (!rows.empty()) text += "\n" + Table(rows);
