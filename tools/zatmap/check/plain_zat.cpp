@@ -67,7 +67,9 @@ bool TakePlainLink(PlainRow& row, const PlainRules& rules, CheckedLink* link, Pl
   if (link->code.IsEmpty()) return false;
   if (Number<zat::kLinks, Link::kKind>(row) >= zatlib::kDummyRoadKind) return false;
   Number<zat::kLinks, Link::kCity>(row);
-  link->length = static_cast<uint16_t>(Number<zat::kLinks, Link::kLength>(row));
+  const int32_t length = Number<zat::kLinks, Link::kLength>(row);
+  link->length = static_cast<uint16_t>(length);
+  link->written_length = static_cast<float>(length);
   Number<zat::kLinks, Link::kValue4>(row);
   Number<zat::kLinks, Link::kValue5>(row);
   Number<zat::kLinks, Link::kValue6>(row);
