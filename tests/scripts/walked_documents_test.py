@@ -4,7 +4,8 @@
     walked_documents_test.py --zatmap PROGRAM [--show] [unittest arguments]
 
 A block ```sh is run by bash as it stands; the block ```text behind it is what it prints, both outputs
-together. So is, in an indented block, each line that begins with "$ ", and what stands behind it. The blocks of a page share a folder, in which examples/ is a copy of the project's, and the
+together. So is, in an indented block, each line that begins with "$ ", and what stands behind it, if
+anything does. The blocks of a page share a folder, in which examples/ is a copy of the project's, and the
 shell's variables. In what is printed, the folder is called /home/me/zatlib, seconds are not compared,
 "..." at the end of a line stands for its rest, and a line of "..." for any lines. --show prints what the commands print instead of comparing.
 """
@@ -47,7 +48,7 @@ def steps(page):
         lines = re.sub(r"(?m)^    ", "", block.strip("\n") + "\n")
         if lines.startswith("$ "):
             for command, shown in re.findall(r"(?m)^\$ (.*\n)((?:(?!\$ ).*\n)*)", lines):
-                found.append(["%s || true\n" % command.rstrip("\n"), re.sub(r"\n+$", "\n", shown)])
+                found.append(["{ %s} || true\n" % command, re.sub(r"\n+$", "\n", shown) or "...\n"])
     return found
 
 
