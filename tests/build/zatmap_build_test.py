@@ -322,6 +322,8 @@ class Options(BuildTest):
             self.assertEqual((out, err), (
                 "", "zatmap: nodes.txt lies beside the control file and not in the current folder, "
                     "from which relative paths count: zatmap build -C \"a city\" control.ini\n"))
+        _, err = self.build("-C", self.folder, "a city/control.ini", status=1, cwd="/")
+        self.assertIn("zatmap build -C \"%s/a city\" control.ini\n" % self.folder, err)
 
     def test_quiet(self):
         self.spoil("nodename.txt", b"12,", b"99,")

@@ -88,10 +88,12 @@ std::vector<std::string> LookAtSources(const BuildRequest& request, const std::s
     char name[zatlib::kPathSize];
     char as_written[zatlib::kPathSize];
     zatlib::FRD_SplitPath(control.c_str(), as_written, name);
+    std::string there = Readable(as_written);
+    if (!EnteredFolder().empty() && !IsAbsolute(there)) there = EnteredFolder() + "/" + there;
     lines.push_back(Readable(beside) +
                     " lies beside the control file and not in the current folder, from which "
                     "relative paths count: zatmap build -C " +
-                    QuotedWord(Readable(as_written)) + " " + QuotedWord(Readable(name)));
+                    QuotedWord(there) + " " + QuotedWord(Readable(name)));
   }
   return lines;
 }
