@@ -87,13 +87,7 @@ int FRD_GetCommonLogPath(const char* tag, char* path_out) {
   return TodaysPath(kAllUsers, tag, path_out);
 }
 
-void FRD_GetHostLogPath(char* path_out) {
-  std::string program = platform::ProgramPath();
-  if (program.empty()) {
-    char fallback[kPathSize];
-    FRD_JoinPath(fallback, platform::TempFolder().c_str(), "ZATFRD.LOG");
-    program = fallback;
-  }
+std::string LogBeside(std::string program) {
   const size_t dot = program.rfind('.');
   size_t name_start = 0;
   for (size_t i = 0; i < program.size(); ++i) {
@@ -101,8 +95,17 @@ void FRD_GetHostLogPath(char* path_out) {
   }
   // A dot in a folder's name is no extension.
   if (dot != std::string::npos && dot >= name_start) program.resize(dot);
-  program += ".log";
-  FRD_CopyText(path_out, kPathSize, program);
+  return program + ".log";
+}
+
+void FRD_GetHostLogPath(char* path_out) {
+  std::string program = platform::ProgramPath();
+  if (program.empty()) {
+    char fallback[kPathSize];
+    FRD_JoinPath(fallback, platform::TempFolder().c_str(), "ZATFRD.LOG");
+    program = fallback;
+  }
+  FRD_CopyText(path_out, kPathSize, LogBeside(program));
   char folder[kPathSize];
   char name[kPathSize];
   FRD_SplitPath(path_out, folder, name);

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <string>
 
 #include "frd/text.h"
 #include "platform/clock.h"
@@ -22,6 +23,9 @@ int FRD_WriteLog(int folder_kind, const char* tag, const char* text, int with_ti
 // application-data folder.
 int FRD_GetUserLogPath(const char* tag, char* path_out);
 int FRD_GetCommonLogPath(const char* tag, char* path_out);
+
+// The log of a program: beside it, with its name and the extension .log.
+std::string LogBeside(std::string program);
 
 // The host program's log: beside the executable, or in the temporary folder when that place is
 // read-only. `path_out` holds 260 bytes.

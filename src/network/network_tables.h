@@ -24,6 +24,7 @@ struct NetworkTables {
   Links& links;
   const CodeIndexRecord* link_index;
   int code_length = 0;
+  Workers workers{};
 
   PageArray<NodeLinks> node_links{};    // N + 2
   PageArray<LinkNodes> link_nodes{};    // L + 2
@@ -32,7 +33,9 @@ struct NetworkTables {
                                         // memory is short
   CodeLookup node_lookup{};             // over node_index
   CodeLookup link_lookup{};             // over link_index
-  Workers workers{};
+
+  // A run that a failure has left behind may still be at the tables.
+  ~NetworkTables() { workers.Finish(); }
 
   // What the step cannot do without: no more than the choice between memory and files has tried.
   bool Reserve() {

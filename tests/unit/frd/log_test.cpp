@@ -327,6 +327,15 @@ TEST_F(LogTest, WhereNobodyMayWriteTheHostProgramsLogIsATemporaryFile) {
 }
 #endif
 
+TEST_F(LogTest, TheHostProgramsLogDropsTheLastExtensionOfItsNameOnly) {
+  const std::string folder = Sep() + "apps.d" + Sep();
+  EXPECT_EQ(LogBeside(folder + "host.exe"), folder + "host.log");
+  EXPECT_EQ(LogBeside(folder + "host.v2.exe"), folder + "host.v2.log");
+  EXPECT_EQ(LogBeside(folder + "host"), folder + "host.log");
+  EXPECT_EQ(LogBeside("host"), "host.log");
+  EXPECT_EQ(LogBeside("host.exe"), "host.log");
+}
+
 TEST_F(LogTest, TheHostProgramsLogIsErasedWhole) {
   char path[kPathSize];
   FRD_GetHostLogPath(path);

@@ -1,5 +1,7 @@
 #include "network/workstore/store_file.h"
 
+#include <vector>
+
 #include "../network_stores.h"
 
 namespace zatlib::test::network {
@@ -97,6 +99,43 @@ TEST_F(StoreFileTest, ARefusedReadCanBeTriedAgain) {
   const NumberRecord* record = store.At(0);
   ASSERT_NE(record, nullptr);
   EXPECT_EQ(record->number, 0);
+}
+
+TEST_F(StoreFileTest, RunsOfRecordsAreReadPastTheBlock) {
+  StoreFile<NumberRecord> store;
+  ASSERT_TRUE(store.Open(path_.c_str(), platform::Access::kRead));
+  std::vector<NumberRecord> records(5);
+  EXPECT_EQ(store.Read(59997, 5, records.data()), 3);
+  EXPECT_EQ(records[0].number, 59997);
+  EXPECT_EQ(records[2].number, 59999);
+  EXPECT_EQ(store.Read(7, 2, records.data()), 2);
+  EXPECT_EQ(records[1].number, 8);
+  EXPECT_EQ(store.Read(-1, 5, records.data()), 0);
+  EXPECT_EQ(store.Read(60000, 5, records.data()), 0);
+  EXPECT_EQ(store.Read(7, 0, records.data()), 0);
+}
+
+TEST_F(StoreFileTest, APlaceThatCannotBeSoughtHoldsNothing) {
+  StoreFile<NumberRecord> store;
+  ASSERT_TRUE(store.Open(path_.c_str(), platform::Access::kReadWrite));
+  NumberRecord record{};
+  const auto at = [&] { return store.At(59000); };
+  const auto read = [&] { return store.Read(7, 1, &record); };
+  const auto write = [&] { return store.Write(59000); };
+  EXPECT_EQ(RunWithFault({platform::Operation::kSeek, 1, true}, at), nullptr);
+  EXPECT_EQ(RunWithFault({platform::Operation::kSeek, 1, true}, read), 0);
+  ASSERT_NE(store.At(59000), nullptr);
+  EXPECT_FALSE(RunWithFault({platform::Operation::kSeek, 1, true}, write));
+  EXPECT_TRUE(store.Write(59000));
+}
+
+TEST_F(StoreFileTest, AWriteThatIsRefusedIsTold) {
+  StoreFile<NumberRecord> store;
+  ASSERT_TRUE(store.Open(path_.c_str(), platform::Access::kReadWrite));
+  ASSERT_NE(store.At(3), nullptr);
+  const auto write = [&] { return store.Write(3); };
+  EXPECT_FALSE(RunWithFault({platform::Operation::kWrite, 1, true}, write));
+  EXPECT_EQ(FileBytes("numbers").size(), 60000u * 48 + 47);
 }
 
 TEST_F(StoreFileTest, MissingStoresDoNotOpen) {
