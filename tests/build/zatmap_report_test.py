@@ -14,7 +14,7 @@ import unittest
 
 sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "support"))
 import zatmap  # pylint: disable=wrong-import-position
-from good_networks import folder_of, zat_text  # pylint: disable=wrong-import-position
+from good_networks import folder_of, zat_mif, zat_text  # pylint: disable=wrong-import-position
 
 OPTIONS = argparse.Namespace()
 
@@ -138,6 +138,141 @@ class Choice(ReportTest):
         self.assertEqual(whole, {
             "control": "control.ini", "errors": 2, "warnings": 1,
             "kinds": {"link-node-missing": 2, "rule-not-at-node": 1}, "more": 2, "left_out": 5})
+
+
+def geometry_of(feature):
+    return feature["geometry"] and (feature["geometry"]["type"], feature["geometry"]["coordinates"])
+
+
+class GeoJson(ReportTest):
+    def findings(self, files, *options):
+        with folder_of(files) as root:
+            done = check(root, "--geojson", "-", *options, "control.ini")
+        whole = json.loads(done.out)
+        self.assertEqual((whole["type"], whole["name"]), ("FeatureCollection", "findings"))
+        return whole["features"]
+
+    def test_points_and_lines(self):
+        files = two_errors_and_six_warnings()
+        files["nodename.txt"] = b'15,1,"A name of more than 20"\r\n77,1,"Nobody"\r\n'
+        found = {(f["properties"]["file"], f["properties"]["record"], f["properties"]["kind"]):
+                 geometry_of(f) for f in self.findings(files)}
+        self.assertEqual(found, {
+            # A link with one of its nodes; one with both; a rule at its node; a name's node.
+            ("links.txt", 1, "link-node-missing"): ("Point", [7.42, 43.73]),
+            ("links.txt", 5, "link-node-missing"): ("Point", [7.42, 43.731]),
+            ("links.txt", 1, "name-long"): ("Point", [7.42, 43.73]),
+            ("links.txt", 2, "name-long"): ("LineString", [[7.421, 43.73], [7.422, 43.731]]),
+            ("links.txt", 3, "name-long"): ("LineString", [[7.422, 43.731], [7.421, 43.732]]),
+            ("links.txt", 4, "name-long"): ("LineString", [[7.421, 43.732], [7.42, 43.731]]),
+            ("links.txt", 5, "name-long"): ("Point", [7.42, 43.731]),
+            ("nodetrf.txt", 1, "rule-not-at-node"): ("Point", [7.421, 43.73]),
+            ("nodename.txt", 1, "name-long"): ("Point", [7.42, 43.731]),
+            ("nodename.txt", 2, "row-unknown"): None})
+
+    def test_properties(self):
+        files = zat_text()
+        files["linkshape.txt"] = files["linkshape.txt"].replace(b"43.731000", b"43.7310001", 1)
+        self.assertEqual(self.findings(files), [{
+            "type": "Feature",
+            "properties": {
+                "file": "linkshape.txt", "record": 2, "column": 2, "line": 6, "severity": "error",
+                "kind": "coord-decimals", "text": "the coordinate has more than 6 decimals",
+                "detail": "43.7310001 counts as 437.310001",
+                "advice": "round it to 6: each further one makes it ten times as large"},
+            "geometry": {"type": "Point", "coordinates": [7.422, 43.731]}}])
+
+    def test_objects_of_mif_files(self):
+        files = zat_mif()
+        files["link.mif"] = files["link.mif"].replace(b"Pline 2", b"Pline 3", 1)
+        found = self.findings(files, "--only", "mif-points")
+        self.assertEqual([geometry_of(f) for f in found],
+                         [("LineString", [[7.42, 43.73], [7.421, 43.73]])])
+
+    def test_the_file(self):
+        with folder_of(two_errors_and_six_warnings()) as root:
+            path = os.path.join(root, "f.geojson")
+            done = check(root, "--geojson", "f.geojson", "control.ini")
+            self.assertEqual((done.status, self.summary(done.out)), (1, SUMMARY))
+            self.assertEqual(len(json.loads(zatmap.read(path))["features"]), 8)
+            done = check(root, "--geojson", "f.geojson", "control.ini")
+            self.assertEqual((done.status, done.err), (
+                1, "zatmap: f.geojson exists; with --overwrite it is replaced.\n"))
+            done = check(root, "--geojson", "f.geojson", "--overwrite", "--errors-only", "control.ini")
+            self.assertEqual(done.status, 1)
+            self.assertEqual(len(json.loads(zatmap.read(path))["features"]), 2)
+            # What is checked is never written to.
+            before = zatmap.read(os.path.join(root, "links.txt"))
+            for name in ("links.txt", "control.ini"):
+                done = check(root, "--geojson", name, "--overwrite", "control.ini")
+                self.assertEqual(done.err, "zatmap: %s is the same file as %s, which must stay. "
+                                 "Name another file.\n" % (name, name))
+            self.assertEqual(zatmap.read(os.path.join(root, "links.txt")), before)
+
+    def test_one_thing_on_standard_output(self):
+        with folder_of(zat_text()) as root:
+            for words in (("--json", "--geojson", "-"), ("--html", "-", "--geojson", "-")):
+                done = check(root, *words, "control.ini")
+                self.assertEqual((done.status, done.out, done.err), (
+                    2, "", "zatmap: standard output takes one of --json, --geojson - and "
+                    "--html -.\n"))
+
+
+class Html(ReportTest):
+    def page(self, files, *options):
+        with folder_of(files) as root:
+            done = check(root, "--html", "-", *options, "control.ini")
+        self.assertTrue(done.out.startswith("<!doctype html>\n"))
+        self.assertTrue(done.out.endswith("</html>\n"))
+        return done.out
+
+    def test_a_finding_with_its_row(self):
+        files = zat_text()
+        files["links.txt"] = files["links.txt"].replace(b",11,12,", b",11,99,")
+        page = self.page(files, "--errors-only")
+        self.assertIn("<title>control.ini: 1 error, 1 warning</title>", page)
+        self.assertIn(
+            '<article class="e" data-s="e" data-k="link-node-missing" data-f="', page)
+        self.assertIn(
+            '<p class="place">links.txt, record 1, column 9</p>\n<p><span class="error">error'
+            "</span> the link names a node that does not exist: node B 00000000000099</p>\n"
+            '<p class="advice">add the node or correct the code: the link is left out of the map'
+            "</p>\n<pre>101,4,10001,100,1,1,1,11,<mark>99</mark>,40,40,0,1,&quot;Road&quot;</pre>",
+            page)
+        self.assertEqual(page.count("<article"), 1)
+
+    def test_names_stay_text(self):
+        files = zat_text()
+        hostile = b"</pre></script><script>alert(1)</script><img src=x onerror=alert(2)>'&"
+        files["linkname.txt"] = b'103,13,1,"%s"\r\n' % hostile[:60]
+        files["nodename.txt"] = b'12,1,"A\x01\x1b[31m\xfe of more than twenty"\r\n'
+        files["control.ini"] += b"[<b onclick=alert(1)>]\r\n"
+        page = self.page(files)
+        self.assertEqual(page.count("<script>"), 1)
+        for word in ("<img", "<b ", "\x01", "\x1b", "alert(1)</script>"):
+            self.assertNotIn(word, page)
+        self.assertIn("&lt;/pre&gt;&lt;/script&gt;&lt;script&gt;alert(1)&lt;/script&gt;&lt;img", page)
+        self.assertIn("A\\x01\\x1B[31m\\xFE of more", page)
+
+    def test_nothing_is_fetched(self):
+        page = self.page(two_errors_and_six_warnings())
+        self.assertIn("default-src 'none'", page)
+        for word in ("http:", "https:", "src=", "@import", "url(", "<link"):
+            self.assertNotIn(word, page)
+
+    def test_errors_and_whole_files_come_first(self):
+        files = two_errors_and_six_warnings()
+        files["links.txt"] = files["links.txt"].replace(b"\r\n", b"\n")
+        page = self.page(files)
+        kinds = [part.split('"')[0] for part in page.split('data-k="')[1:] if "<p " in part[:99]]
+        severities = [part[0] for part in page.split('data-s="')[1:]]
+        self.assertEqual(severities, sorted(severities))
+        self.assertEqual(kinds[0], "lf-line-end")
+
+    def test_a_clean_check(self):
+        page = self.page(zat_text())
+        self.assertIn("0 errors, 0 warnings", page)
+        self.assertNotIn("<article", page)
 
 
 def main():

@@ -251,7 +251,7 @@ void MsrCheck::Shapes(int64_t limit) {
 
 }  // namespace
 
-void CheckMsr(Control& control, int64_t shape_limit) {
+void CheckMsr(Control& control, int64_t shape_limit, const Look& look) {
   MsrCheck check(control);
   check.Points();
   check.Sections();
@@ -261,6 +261,7 @@ void CheckMsr(Control& control, int64_t shape_limit) {
   check.Conditions();
   check.Shapes(shape_limit);
   CheckWholeSet(check.network);
+  if (look) look(control, check.network);
 }
 
 }  // namespace zatmap::check

@@ -9,6 +9,7 @@
 #include "check/network.h"
 #include "check/pieces.h"
 #include "check/plain.h"
+#include "check/run.h"
 #include "check/source.h"
 #include "network/workstore/source_fields.h"
 #include "network/workstore/source_layout.h"
@@ -16,8 +17,8 @@
 namespace zatmap::check {
 
 // Everything that the build would read in one format.
-void CheckZat(Control& control, int64_t shape_limit);
-void CheckMsr(Control& control, int64_t shape_limit);
+void CheckZat(Control& control, int64_t shape_limit, const Look& look);
+void CheckMsr(Control& control, int64_t shape_limit, const Look& look);
 
 // The column in which a row of titles shows.
 inline constexpr int kFirstColumn = 1;

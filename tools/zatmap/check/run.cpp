@@ -14,9 +14,9 @@ Findings RunChecks(const RunOptions& options) {
     Control control(findings, options.control_file, options.msr);
     if (!control.Check()) return findings;
     if (control.msr()) {
-      CheckMsr(control, options.shape_limit);
+      CheckMsr(control, options.shape_limit, options.look);
     } else {
-      CheckZat(control, options.shape_limit);
+      CheckZat(control, options.shape_limit, options.look);
     }
   } catch (const std::exception&) {
     findings.SetIncomplete();

@@ -476,7 +476,7 @@ void ZatCheck::Shapes(int64_t limit) {
 
 }  // namespace
 
-void CheckZat(Control& control, int64_t shape_limit) {
+void CheckZat(Control& control, int64_t shape_limit, const Look& look) {
   ZatCheck check(control);
   check.Nodes();
   check.NodeNames();
@@ -490,6 +490,7 @@ void CheckZat(Control& control, int64_t shape_limit) {
   check.OneWays();
   check.Shapes(shape_limit);
   CheckWholeSet(check.network);
+  if (look) look(control, check.network);
 }
 
 }  // namespace zatmap::check

@@ -85,6 +85,7 @@ class FindingList {
     return static_cast<uint32_t>(files_.size() - 1);
   }
   const std::string& PathOf(uint32_t file) const { return files_[file]; }
+  const std::vector<std::string>& files() const { return files_; }
 
   // Counts a finding and keeps it with its detail while there is room.
   void Add(Kind kind, Place place, const char* format, ...) ZATLIB_PRINTF(4, 5) {
