@@ -1,7 +1,10 @@
 #include "check/network.h"
 
 #include <algorithm>
+#include <array>
+#include <atomic>
 
+#include "frd/parallel.h"
 #include "network/connection_cost.h"
 #include "network/network_files.h"
 
@@ -12,13 +15,47 @@ using zatlib::FeatureCode;
 using zatlib::KeyedRecord;
 using zatlib::kSlots;
 
-constexpr int64_t kMargin = 10000;  // millionths of a degree around nodes that lie close together
-constexpr int64_t kSpread = 10;     // how many times the middle half's width counts as near
-constexpr size_t kEnoughNodes = 5;  // fewer say nothing about where the map lies
+constexpr int64_t kRange = 1 << 14;  // links that a thread looks at at a time
+constexpr int64_t kMargin = 10000;   // millionths of a degree around nodes that lie close together
+constexpr int64_t kSpread = 10;      // how many times the middle half's width counts as near
+constexpr size_t kEnoughNodes = 5;   // fewer say nothing about where the map lies
 
 // Whether an open connection of this length and speed costs as much as a closed one.
 bool Saturates(uint16_t length, uint16_t speed, int limit) {
   return speed != 0 && zatlib::ConnectionCost(length, speed, limit) == zatlib::kClosedCost;
+}
+
+// The value that would stand at a position if all were sorted.
+int64_t ValueAt(const std::vector<int32_t>& values, size_t position) {
+  constexpr int kBuckets = 4096;
+  const auto [low, high] = std::minmax_element(values.begin(), values.end());
+  const int64_t first = *low;
+  const int64_t width = (*high - first) / kBuckets + 1;
+  const auto bucket_of = [&](int32_t value) {
+    return static_cast<size_t>((value - first) / width);
+  };
+  std::array<size_t, kBuckets> counts{};
+  for (const int32_t value : values) ++counts[bucket_of(value)];
+  size_t bucket = 0;
+  for (; position >= counts[bucket]; ++bucket) position -= counts[bucket];
+  std::vector<int32_t> within;
+  within.reserve(counts[bucket]);
+  for (const int32_t value : values) {
+    if (bucket_of(value) == bucket) within.push_back(value);
+  }
+  const auto place = within.begin() + static_cast<std::ptrdiff_t>(position);
+  std::nth_element(within.begin(), place, within.end());
+  return *place;
+}
+
+// Where the middle half of the values lies, and around it.
+void FindBounds(const std::vector<int32_t>& values, int64_t* low, int64_t* high) {
+  const size_t quarter = values.size() / 4;
+  const int64_t first = ValueAt(values, quarter);
+  const int64_t last = ValueAt(values, values.size() - 1 - quarter);
+  const int64_t margin = (last - first) * kSpread + kMargin;
+  *low = first - margin;
+  *high = last + margin;
 }
 
 }  // namespace
@@ -82,25 +119,37 @@ int32_t Network::FindNode(FeatureCode code) const { return Find(node_index_, nod
 int32_t Network::FindLink(FeatureCode code) const { return Find(link_index_, link_lookup_, code); }
 
 void Network::MarkParallelLinks() {
-  struct Pair {
-    uint64_t nodes;
+  // The links by the first of their nodes; there are few of each.
+  struct Other {
+    int32_t node;
     uint32_t link;
   };
-  std::vector<Pair> pairs;
-  pairs.reserve(links.size());
-  for (size_t i = 0; i < links.size(); ++i) {
-    const CheckedLink& link = links[i];
-    if (link.a < 0 || link.b < 0 || link.a == link.b) continue;
-    const auto low = static_cast<uint64_t>(std::min(link.a, link.b));
-    const auto high = static_cast<uint64_t>(std::max(link.a, link.b));
-    pairs.push_back({low << 32 | high, static_cast<uint32_t>(i)});
+  const auto joins = [](const CheckedLink& link) {
+    return link.a >= 0 && link.b >= 0 && link.a != link.b;
+  };
+  std::vector<uint32_t> ends(nodes.size() + 1);
+  for (const CheckedLink& link : links) {
+    if (joins(link)) ++ends[static_cast<size_t>(std::min(link.a, link.b))];
   }
-  std::sort(pairs.begin(), pairs.end(),
-            [](const Pair& a, const Pair& b) { return a.nodes < b.nodes; });
-  for (size_t i = 1; i < pairs.size(); ++i) {
-    if (pairs[i].nodes != pairs[i - 1].nodes) continue;
-    links[pairs[i].link].marks |= kParallel;
-    links[pairs[i - 1].link].marks |= kParallel;
+  uint32_t sum = 0;
+  for (uint32_t& end : ends) sum = end += sum;
+  std::vector<Other> others(sum);
+  for (size_t i = links.size(); i-- > 0;) {
+    const CheckedLink& link = links[i];
+    if (!joins(link)) continue;
+    others[--ends[static_cast<size_t>(std::min(link.a, link.b))]] = {std::max(link.a, link.b),
+                                                                     static_cast<uint32_t>(i)};
+  }
+  for (size_t node = 0; node < nodes.size(); ++node) {
+    const auto begin = others.begin() + ends[node];
+    const auto end = others.begin() + ends[node + 1];
+    if (end - begin < 2) continue;
+    std::sort(begin, end, [](const Other& x, const Other& y) { return x.node < y.node; });
+    for (auto other = begin + 1; other < end; ++other) {
+      if (other->node != other[-1].node) continue;
+      links[other->link].marks |= kParallel;
+      links[other[-1].link].marks |= kParallel;
+    }
   }
 }
 
@@ -155,43 +204,78 @@ void Network::CheckSlots(CheckedNode& node, int32_t number) {
   }
 }
 
+Network::Seen Network::FindEnds(std::vector<Degree>* degrees) {
+  std::atomic<bool> missing = false;
+  std::atomic<bool> unlisted = false;
+  const auto add = [&](const CheckedLink& link, int32_t node) {
+    const CheckedNode& at = nodes[static_cast<size_t>(node)];
+    const bool listed = std::find(at.links, at.links + kSlots, link.code) != at.links + kSlots;
+    Degree& degree = (*degrees)[static_cast<size_t>(node)];
+    std::atomic_ref(degree.links).fetch_add(1, std::memory_order_relaxed);
+    if (listed) std::atomic_ref(degree.listed).fetch_add(1, std::memory_order_relaxed);
+    return listed;
+  };
+  zatlib::Workers workers;
+  workers.RunRanges(static_cast<int64_t>(links.size()), kRange, [&](int64_t begin, int64_t end) {
+    for (int64_t i = begin; i < end; ++i) {
+      CheckedLink& link = links[static_cast<size_t>(i)];
+      if (link.code.IsEmpty()) continue;
+      link.a = FindNode(link.node_a);
+      link.b = FindNode(link.node_b);
+      const bool at_a = link.a >= 0 && add(link, link.a);
+      const bool at_b = link.b >= 0 && (link.b == link.a ? at_a : add(link, link.b));
+      if (at_a) link.marks |= kListedAtA;
+      if (at_b) link.marks |= kListedAtB;
+      if (link.a < 0 || link.b < 0) missing = true;
+      if (!at_a || !at_b) unlisted = true;
+    }
+  });
+  return {missing, unlisted};
+}
+
+bool Network::IsInOrder(const CheckedNode& node, const Degree& degree) const {
+  const auto empty = std::count_if(node.links, node.links + kSlots,
+                                   [](FeatureCode code) { return code.IsEmpty(); });
+  // As many links that end here and are listed as entries: each entry is another one of them.
+  return kSlots - empty == int64_t{degree.listed} && node.partner.IsEmpty() &&
+         degree.links <= uint32_t{kSlots} && (degree.links > 0 || !links_whole);
+}
+
 void Network::CheckReferences() {
-  std::vector<uint32_t> degree(nodes.size());
-  for (CheckedLink& link : links) {
+  std::vector<Degree> degrees(nodes.size());
+  const Seen seen = FindEnds(&degrees);
+  for (const CheckedLink& link : links) {
+    if (!seen.missing || !nodes_whole) break;
     if (link.code.IsEmpty()) continue;
-    link.a = FindNode(link.node_a);
-    link.b = FindNode(link.node_b);
     for (const int end : {0, 1}) {
-      const int32_t node = end == 0 ? link.a : link.b;
-      if (node >= 0) {
-        if (end == 0 || link.a != link.b) ++degree[static_cast<size_t>(node)];
-      } else if (nodes_whole) {
-        const FeatureCode code = end == 0 ? link.node_a : link.node_b;
-        findings_.Add(Kind::kLinkNodeMissing,
-                      PlaceOf(link, end == 0 ? columns_.node_a : columns_.node_b), "node %c %s",
-                      end == 0 ? 'A' : 'B', code.IsEmpty() ? "0" : TextOf(code).c_str());
-      }
+      if ((end == 0 ? link.a : link.b) >= 0) continue;
+      const FeatureCode code = end == 0 ? link.node_a : link.node_b;
+      findings_.Add(Kind::kLinkNodeMissing,
+                    PlaceOf(link, end == 0 ? columns_.node_a : columns_.node_b), "node %c %s",
+                    end == 0 ? 'A' : 'B', code.IsEmpty() ? "0" : TextOf(code).c_str());
     }
   }
   for (size_t i = 0; i < nodes.size(); ++i) {
-    if (nodes[i].code.IsEmpty()) continue;
+    const uint32_t degree = degrees[i].links;
+    if (nodes[i].code.IsEmpty() || IsInOrder(nodes[i], degrees[i])) continue;
     CheckSlots(nodes[i], static_cast<int32_t>(i));
-    if (degree[i] > static_cast<uint32_t>(kSlots)) {
+    if (degree > static_cast<uint32_t>(kSlots)) {
       findings_.Add(Kind::kNodeLinksMany, PlaceOf(nodes[i], 0), "node %s has %u links",
-                    TextOf(nodes[i].code).c_str(), degree[i]);
-    } else if (degree[i] == 0 && links_whole) {
+                    TextOf(nodes[i].code).c_str(), degree);
+    } else if (degree == 0 && links_whole) {
       findings_.Add(Kind::kNodeUnused, PlaceOf(nodes[i], 0), "node %s",
                     TextOf(nodes[i].code).c_str());
     }
   }
   for (const CheckedLink& link : links) {
+    if (!seen.unlisted) break;
     if (link.code.IsEmpty()) continue;
     for (const int end : {0, 1}) {
       const int32_t node = end == 0 ? link.a : link.b;
       const uint8_t mark = end == 0 ? kListedAtA : kListedAtB;
       // A node with more links than it can list is a finding already.
       if (node < 0 || (link.marks & mark) != 0 || (end == 1 && link.a == link.b) ||
-          degree[static_cast<size_t>(node)] > static_cast<uint32_t>(kSlots)) {
+          degrees[static_cast<size_t>(node)].links > static_cast<uint32_t>(kSlots)) {
         continue;
       }
       const CheckedNode& at = nodes[static_cast<size_t>(node)];
@@ -205,8 +289,13 @@ void Network::CheckReferences() {
 }
 
 void Network::CheckCosts() {
+  // Far below the limit in both directions, as nearly all links are.
+  const auto is_cheap = [](const CheckedLink& link) {
+    const uint32_t work = uint32_t{link.length} * 360;
+    return work < 65000u * link.speed_a && work < 65000u * link.speed_b;
+  };
   for (const CheckedLink& link : links) {
-    if (link.code.IsEmpty()) continue;
+    if (is_cheap(link) || link.code.IsEmpty()) continue;
     const bool a = Saturates(link.length, link.speed_a, zatlib::kSpeedLimitA);
     const bool b = Saturates(link.length, link.speed_b, zatlib::kSpeedLimitB);
     if (a || b) {
@@ -223,29 +312,21 @@ void Network::CheckCosts() {
 }
 
 void Network::CheckPlaces() {
-  std::vector<int32_t> values;
-  values.reserve(nodes.size());
-  const auto middle_half = [&](auto value_of, int64_t* low, int64_t* high) {
-    values.clear();
-    for (const CheckedNode& node : nodes) {
-      if (node.placed) values.push_back(value_of(node));
-    }
-    if (values.size() < kEnoughNodes) return;
-    const size_t quarter = values.size() / 4;
-    const auto at = [&](size_t position) {
-      const auto place = values.begin() + static_cast<std::ptrdiff_t>(position);
-      std::nth_element(values.begin(), place, values.end());
-      return int64_t{*place};
-    };
-    const int64_t first = at(quarter);
-    const int64_t last = at(values.size() - 1 - quarter);
-    const int64_t margin = (last - first) * kSpread + kMargin;
-    *low = first - margin;
-    *high = last + margin;
-  };
-  middle_half([](const CheckedNode& node) { return node.x; }, &bounds_.low_x, &bounds_.high_x);
-  middle_half([](const CheckedNode& node) { return node.y; }, &bounds_.low_y, &bounds_.high_y);
+  std::vector<int32_t> values[2];
+  for (std::vector<int32_t>& axis : values) axis.reserve(nodes.size());
   for (const CheckedNode& node : nodes) {
+    if (!node.placed) continue;
+    values[0].push_back(node.x);
+    values[1].push_back(node.y);
+  }
+  if (values[0].size() >= kEnoughNodes) {
+    FindBounds(values[0], &bounds_.low_x, &bounds_.high_x);
+    FindBounds(values[1], &bounds_.low_y, &bounds_.high_y);
+  }
+  bool near = true;
+  for (size_t i = 0; i < values[0].size(); ++i) near &= bounds_.Holds(values[0][i], values[1][i]);
+  for (const CheckedNode& node : nodes) {
+    if (near) break;
     if (node.placed) CheckPoint({node.place_file, node.place_record, 0, 0}, node.x, node.y);
   }
 }

@@ -147,6 +147,22 @@ class Network {
              zatlib::CodeLookup* lookup);
   int32_t Find(const std::vector<zatlib::KeyedRecord>& index, const zatlib::CodeLookup& lookup,
                zatlib::FeatureCode code) const;
+
+  // How many links end at a node, and how many of these it lists.
+  struct Degree {
+    uint32_t links = 0;
+    uint32_t listed = 0;
+  };
+  // Whether a link names a node that is missing, or one that does not list it.
+  struct Seen {
+    bool missing;
+    bool unlisted;
+  };
+  Seen FindEnds(std::vector<Degree>* degrees);
+
+  // True when there is nothing to say about the links that a node lists; it may also be false then.
+  bool IsInOrder(const CheckedNode& node, const Degree& degree) const;
+
   void MarkParallelLinks();
   void CheckSlots(CheckedNode& node, int32_t number);
 

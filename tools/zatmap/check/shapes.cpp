@@ -41,6 +41,7 @@ void ShapeChecker::Begin(FeatureCode code, Place place) {
   place_ = place;
   points_ = 0;
   far_ = false;
+  meets_ = false;
   length_ = 0;
   swapped_length_ = 0;
   ++shapes_;
@@ -66,6 +67,10 @@ void ShapeChecker::Point(Place here, int32_t x, int32_t y) {
 }
 
 void ShapeChecker::CheckEnds(const CheckedLink& link) {
+  if (meets_) {
+    ++checked_ends_;
+    return;
+  }
   if (link.a < 0 || link.b < 0 || points_ < 2) return;
   const CheckedNode& a = network_.nodes[static_cast<size_t>(link.a)];
   const CheckedNode& b = network_.nodes[static_cast<size_t>(link.b)];
@@ -92,7 +97,12 @@ void ShapeChecker::End() {
     findings.Add(Kind::kShapeLong, place_, "link %s has %lld", network_.TextOf(code_).c_str(),
                  static_cast<long long>(points_));
   }
-  const int32_t found = network_.FindLink(code_);
+  EndAt(network_.FindLink(code_));
+}
+
+// What the link's place tells.
+void ShapeChecker::EndAt(int32_t found) {
+  Findings& findings = network_.findings();
   if (found < 0) {
     unknown_.push_back({code_, place_});
     if (network_.links_whole) {
@@ -111,6 +121,23 @@ void ShapeChecker::End() {
     link.swapped_length = static_cast<float>(swapped_length_);
   }
   CheckEnds(link);
+}
+
+bool ShapeChecker::Take(const PlainShape& shape, Place place) {
+  const int64_t bytes = shape.points * kPointBytes;
+  if (bytes_ + bytes > limit_) return false;
+  bytes_ += bytes;
+  Begin(shape.code, place);
+  points_ = shape.points;
+  first_x_ = shape.first_x;
+  first_y_ = shape.first_y;
+  last_x_ = shape.last_x;
+  last_y_ = shape.last_y;
+  length_ = double{shape.length};
+  swapped_length_ = double{shape.swapped_length};
+  meets_ = shape.meets;
+  EndAt(shape.link);
+  return true;
 }
 
 void ShapeChecker::Finish() {
@@ -146,10 +173,13 @@ class ShapeText {
       : source_(source), findings_(source.findings()), shapes_(shapes), code_length_(code_length) {}
 
   void Check() {
-    while (held_ || Next(zatlib::zat::kShapeHeads)) {
-      held_ = false;
-      CheckBlock();
-    }
+    ForEachPiece<RowWork<PlainShape>>(
+        source_, kAtShapes, [] {},
+        [this](const Piece& piece, RowWork<PlainShape>* work) {
+          LookAtShapes(piece, shapes_.network(), work);
+        },
+        [this](const Piece& piece, RowWork<PlainShape>* work) { return Take(piece, work); });
+    CheckBlocks();
     if (record_ == 0) findings_.Add(Kind::kNoRecords, {source_.file(), 0, 0, 0}, "no shape");
   }
 
@@ -158,6 +188,46 @@ class ShapeText {
     if (!source_.Next(layout.line_size, &line_)) return false;
     Split(source_, line_, layout, &row_);
     return true;
+  }
+
+  // The blocks of the lines that follow.
+  void CheckBlocks() {
+    while (held_ || Next(zatlib::zat::kShapeHeads)) {
+      held_ = false;
+      CheckBlock();
+    }
+  }
+
+  // Uses up what a thread has made of a piece. Returns where the lines have to be read one by one
+  // from now on, null when the piece is done.
+  char* Take(const Piece& piece, RowWork<PlainShape>* work) {
+    while (true) {
+      int64_t taken = 0;
+      const auto take_to = [&](int64_t end) {
+        for (; taken < end; ++taken) TakeShape(work->records[taken]);
+      };
+      for (size_t i = 0; i < work->other_count; ++i) {
+        const auto& other = work->others[i];
+        take_to(other.records);
+        source_.Reread(other.begin, other.end);
+        CheckBlocks();
+      }
+      take_to(work->record_count);
+      if (work->stopped) return work->next;
+      if (work->next == piece.end) return nullptr;
+      LookAtShapes(piece, shapes_.network(), work);
+    }
+  }
+
+  void TakeShape(const PlainShape& shape) {
+    if (shapes_.Take(shape, {source_.file(), record_ + 1, 0, source_.line() + 1})) {
+      surplus_ = false;
+      ++record_;
+      source_.Pass(1 + shape.points);
+    } else {
+      source_.Reread(shape.begin, shape.end);
+      CheckBlocks();
+    }
   }
 
   // The block whose head is the row, unless the row is a point too many of the block before.

@@ -5,6 +5,7 @@
 
 #include "check/control.h"
 #include "check/network.h"
+#include "check/plain_shapes.h"
 
 namespace zatmap::check {
 
@@ -19,6 +20,11 @@ class ShapeChecker {
   void Point(Place here, int32_t x, int32_t y);
   void End();
 
+  // The same for a shape that is in order; false when it has to be checked point by point.
+  bool Take(const PlainShape& shape, Place place);
+
+  Network& network() const { return network_; }
+
   // Links without a shape, shapes of one unknown code; call it once, behind all files.
   void Finish();
 
@@ -28,6 +34,7 @@ class ShapeChecker {
     Place place;
   };
 
+  void EndAt(int32_t found);
   void CheckEnds(const CheckedLink& link);
 
   Network& network_;
@@ -42,8 +49,9 @@ class ShapeChecker {
   zatlib::FeatureCode code_;
   Place place_;
   int64_t points_ = 0;
-  bool far_ = false;   // a point lies far from the nodes
-  double length_ = 0;  // metres
+  bool meets_ = false;  // its ends are known to be the nodes of its link
+  bool far_ = false;    // a point lies far from the nodes
+  double length_ = 0;   // metres
   double swapped_length_ = 0;
   int32_t first_x_ = 0;
   int32_t first_y_ = 0;
