@@ -6,6 +6,7 @@
 namespace zatmap {
 
 // Each declares its options and what runs it.
+Command InitCommand();
 Command BuildCommand();
 Command CheckCommand();
 Command InfoCommand();

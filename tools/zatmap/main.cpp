@@ -13,9 +13,9 @@ int main(int argc, char** argv) {
                      "without it"},
                     {"NO_COLOR", "Anything but an empty text: no colours on a terminal"},
                     {"XDG_DATA_HOME", "Where the log of builds lies; ~/.local/share without it"}},
-      .commands = {zatmap::BuildCommand(), zatmap::CheckCommand(), zatmap::InfoCommand(),
-                   zatmap::VerifyCommand(), zatmap::DumpCommand(), zatmap::RouteCommand(),
-                   zatmap::ViewCommand(), zatmap::ExportCommand()}};
+      .commands = {zatmap::InitCommand(), zatmap::BuildCommand(), zatmap::CheckCommand(),
+                   zatmap::InfoCommand(), zatmap::VerifyCommand(), zatmap::DumpCommand(),
+                   zatmap::RouteCommand(), zatmap::ViewCommand(), zatmap::ExportCommand()}};
   program.commands.push_back(zatmap::CompletionCommand(&program));
   program.commands.push_back(zatmap::HelpCommand(&program));
   return zatmap::RunProgram(program, argc, argv);

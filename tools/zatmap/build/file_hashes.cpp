@@ -1,9 +1,9 @@
 #include "build/file_hashes.h"
 
 #include <algorithm>
-#include <filesystem>
 
 #include "frd/parallel.h"
+#include "platform/file_kind.h"
 
 namespace zatmap {
 namespace {
@@ -19,23 +19,13 @@ constexpr size_t kOpenAtOnce = 64;  // files: a process may have some hundreds o
 
 }  // namespace
 
-bool IsSpecialFile(const std::string& path) {
-  // Both spellings of the separators, as the library takes both.
-  std::string slashes = path;
-  std::replace(slashes.begin(), slashes.end(), '\\', '/');
-  for (const std::string& spelling : {path, slashes}) {
-    std::error_code error;
-    const auto type = std::filesystem::status(spelling, error).type();
-    if (error || type == std::filesystem::file_type::not_found) continue;
-    return type != std::filesystem::file_type::regular &&
-           type != std::filesystem::file_type::directory;
-  }
-  return false;
+bool IsOrdinaryFile(const std::string& path) {
+  return zatlib::platform::KindOfFile(path.c_str()) == zatlib::platform::FileKind::kFile;
 }
 
 HashJob::HashJob(const std::string& path) {
   result_.path = path;
-  if (IsSpecialFile(path)) return;
+  if (!IsOrdinaryFile(path)) return;
   file_ = File::Open(path.c_str(), Access::kRead, Share::kReadWrite, Disposition::kOpenExisting,
                      Hint::kSequential);
 }

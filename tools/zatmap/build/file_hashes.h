@@ -19,13 +19,14 @@ struct HashedFile {
   std::string sha256;  // 64 small hexadecimal digits
 };
 
-// True for a pipe, a device or a socket, whose opening or reading may never come to an end.
-bool IsSpecialFile(const std::string& path);
+// True for a file that can be read to its end: no folder, and neither a pipe nor a device, of which
+// even the opening may never come to an end.
+bool IsOrdinaryFile(const std::string& path);
 
 // A file that is being hashed. Made by the thread that owns the heap, read by any one.
 class HashJob {
  public:
-  // Opens the file, unless it is a special one.
+  // Opens the file, if it is an ordinary one.
   explicit HashJob(const std::string& path);
 
   // Reads it to its end through the buffer. Stops early, as unread, when `stop` becomes true.

@@ -22,6 +22,13 @@ std::string In(const std::string& folder, const char* name) {
   return zatlib::PathIn(folder.c_str(), name).c_str();
 }
 
+std::string InUtf8(const std::string& text) { return zatlib::platform::ForTerminal(text.c_str()); }
+
+std::string CurrentFolder() {
+  const std::string here = zatlib::platform::AbsolutePath(".");
+  return InUtf8(here.ends_with("/.") ? here.substr(0, here.size() - 2) : here);
+}
+
 std::string TimeNow() {
   const std::time_t now = std::chrono::system_clock::to_time_t(std::chrono::system_clock::now());
   char text[32] = "";
@@ -34,7 +41,7 @@ std::string TimeNow() {
 Manifest ManifestOf(const BuildRequest& request) {
   Manifest manifest;
   manifest.version = zatlib::kVersionText;
-  manifest.current_folder = zatlib::platform::AbsolutePath(".");
+  manifest.current_folder = CurrentFolder();
   manifest.code_page = zatlib::platform::CodePage();
   manifest.is_msr = IsMsr(request);
   manifest.msr_option = request.msr;
@@ -44,7 +51,7 @@ Manifest ManifestOf(const BuildRequest& request) {
 }
 
 ManifestSource SourceOf(const SourceFile& file, const HashedFile& hash) {
-  return {file.section, file.number, file.path, hash.bytes, hash.sha256};
+  return {file.section, file.number, InUtf8(file.path), hash.bytes, hash.sha256};
 }
 
 // Bits that are set in a file of the map.
@@ -72,21 +79,6 @@ MapCounts CountsOf(const std::string& folder) {
           .shape_points = records(zatlib::kShapeDataFile, sizeof(zatlib::ShapePoint)),
           .prohibited_turns = CountBits(In(folder, zatlib::kTurnTableFile)),
           .weighted_turns = CountBits(In(folder, zatlib::kRightTurnWeightFile))};
-}
-
-// Writes a text as a file; false, and no file, when that fails.
-bool SaveText(const std::string& path, const std::string& text) {
-  bool done = false;
-  {
-    File file =
-        File::Open(path.c_str(), zatlib::platform::Access::kWrite, zatlib::platform::Share::kNone,
-                   zatlib::platform::Disposition::kCreateAlways);
-    uint32_t written = 0;
-    done = file.IsOpen() && file.Write(text.data(), static_cast<uint32_t>(text.size()), &written) &&
-           written == text.size() && file.Flush();
-  }
-  if (!done) zatlib::platform::RemoveFile(path.c_str());
-  return done;
 }
 
 std::vector<std::string> PathsOf(const std::vector<SourceFile>& files) {

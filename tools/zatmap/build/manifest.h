@@ -20,6 +20,7 @@
 
 namespace zatmap {
 
+// Texts of a manifest are in UTF-8.
 struct ManifestSource {
   std::string section;
   int number = 0;

@@ -6,7 +6,7 @@
 #include "build/manifest.h"
 #include "frd/control.h"
 #include "map/record_fields.h"
-#include "platform/code_page.h"
+#include "platform/file_kind.h"
 
 namespace zatmap {
 namespace {
@@ -19,10 +19,7 @@ constexpr size_t kMostText = 4096;        // bytes of one text in it
 constexpr size_t kHashDigits = 64;
 constexpr unsigned kMostCodePage = 65535;
 
-std::string InUtf8(const std::string& text) { return zatlib::platform::ForTerminal(text.c_str()); }
-
-// -- Writing
-// ---------------------------------------------------------------------------------------
+// -- Writing --------------------------------------------------------------------------------------
 
 Json HashJson(uint64_t bytes, const std::string& sha256) {
   return {{"bytes", bytes}, {"sha256", sha256}};
@@ -34,7 +31,7 @@ Json SourceJson(const ManifestSource& source) {
     entry["section"] = source.section;
     entry["number"] = source.number;
   }
-  entry["path"] = InUtf8(source.path);
+  entry["path"] = source.path;
   entry.update(HashJson(source.bytes, source.sha256));
   return entry;
 }
@@ -237,7 +234,7 @@ Json ManifestJson(const Manifest& manifest) {
   all["version"] = manifest.version;
   all["built"] = manifest.built;
   all["seconds"] = std::round(manifest.seconds * 1000) / 1000;
-  all["folder"] = InUtf8(manifest.current_folder);
+  all["folder"] = manifest.current_folder;
   all["code_page"] = manifest.code_page;
   all["options"] = {{"format", manifest.is_msr ? "MSR" : "ZAT"},
                     {"msr", manifest.msr_option},
@@ -269,10 +266,11 @@ ManifestState ReadManifest(const std::string& folder, Manifest* manifest, std::s
   *manifest = {};
   fault->clear();
   std::string text;
-  if (IsSpecialFile(path) || zatlib::platform::IsFolder(path.c_str())) {
-    *fault = "it is no ordinary file";
-  } else if (zatlib::platform::SizeAtPath(path.c_str()) < 0) {
+  if (zatlib::platform::KindOfFile(path.c_str()) == zatlib::platform::FileKind::kNone) {
     return ManifestState::kNone;
+  }
+  if (!IsOrdinaryFile(path)) {
+    *fault = "it is no ordinary file";
   } else if (!LoadText(path, &text)) {
     *fault = "it cannot be read, or it is too large";
   } else {

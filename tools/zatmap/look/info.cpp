@@ -11,6 +11,7 @@
 #include <string>
 #include <unordered_map>
 
+#include "build/manifest.h"
 #include "commands.h"
 #include "frd/files.h"
 #include "frd/record_file.h"
@@ -304,6 +305,24 @@ Json Report(const MapFolder& map, const Facts& facts) {
   return all;
 }
 
+// What the manifest tells, if there is one: all of it, or what fits on a line.
+void AddManifest(const MapFolder& map, bool whole, Json* all) {
+  Manifest manifest;
+  std::string fault;
+  const ManifestState state = ReadManifest(map.path, &manifest, &fault);
+  if (state == ManifestState::kNone) return;
+  Json& entry = (*all)["manifest"];
+  if (state == ManifestState::kMalformed) {
+    entry["fault"] = fault;
+  } else if (whole) {
+    entry = ManifestJson(manifest);
+  } else {
+    entry = {{"built", manifest.built},          {"version", manifest.version},
+             {"seconds", manifest.seconds},      {"code_page", manifest.code_page},
+             {"control", manifest.control.path}, {"sources", manifest.sources.size()}};
+  }
+}
+
 std::string Text(const Json& value) {
   return value.is_string() ? value.get<std::string>() : value.dump();
 }
@@ -363,6 +382,7 @@ int RunInfo(const InfoOptions& options) {
                          {"largest_circuit", parts.largest_circuit},
                          {"not_reachable_from_it", parts.unreachable}};
   }
+  AddManifest(map, options.json, &all);
   all["files"] = FileList(map);
   if (options.json) {
     PrintJson(all);

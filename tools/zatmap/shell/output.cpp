@@ -6,6 +6,7 @@
 
 #include "frd/text.h"
 #include "platform/code_page.h"
+#include "platform/file.h"
 #include "shell/encodings.h"
 
 namespace zatmap {
@@ -83,6 +84,21 @@ std::string CsvField(const std::string& text) {
     quoted += c;
   }
   return quoted + "\"";
+}
+
+bool SaveText(const std::string& path, const std::string& text) {
+  using zatlib::platform::File;
+  bool done = false;
+  {
+    File file =
+        File::Open(path.c_str(), zatlib::platform::Access::kWrite, zatlib::platform::Share::kNone,
+                   zatlib::platform::Disposition::kCreateAlways);
+    uint32_t written = 0;
+    done = file.IsOpen() && file.Write(text.data(), static_cast<uint32_t>(text.size()), &written) &&
+           written == text.size() && file.Flush();
+  }
+  if (!done) zatlib::platform::RemoveFile(path.c_str());
+  return done;
 }
 
 bool Output::Open(const std::string& path) {

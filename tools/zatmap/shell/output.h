@@ -41,6 +41,9 @@ Json Feature(Json properties, Json geometry);
 // A field of a CSV line, in quotes where it needs them.
 std::string CsvField(const std::string& text);
 
+// Writes a text as a file, in place of an old one. False, and no file, when that fails.
+bool SaveText(const std::string& path, const std::string& text);
+
 // A file, or standard output, that is written in large pieces.
 class Output {
  public:

@@ -1,6 +1,7 @@
 // zatmap verify: are the files there, and do they have as many records as they should?
 #include "frd/files.h"
 
+#include <algorithm>
 #include <cinttypes>
 #include <new>
 
@@ -22,6 +23,12 @@ constexpr const char* kRequired[] = {
     zatlib::kNodeAttributeFile,  zatlib::kLinkNameFile,  zatlib::kConnectionAttributeFile,
     zatlib::kRoadDefinitionFile,
 };
+
+// The finding for a file that is not there, unless the manifest has made it.
+void AddMissing(Verifier& v, const char* name, const char* text) {
+  if (std::find(v.missing.begin(), v.missing.end(), name) != v.missing.end()) return;
+  v.Add(Kind::kMissing, {name}, "%s", text);
+}
 
 // Whole records, and one for each node or link.
 void CheckSize(Verifier& v, const FileLayout& layout) {
@@ -52,12 +59,12 @@ void CheckShapeFiles(Verifier& v) {
   v.has_shapes = present == 3;
   for (const char* name : kNames) {
     if (present == 0 || HasFile(v.map, name)) continue;
-    v.Add(Kind::kMissing, {name},
-          "the file is missing, though other shape files are there; build the map again");
+    AddMissing(v, name,
+               "the file is missing, though other shape files are there; build the map again");
   }
   if (v.has_shapes && !weights) {
-    v.Add(Kind::kMissing, {zatlib::kRightTurnWeightFile},
-          "the file is missing, though the map has shapes; build the map again");
+    AddMissing(v, zatlib::kRightTurnWeightFile,
+               "the file is missing, though the map has shapes; build the map again");
   }
   if (present == 0 && weights) {
     v.Add(Kind::kLeftBehind, {zatlib::kRightTurnWeightFile},
@@ -70,7 +77,7 @@ void CheckShapeFiles(Verifier& v) {
 void CheckFiles(Verifier& v) {
   for (const char* name : kRequired) {
     if (HasFile(v.map, name)) continue;
-    v.Add(Kind::kMissing, {name}, "the file is missing; build the map again");
+    AddMissing(v, name, "the file is missing; build the map again");
   }
   for (const FileLayout& layout : zatlib::map::FileLayouts()) {
     if (HasFile(v.map, layout.name)) CheckSize(v, layout);

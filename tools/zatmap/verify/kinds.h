@@ -10,12 +10,15 @@ namespace zatmap::verify {
 // In the order of the summary: errors, then warnings, each by their names.
 enum class Kind : uint8_t {
   kAttribute,
+  kChanged,
   kCity,
   kCodes,
   kCoordinate,
   kCost,
+  kExtra,
   kFlags,
   kLength,
+  kManifest,
   kMissing,
   kName,
   kOneWay,
@@ -43,12 +46,15 @@ enum class Kind : uint8_t {
 
 inline constexpr KindInfo<Kind> kKinds[] = {
     {Kind::kAttribute, "attribute", Severity::kError},
+    {Kind::kChanged, "changed file", Severity::kError},
     {Kind::kCity, "city", Severity::kError},
     {Kind::kCodes, "codes", Severity::kError},
     {Kind::kCoordinate, "coordinate", Severity::kError},
     {Kind::kCost, "cost", Severity::kError},
+    {Kind::kExtra, "extra file", Severity::kError},
     {Kind::kFlags, "flags", Severity::kError},
     {Kind::kLength, "length", Severity::kError},
+    {Kind::kManifest, "manifest", Severity::kError},
     {Kind::kMissing, "missing file", Severity::kError},
     {Kind::kName, "name", Severity::kError},
     {Kind::kOneWay, "one-way", Severity::kError},

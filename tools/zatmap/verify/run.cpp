@@ -6,6 +6,7 @@ namespace zatmap::verify {
 
 void RunChecks(const MapFolder& map, Findings* findings, Totals* totals) {
   Verifier v(map, findings, totals);
+  CheckManifest(v);
   CheckFiles(v);
   CheckTexts(v);
   LookAtFares(v);

@@ -55,6 +55,7 @@ struct Totals {
   int64_t closed_unmarked = 0;   // connections that no turn leads into and that are not closed
   int64_t closed_marked = 0;     // those that are
   bool weights_checked = false;  // rtweight.dat was computed anew and compared
+  std::string built;             // the time that the manifest tells, "" without one
 };
 
 // Whether the interchange step has changed flags since the network was built.
@@ -113,6 +114,7 @@ struct Verifier {
   Findings& findings;
   Totals& totals;
   bool has_shapes = false;
+  std::vector<std::string> missing;  // files whose absence has been told
   TollFlags tolls = TollFlags::kUntouched;
   zatlib::RoadDefinition definition;
   RecordTable<NodeLocation> locations;
@@ -149,6 +151,7 @@ struct Verifier {
 
 // The checks, in the order in which they run; each adds to findings and totals. Those of links need
 // LoadTables, those behind them the links.
+void CheckManifest(Verifier& v);
 void CheckFiles(Verifier& v);
 void CheckTexts(Verifier& v);
 void LookAtFares(Verifier& v);

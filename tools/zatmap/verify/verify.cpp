@@ -5,6 +5,7 @@
 #include <memory>
 #include <string>
 
+#include "build/manifest.h"
 #include "commands.h"
 #include "shell/open_map.h"
 #include "shell/output.h"
@@ -37,6 +38,7 @@ void PrintObject(const VerifyOptions& options, const MapFolder& map, const Findi
   all["closed_connections"] = totals.closed_marked;
   all["closed_connections_left_open"] = totals.closed_unmarked;
   all["weights_checked"] = totals.weights_checked;
+  all["built"] = totals.built.empty() ? Json() : Json(totals.built);
   all["errors"] = findings.count(Severity::kError);
   all["warnings"] = findings.count(Severity::kWarning);
   Json summary = Json::array();
@@ -87,6 +89,13 @@ void PrintText(const VerifyOptions& options, const MapFolder& map, const Finding
               map.path.c_str(), map.nodes, map.links, totals.shapes, totals.points);
   if (totals.closed_unmarked > 0 && totals.closed_unmarked * 10 > totals.closed_marked) {
     std::printf("One-way connections are not closed in cost and speed ([TUKOUJ] NOTADDONEWAY).\n");
+  }
+  if (!totals.built.empty()) {
+    const bool same = findings.count(verify::Kind::kChanged) == 0 &&
+                      findings.count(verify::Kind::kExtra) == 0 &&
+                      findings.count(verify::Kind::kMissing) == 0;
+    std::printf("%s: the files are %sthose that were built at %s.\n", kManifestFile,
+                same ? "" : "not all ", totals.built.c_str());
   }
   std::printf("%" PRId64 " errors, %" PRId64 " warnings: the map is %s.\n", errors, warnings,
               errors == 0 ? "whole" : "damaged");
