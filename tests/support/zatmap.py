@@ -25,7 +25,7 @@ STAMP = re.compile(rb"^\d{8} \d\d:\d\d:\d\d\.\d{3} ")
 MACHINE = re.compile(rb"^(Total Physycal=|Total Paging=|\d+ log files before )")
 
 # `zatmap build` as tests of the library want it: it only calls the library.
-PLAIN = ("build", "--in-place", "--no-check")
+PLAIN = ("build", "--in-place", "--no-check", "--no-manifest")
 
 Done = collections.namedtuple("Done", "status out err")
 
@@ -103,12 +103,12 @@ def without_date(content):
 
 
 def map_files(folder):
-    """The files of an output folder, name to content. Hidden ones are left out, and so is the date
-    in linkdef.dat."""
+    """The files of an output folder, name to content. Hidden ones are left out, and so are the
+    manifest, which tells the time, and the date in linkdef.dat."""
     files = {}
     for name in sorted(os.listdir(folder)):
         path = os.path.join(folder, name)
-        if not name.startswith(".") and os.path.isfile(path):
+        if not name.startswith(".") and name != "zatmap.json" and os.path.isfile(path):
             content = read(path)
             files[name] = without_date(content) if name == "linkdef.dat" else content
     return files

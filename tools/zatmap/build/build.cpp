@@ -8,6 +8,7 @@
 #include <string>
 
 #include "build/failure.h"
+#include "build/manifest.h"
 #include "build/report.h"
 #include "build/source_look.h"
 #include "build/sources.h"
@@ -27,6 +28,7 @@
 #include "platform/console.h"
 #include "platform/file.h"
 #include "platform/profile_override.h"
+#include "platform/redirect.h"
 #include "platform/user_interface.h"
 #include "verify/run.h"
 #include "zatlib.h"
@@ -44,6 +46,8 @@ struct BuildOptions {
   bool force = false;
   bool in_place = false;
   bool no_check = false;
+  bool if_changed = false;
+  bool no_manifest = false;
   bool quiet = false;
   bool verbose = false;
   bool json = false;
@@ -60,9 +64,11 @@ class Build {
  private:
   void Go();
   bool LookFirst();
+  bool NeedsBuild();
   bool StandAside();
   bool CheckFirst();
   void Replace();
+  void WriteManifest();
   void RunLibrary();
   int RunStage();
   void CountMap();
@@ -75,7 +81,8 @@ class Build {
   BuildRequest request_;
   BuildReport report_;
   std::unique_ptr<FailureNotes> notes_;
-  std::unique_ptr<Staging> staging_;  // null: in place
+  std::unique_ptr<Staging> staging_;       // null: in place
+  std::unique_ptr<MapRecorder> recorder_;  // null: no manifest
   Clock::time_point start_;
   static Build* running_;
 };
@@ -97,10 +104,11 @@ std::string CheckCommandLine(const BuildOptions& options) {
   return line + QuotedWord(options.control_file);
 }
 
-// Bytes of all files of the output folder.
+// Bytes of all files of the output folder but the manifest.
 uint64_t FolderBytes(const char* folder) {
   uint64_t bytes = 0;
   zatlib::platform::FindFiles(folder, "", [&](const char* name) {
+    if (zatlib::platform::SameFileName(name, kManifestFile)) return;
     bytes += zatlib::FileSize(zatlib::PathIn(folder, name).c_str());
   });
   return bytes;
@@ -132,8 +140,11 @@ void Build::Go() {
   // What goes wrong is told at the end, with reasons.
   zatlib::platform::SetConsole(
       {.progress = !options_.quiet, .status_lines = options_.verbose, .messages = false});
-  if (!LookFirst() || !StandAside() || !CheckFirst()) return;
+  if (!LookFirst() || !NeedsBuild() || !StandAside() || !CheckFirst()) return;
   RunLibrary();
+  if (report_.end == BuildEnd::kBuilt && recorder_ != nullptr && staging_ == nullptr) {
+    WriteManifest();
+  }
   if (report_.end == BuildEnd::kBuilt && staging_ != nullptr) Replace();
   if (report_.end == BuildEnd::kBuilt) {
     CountMap();
@@ -155,6 +166,24 @@ bool Build::LookFirst() {
   if (report_.reasons.empty()) return true;
   report_.end = BuildEnd::kRefused;
   return false;
+}
+
+// False when there is nothing to do. Else begins to read the sources for the manifest, so that what
+// changes while the check and the build read them is taken for changed later.
+bool Build::NeedsBuild() {
+  std::string reason;
+  if (options_.if_changed) {
+    if (IsUpToDate(request_, &reason)) {
+      report_.built = reason;
+      report_.end = BuildEnd::kUnchanged;
+      return false;
+    }
+    if (options_.verbose) std::fprintf(stderr, "zatmap: building: %s.\n", reason.c_str());
+  }
+  // What the first half writes is no map.
+  if (options_.no_manifest || report_.stores) return true;
+  recorder_ = std::make_unique<MapRecorder>(request_);
+  return true;
 }
 
 // From here on the files of the build lie aside, unless the user wants it otherwise. Before the
@@ -228,6 +257,8 @@ void Build::RunLibrary() {
   notes_ = std::make_unique<FailureNotes>();
   running_ = this;
   zatlib::SetLongFieldNotice(OnLongField);
+  // A manifest that nothing will replace would be that of another map.
+  if (recorder_ == nullptr && staging_ == nullptr) RemoveManifest(request_.folder);
   start_ = Clock::now();
   const int result = RunStage();
   report_.seconds = SecondsSince(start_);
@@ -242,11 +273,22 @@ void Build::Replace() {
   std::string error = verify::FirstError(request_.folder);
   if (!error.empty()) {
     report_.reasons.push_back("the new map is damaged: " + error + ".");
+  } else if (recorder_ != nullptr &&
+             !recorder_->Write(staging_->folder(), report_.seconds, &error)) {
+    report_.reasons.push_back("the manifest of the new map cannot be made: " + error + ".");
   } else if (staging_->Commit(&error)) {
     return;
   } else {
     report_.reasons.push_back("the new map cannot replace the old one: " + error + ".");
   }
+  report_.end = BuildEnd::kFailed;
+}
+
+// Of a map that was built in place.
+void Build::WriteManifest() {
+  std::string error;
+  if (recorder_->Write(request_.folder, report_.seconds, &error)) return;
+  report_.reasons.push_back("the manifest of the map cannot be made: " + error + ".");
   report_.end = BuildEnd::kFailed;
 }
 
@@ -286,7 +328,8 @@ int Build::Finish() {
     report_.log = log;
   }
   PrintReport(report_, {.json = options_.json, .quiet = options_.quiet});
-  return report_.end == BuildEnd::kBuilt ? kExitDone : kExitFailed;
+  const bool done = report_.end == BuildEnd::kBuilt || report_.end == BuildEnd::kUnchanged;
+  return done ? kExitDone : kExitFailed;
 }
 
 }  // namespace
@@ -309,6 +352,13 @@ Command BuildCommand() {
                    .help = "Build without checking the data first",
                    .value = &options->no_check,
                    .excludes = {"--force"}},
+                  {.names = "--if-changed",
+                   .help = "Do nothing when the map is that of these sources already",
+                   .value = &options->if_changed,
+                   .excludes = {"--stage", "--no-manifest"}},
+                  {.names = "--no-manifest",
+                   .help = "Leave no zatmap.json beside the map",
+                   .value = &options->no_manifest},
                   {.names = "--in-place",
                    .help = "Write into the output folder at once; a failure leaves a ruined map",
                    .value = &options->in_place},
@@ -335,8 +385,9 @@ Command BuildCommand() {
           "cancels\nunless the control file says SILENTMODE=1.",
       .examples = {{"zatmap build control.ini", ""},
                    {"zatmap build -C examples/monaco control.ini", "paths count from that folder"},
-                   {"zatmap build --out /tmp/map control.ini", "into another folder"}},
-      .done = "the map is built",
+                   {"zatmap build --out /tmp/map control.ini", "into another folder"},
+                   {"zatmap build --if-changed control.ini", "only when something has changed"}},
+      .done = "the map is built, or nothing has changed",
       .failed = "failed or cancelled, or the data have errors",
       .run = [options] { return Build(*options).Run(); }};
 }

@@ -193,6 +193,10 @@ bool IsUpToDate(const BuildRequest& request, std::string* reason) {
     case ManifestState::kRead:
       break;
   }
+  if (zatlib::platform::SizeAtPath(In(request.folder, kExchangeFile).c_str()) >= 0) {
+    *reason = "the exchange of its files was interrupted";
+    return false;
+  }
   *reason = OptionDifference(ManifestOf(request), then);
   if (reason->empty()) *reason = MapDifference(request.folder, then);
   if (reason->empty()) *reason = SourceDifference(request, then);

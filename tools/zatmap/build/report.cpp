@@ -17,6 +17,8 @@ const char* EndText(BuildEnd end) {
   switch (end) {
     case BuildEnd::kBuilt:
       return "built";
+    case BuildEnd::kUnchanged:
+      return "unchanged";
     case BuildEnd::kRefused:
       return "refused";
     case BuildEnd::kErrors:
@@ -54,16 +56,18 @@ Json CheckJson(const BuildReport& report) {
 }
 
 void PrintObject(const BuildReport& report) {
-  Json object = {{"result", EndText(report.end)},
-                 {"status", report.end == BuildEnd::kBuilt ? 0 : 1},
-                 {"control", report.control},
-                 {"folder", report.folder}};
+  Json object = {
+      {"result", EndText(report.end)},
+      {"status", report.end == BuildEnd::kBuilt || report.end == BuildEnd::kUnchanged ? 0 : 1},
+      {"control", report.control},
+      {"folder", report.folder}};
   if (report.end == BuildEnd::kBuilt) {
     object["made"] = report.stores ? "work stores" : "map";
     object["nodes"] = report.nodes;
     object["links"] = report.links;
     object["bytes"] = report.bytes;
   }
+  if (report.end == BuildEnd::kUnchanged) object["built"] = report.built;
   object["seconds"] = report.seconds;
   object["log"] = report.log.empty() ? Json() : Json(report.log);
   object["reasons"] = report.reasons;
@@ -175,6 +179,11 @@ void PrintReport(const BuildReport& report, const BuildOutput& output) {
                      report.check_command.c_str());
       }
       if (!output.quiet) PrintBuilt(report);
+      break;
+    case BuildEnd::kUnchanged:
+      if (output.quiet) break;
+      std::printf("map: %s\nnothing has changed since it was built at %s\n", report.folder.c_str(),
+                  report.built.c_str());
       break;
     case BuildEnd::kRefused:
       for (const std::string& reason : report.reasons) {

@@ -12,8 +12,9 @@ namespace zatmap {
 
 enum class BuildEnd : uint8_t {
   kBuilt,
-  kRefused,  // before anything was read: control file, source files or output folder will not do
-  kErrors,   // the data have errors, and nothing was built
+  kUnchanged,  // the map was there already
+  kRefused,    // before anything was read: control file, source files or output folder will not do
+  kErrors,     // the data have errors, and nothing was built
   kFailed,
   kCancelled
 };
@@ -41,6 +42,7 @@ struct BuildReport {
   int64_t links = 0;
   uint64_t bytes = 0;
   double seconds = 0;  // of the library's work
+  std::string built;   // when a map that is unchanged was built
 };
 
 // How much is printed.
