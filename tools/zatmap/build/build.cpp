@@ -387,7 +387,7 @@ Command BuildCommand() {
                    {"zatmap build -C examples/monaco control.ini", "paths count from that folder"},
                    {"zatmap build --out /tmp/map control.ini", "into another folder"},
                    {"zatmap build --if-changed control.ini", "only when something has changed"}},
-      .done = "the map is built, or nothing has changed",
+      .done = "the map is there",
       .failed = "failed or cancelled, or the data have errors",
       .run = [options] { return Build(*options).Run(); }};
 }
