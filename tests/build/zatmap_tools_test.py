@@ -437,7 +437,8 @@ class SmallMap(Case):
                           feature["properties"]["to"]["code"]), ("101", "103"))
         self.assertEqual(feature["geometry"], {"type": "LineString", "coordinates": [
             [10.0, 50.0], [10.001, 50.0001], [10.00105, 50.0006], [10.0009, 50.001]]})
-        west = json.loads(self.good("route", "out", "-9.5,50", "101", "--json"))
+        west = json.loads(self.good("route", "out", "-9.5,50", "101", "--json",
+                                    "--max-snap", "40000000"))
         self.assertEqual(west["from"]["code"], "101")
 
     def test_export(self):

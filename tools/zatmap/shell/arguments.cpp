@@ -44,19 +44,6 @@ bool HoldsSomething(const Bounds& bounds, const zatlib::map::BuiltMap& map) {
   return false;
 }
 
-// The bounds of the nodes as --bbox takes them.
-std::string MapBoundsText(const zatlib::map::BuiltMap& map) {
-  if (map.nodes() == 0) return "none: it has no nodes";
-  zatlib::ShapePoint least{map.location(0).X, map.location(0).Y};
-  zatlib::ShapePoint greatest = least;
-  for (int64_t n = 1; n < map.nodes(); ++n) {
-    least = {std::min(least.X, map.location(n).X), std::min(least.Y, map.location(n).Y)};
-    greatest = {std::max(greatest.X, map.location(n).X), std::max(greatest.Y, map.location(n).Y)};
-  }
-  return Degrees(least.X) + "," + Degrees(least.Y) + "," + Degrees(greatest.X) + "," +
-         Degrees(greatest.Y);
-}
-
 }  // namespace
 
 bool TakeBounds(const std::string& text, Bounds* bounds) {
@@ -90,6 +77,18 @@ bool BoundsHoldSomething(const std::string& text, const Bounds& bounds,
                  BoundsText(exchanged).c_str());
   }
   return false;
+}
+
+std::string MapBoundsText(const zatlib::map::BuiltMap& map) {
+  if (map.nodes() == 0) return "none: it has no nodes";
+  zatlib::ShapePoint least{map.location(0).X, map.location(0).Y};
+  zatlib::ShapePoint greatest = least;
+  for (int64_t n = 1; n < map.nodes(); ++n) {
+    least = {std::min(least.X, map.location(n).X), std::min(least.Y, map.location(n).Y)};
+    greatest = {std::max(greatest.X, map.location(n).X), std::max(greatest.Y, map.location(n).Y)};
+  }
+  return Degrees(least.X) + "," + Degrees(least.Y) + "," + Degrees(greatest.X) + "," +
+         Degrees(greatest.Y);
 }
 
 bool ParsePlace(const std::string& text, double* longitude, double* latitude) {

@@ -30,6 +30,9 @@ bool TakeBounds(const std::string& text, Bounds* bounds);
 bool BoundsHoldSomething(const std::string& text, const Bounds& bounds,
                          const zatlib::map::BuiltMap& map);
 
+// The bounds of the nodes of a map as --bbox takes them.
+std::string MapBoundsText(const zatlib::map::BuiltMap& map);
+
 // Reads "LON,LAT" in degrees. False when it is something else.
 bool ParsePlace(const std::string& text, double* longitude, double* latitude);
 
