@@ -24,7 +24,7 @@ struct PlainCounts {
 
 // What names are held to, as it stands while threads look at rows.
 struct NameRules {
-  bool japanese = false;    // the system's code page
+  unsigned page = 0;        // the code page
   bool report_long = true;  // a name that is too long is out of the ordinary
 };
 
@@ -121,7 +121,7 @@ class PlainRow {
       if (rules.report_long) Spoil();
       ++counts->long_names;
     }
-    if (!IsGoodName(name, rules.japanese)) Spoil();
+    if (!IsGoodName(name, rules.page)) Spoil();
   }
 
   // The columns behind the last one that is asked for.

@@ -30,7 +30,7 @@ char* EndOfRow(char* begin, char* end, uint32_t limit) {
 }
 
 NameRules CurrentNameRules(const Findings& findings) {
-  return {zatlib::platform::CodePage() == kJapanese, findings.HasRoom(Kind::kNameLong)};
+  return {zatlib::platform::CodePage(), findings.HasRoom(Kind::kNameLong)};
 }
 
 void Count(Findings& findings, const PlainCounts& counts) {

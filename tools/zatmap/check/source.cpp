@@ -421,12 +421,13 @@ int32_t CheckedCoordinate(Findings& findings, Place here, std::string_view text,
   return static_cast<int32_t>(millionths);
 }
 
-bool IsGoodName(std::string_view name, bool japanese) {
+bool IsGoodName(std::string_view name, unsigned page) {
   if (std::none_of(name.begin(), name.end(),
                    [](char c) { return static_cast<unsigned char>(c) >= 0x80; })) {
     return true;
   }
-  return !IsUtf8Text(name) && (!japanese || IsJapaneseText(name));
+  if (page == kUtf8) return IsUtf8Text(name);
+  return !IsUtf8Text(name) && (page != kJapanese || IsJapaneseText(name));
 }
 
 void CheckName(const Source& source, const Row& row, int column) {

@@ -142,8 +142,8 @@ int32_t CheckedNumber(const Source& source, const Row& row, const zatlib::Source
 // meant, as far as that can be told.
 int32_t CheckedCoordinate(Findings& findings, Place here, std::string_view text, bool latitude);
 
-// True when the bytes of a name are no finding, under code page 932 when `japanese`.
-bool IsGoodName(std::string_view name, bool japanese);
+// True when the bytes of a name are no finding under a code page.
+bool IsGoodName(std::string_view name, unsigned page);
 
 // A name: its length and its bytes.
 void CheckName(const Source& source, const Row& row, int column);
