@@ -80,7 +80,10 @@ std::string HelpText(const Program& program, const Command& command) {
   }
   text += "\nOptions:\n" + Table(rows);
   if (!command.notes.empty()) text += "\n" + command.notes + "\n";
-  text += "\nExit status: 0 " + command.done + ", 1 " + command.failed + ", 2 wrong usage.\n";
+  text += "\n" +
+          Wrapped("Exit status: 0 " + command.done + ", 1 " + command.failed + ", 2 wrong usage.",
+                  0, 2) +
+          "\n";
   const bool several = command.examples.size() > 1;
   if (several) text += "Examples:\n";
   for (const Example& example : command.examples) {
