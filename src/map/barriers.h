@@ -8,8 +8,8 @@
 
 namespace zatlib::map {
 
-// What stands in the way: a closed connection, or a prohibited turn into an open one. All turns into
-// a connection that one-way marks have closed are prohibited, too; that is one barrier.
+// What stands in the way: a closed connection, or a prohibited turn into an open one. All turns
+// into a connection that one-way marks have closed are prohibited, too; that is one barrier.
 struct Barrier {
   Connection connection = 0;
   bool is_turn = false;
