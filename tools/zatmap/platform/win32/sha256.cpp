@@ -1,8 +1,8 @@
 #include "platform/sha256.h"
 
-// The types of windows.h come before what uses them.
-#include <bcrypt.h>
 #include <windows.h>
+// The header of the hashes needs the one above.
+#include <bcrypt.h>
 
 #include <algorithm>
 #include <utility>
