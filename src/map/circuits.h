@@ -108,15 +108,19 @@ class CircuitSearch {
   uint32_t counter_ = 0;
 };
 
-// Connections one by one as a set, and as they are taken up.
+// Connections as a set, and those of them that are still to be followed.
 struct Follow {
-  std::vector<bool> seen;  // by connection
+  std::vector<uint8_t> slots;  // a byte for each node, in it a bit for each slot from the lowest
   std::vector<Connection> stack;
 
-  explicit Follow(int64_t nodes) : seen(static_cast<size_t>(nodes) * kSlots) {}
+  explicit Follow(int64_t nodes) : slots(static_cast<size_t>(nodes)) {}
+  bool Has(Connection connection) const {
+    return (slots[static_cast<size_t>(NodeOf(connection))] >> SlotOf(connection) & 1) != 0;
+  }
   void Add(Connection connection) {
-    if (seen[connection]) return;
-    seen[connection] = true;
+    if (Has(connection)) return;
+    uint8_t& of_node = slots[static_cast<size_t>(NodeOf(connection))];
+    of_node = static_cast<uint8_t>(of_node | 1u << SlotOf(connection));
     stack.push_back(connection);
   }
   Connection Take() {
@@ -124,7 +128,27 @@ struct Follow {
     stack.pop_back();
     return connection;
   }
+  void Clear() {
+    std::fill(slots.begin(), slots.end(), uint8_t{0});
+    stack.clear();
+  }
 };
+
+// The nodes at either end of the connections of a set, 1 for each.
+template <typename Net>
+std::vector<uint8_t> NodesOf(const Net& net, const Follow& follow) {
+  std::vector<uint8_t> nodes(follow.slots.size());
+  for (int64_t n = 0; n < net.nodes(); ++n) {
+    const unsigned slots = follow.slots[static_cast<size_t>(n)];
+    if (slots == 0) continue;
+    nodes[static_cast<size_t>(n)] = 1;
+    for (int slot = 0; slot < kSlots; ++slot) {
+      if ((slots >> slot & 1) == 0) continue;
+      nodes[static_cast<size_t>(net.other(ConnectionOf(n, slot)))] = 1;
+    }
+  }
+  return nodes;
+}
 
 // Adds to `follow` every connection that can be taken behind those that are in its stack.
 template <typename Net>

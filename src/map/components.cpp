@@ -28,21 +28,15 @@ void CountParts(const Graph& graph, Components* result) {
 
 // The nodes of a circuit, and those that one reaches from it.
 void CountReached(const Graph& graph, const std::vector<Connection>& circuit, Components* result) {
-  const auto count_nodes = [&graph](const std::vector<bool>& connections) {
-    std::vector<bool> nodes(static_cast<size_t>(graph.nodes()));
-    for (size_t i = 0; i < connections.size(); ++i) {
-      if (!connections[i]) continue;
-      const auto connection = static_cast<Connection>(i);
-      nodes[static_cast<size_t>(NodeOf(connection))] = true;
-      nodes[static_cast<size_t>(graph.other(connection))] = true;
-    }
-    return std::count(nodes.begin(), nodes.end(), true);
-  };
   Follow follow(graph.nodes());
   for (const Connection connection : circuit) follow.Add(connection);
-  result->largest_circuit = count_nodes(follow.seen);
+  const auto count_nodes = [&] {
+    const std::vector<uint8_t> nodes = NodesOf(graph, follow);
+    return std::count(nodes.begin(), nodes.end(), uint8_t{1});
+  };
+  result->largest_circuit = count_nodes();
   FollowAll(graph, &follow);
-  result->unreachable = graph.nodes() - count_nodes(follow.seen);
+  result->unreachable = graph.nodes() - count_nodes();
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 #include "check/reach.h"
 
 #include <algorithm>
+#include <bit>
 #include <vector>
 
 #include "frd/parallel.h"
@@ -100,10 +101,8 @@ void FollowBothWays(const RoadNet& net, Circuit* circuit) {
 // Starts at some connection of the largest part. Mostly it lies in the circuit, which is then what
 // both ways have in common; a circuit with half of all connections is the largest.
 bool TryStart(const RoadNet& net, int64_t node, int64_t open, Circuit* circuit) {
-  for (Follow* follow : {&circuit->from, &circuit->to}) {
-    std::fill(follow->seen.begin(), follow->seen.end(), false);
-    follow->stack.clear();
-  }
+  circuit->from.Clear();
+  circuit->to.Clear();
   for (int slot = 0; slot < net.used(node); ++slot) {
     if (!net.IsOpen(node, slot)) continue;
     circuit->from.Add(ConnectionOf(node, slot));
@@ -112,8 +111,9 @@ bool TryStart(const RoadNet& net, int64_t node, int64_t open, Circuit* circuit) 
   }
   FollowBothWays(net, circuit);
   int64_t common = 0;
-  for (size_t i = 0; i < circuit->from.seen.size(); ++i) {
-    if (circuit->from.seen[i] && circuit->to.seen[i]) ++common;
+  for (size_t n = 0; n < circuit->from.slots.size(); ++n) {
+    const unsigned both = circuit->from.slots[n] & circuit->to.slots[n];
+    common += std::popcount(both);
   }
   return common > open / 2;
 }
@@ -124,8 +124,7 @@ void FindCircuit(const RoadNet& net, Parts& parts, Circuit* circuit) {
   int64_t seen = 0;
   int64_t open = 0;
   for (int64_t n = 0; n < net.nodes(); ++n) {
-    int here = 0;
-    for (int slot = 0; slot < net.used(n); ++slot) here += net.IsOpen(n, slot) ? 1 : 0;
+    const int here = net.open(n);
     open += here;
     if (here == 0 || parts.sets.Find(static_cast<int32_t>(n)) != parts.largest) continue;
     if (++seen > size * static_cast<int64_t>(starts.size()) / kTries) starts.push_back(n);
@@ -139,8 +138,7 @@ void FindCircuit(const RoadNet& net, Parts& parts, Circuit* circuit) {
   }
   const std::vector<Connection> largest = search.TakeLargest();
   for (Follow* follow : {&circuit->from, &circuit->to}) {
-    std::fill(follow->seen.begin(), follow->seen.end(), false);
-    follow->stack.clear();
+    follow->Clear();
     for (const Connection connection : largest) follow->Add(connection);
   }
   FollowBothWays(net, circuit);
@@ -148,6 +146,7 @@ void FindCircuit(const RoadNet& net, Parts& parts, Circuit* circuit) {
 
 void ReportGroups(const Network& network, const RoadNet& net, Kind kind, int64_t joined,
                   const std::vector<uint8_t>& wanted) {
+  if (std::find(wanted.begin(), wanted.end(), uint8_t{1}) == wanted.end()) return;
   const auto belongs = [&](int64_t n) { return wanted[static_cast<size_t>(n)] != 0; };
   Parts groups = FindParts(net, belongs);
   ForEachPart(net, groups, -1, belongs, [&](int64_t n, int32_t size) {
@@ -170,20 +169,12 @@ void CheckReach(const Network& network, const RoadNet& net) {
   const auto count = static_cast<size_t>(net.nodes());
   std::vector<uint8_t> lost(count);     // in the largest part, and cannot be reached
   std::vector<uint8_t> trapped(count);  // can be reached, and cannot be left
-  std::vector<uint8_t> reached(count);
-  for (size_t c = 0; c < circuit.from.seen.size(); ++c) {
-    if (!circuit.from.seen[c]) continue;
-    reached[static_cast<size_t>(NodeOf(static_cast<Connection>(c)))] = 1;
-    reached[static_cast<size_t>(net.other(static_cast<Connection>(c)))] = 1;
-  }
+  const std::vector<uint8_t> reached = zatlib::map::NodesOf(net, circuit.from);
   int64_t joined = 0;
   for (size_t n = 0; n < count; ++n) {
     const auto node = static_cast<int64_t>(n);
     if (!has_links(node) || parts.sets.Find(static_cast<int32_t>(n)) != parts.largest) continue;
-    bool leads_on = false;
-    for (int slot = 0; slot < net.used(node); ++slot) {
-      leads_on = leads_on || circuit.to.seen[ConnectionOf(node, slot)];
-    }
+    const bool leads_on = circuit.to.slots[n] != 0;
     lost[n] = reached[n] == 0 ? 1 : 0;
     trapped[n] = reached[n] != 0 && !leads_on ? 1 : 0;
     if (reached[n] != 0 && leads_on) ++joined;

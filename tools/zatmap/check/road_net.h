@@ -1,6 +1,7 @@
 // The network that the sources describe, as connections and turns: what the map will let one take.
 #pragma once
 
+#include <bit>
 #include <cstdint>
 #include <vector>
 
@@ -18,6 +19,7 @@ class RoadNet {
 
   int64_t nodes() const { return static_cast<int64_t>(nodes_.size()); }
   int used(int64_t n) const { return At(n).used; }
+  int open(int64_t n) const { return std::popcount(At(n).open); }  // slots that may be taken
   bool IsOpen(int64_t n, int slot) const { return (At(n).open & Bit(slot)) != 0; }
   int64_t other(zatlib::map::Connection c) const {
     return zatlib::map::NodeOf(At(zatlib::map::NodeOf(c)).back[zatlib::map::SlotOf(c)]);
