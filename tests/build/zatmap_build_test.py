@@ -110,13 +110,14 @@ class ChecksFirst(BuildTest):
                               r"\d+\.\d\d seconds\n$")
 
     def test_three_of_a_kind_are_shown_and_ten_lines_at_most(self):
-        self.files["links.txt"] = re.sub(rb",1[1-5],1[1-5],", b",98,99,", self.files["links.txt"])
+        self.spoil("links.txt", b",11,12,", b",99,98,")
+        self.spoil("links.txt", b",13,14,", b",97,96,")
         _, err = self.build("control.ini", status=1)
         shown = [line for line in err.splitlines() if line.startswith("  ")]
         self.assertLessEqual(len(shown), 10)
         same = [line for line in shown if "[link-node-missing]" in line]
         self.assertEqual(len(same), 3)
-        self.assertTrue(same[-1].endswith("[link-node-missing] (and 7 more)"), same[-1])
+        self.assertTrue(same[-1].endswith("[link-node-missing] (and 1 more)"), same[-1])
 
     def test_the_second_half_reads_no_sources(self):
         self.spoil("control.ini", b"FORMAT=ZAT", b"FORMAT=ZAT\r\nDEBUG=1")
