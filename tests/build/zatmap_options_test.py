@@ -11,6 +11,7 @@ import argparse
 import json
 import os
 import pathlib
+import pty
 import sys
 import tempfile
 import unittest
@@ -246,6 +247,61 @@ class Rectangles(Case):
         # 104 alone: 203, which ends there.
         part = json.loads(self.run_zatmap("export", "out", "--bbox", "10.0015,50,10.01,50.01").out)
         self.assertEqual([f["properties"]["code"] for f in part["features"]], ["203"])
+
+
+class Colours(Case):
+    """On terminals that understand them, unless NO_COLOR says no."""
+
+    @classmethod
+    def make(cls):
+        super().make()
+        # Slot 0 of node 0 costs one hundredth of a second more: 1001.
+        content = bytearray((cls.folder / "out" / "mapcalc.dat").read_bytes())
+        content[32] ^= 1
+        (cls.folder / "out" / "mapcalc.dat").write_bytes(content)
+        (cls.folder / "out" / "zatmap.json").unlink(missing_ok=True)
+        (cls.folder / "bad.ini").write_bytes(
+            (cls.folder / "control.ini").read_bytes().replace(b"nodexy.txt", b"absent.txt"))
+
+    def on_terminal(self, *arguments, **environment):
+        """What a terminal gets."""
+        program, terminal = pty.fork()
+        if program == 0:
+            os.chdir(self.folder)
+            for name in ("NO_COLOR", "TERM"):
+                os.environ.pop(name, None)
+            os.environ.update(environment)
+            os.execv(OPTIONS.zatmap, [OPTIONS.zatmap, *arguments])
+        text = b""
+        try:
+            while piece := os.read(terminal, 4096):
+                text += piece
+        except OSError:
+            pass  # the other end is closed
+        os.close(terminal)
+        os.waitpid(program, 0)
+        return text.decode().replace("\r\n", "\n")
+
+    def test_the_severity_has_a_colour(self):
+        plain = ("mapcalc.dat:0: byte 32: error: slot 0 costs 1001; length 100 at speed 36 of link 0 "
+                 "makes 1000\n  error, cost: 1\n")
+        painted = plain.replace("error", "\x1b[1;31merror\x1b[0m")
+        self.assertTrue(self.on_terminal("verify", "out", TERM="xterm").startswith(painted))
+        self.assertTrue(self.on_terminal("verify", "out", TERM="xterm", NO_COLOR="").startswith(painted))
+        for environment in ({"TERM": "xterm", "NO_COLOR": "1"}, {"TERM": "dumb"}, {}):
+            self.assertTrue(self.on_terminal("verify", "out", **environment).startswith(plain), environment)
+
+    def test_findings_of_the_check_too(self):
+        text = self.on_terminal("check", "bad.ini", TERM="xterm")
+        self.assertIn(": \x1b[1;31merror\x1b[0m: ", text)
+        self.assertIn("  \x1b[1;31merror  \x1b[0m  ", text)
+
+    def test_never_in_a_pipe(self):
+        program = zatmap.Zatmap(OPTIONS.zatmap, self.folder / "data", TERM="xterm")
+        for arguments in (("verify", "out"), ("check", "bad.ini")):
+            done = program.run(*arguments, cwd=self.folder)
+            self.assertIn(": error: ", done.out)
+            self.assertNotIn("\x1b", done.out + done.err)
 
 
 if __name__ == "__main__":

@@ -3,6 +3,8 @@
 #include <cinttypes>
 #include <cstdio>
 
+#include "shell/colours.h"
+
 namespace zatmap::check {
 namespace {
 
@@ -14,14 +16,17 @@ std::string Counted(int64_t count, const char* what) {
 }
 
 // A line for each kind of a severity.
-void AddKindLines(const Chosen& chosen, Severity severity, std::string* text) {
+void AddKindLines(const Chosen& chosen, Severity severity, bool colours, std::string* text) {
   for (const KindInfo& info : Kinds()) {
     const auto kind = static_cast<size_t>(info.kind);
     const int64_t count = chosen.counts[kind];
     if (count == 0 || info.severity != severity) continue;
     char start[64];
-    std::snprintf(start, sizeof start, "%8" PRId64 "  %-7s  %-20s  ", count, SeverityText(severity),
-                  info.id);
+    std::snprintf(start, sizeof start, "%8" PRId64 "  ", count);
+    *text += start;
+    std::snprintf(start, sizeof start, "%-7s", SeverityText(severity));
+    *text += Painted(start, severity, colours);
+    std::snprintf(start, sizeof start, "  %-20s  ", info.id);
     *text += std::string(start) + info.text;
     if (const int64_t shown = chosen.shown[kind]; shown < count) {
       *text += shown == 0   ? " (not shown)"
@@ -34,12 +39,13 @@ void AddKindLines(const Chosen& chosen, Severity severity, std::string* text) {
 
 }  // namespace
 
-std::string FindingLine(const Findings& findings, const Finding& finding) {
+std::string FindingLine(const Findings& findings, const Finding& finding, bool colours) {
   const KindInfo& info = InfoOf(finding.kind);
   const Place& place = finding.place;
   std::string line = Clean(findings.PathOf(place.file)) + ":" + std::to_string(place.record) +
-                     ": " + std::to_string(place.column) + ": " + SeverityText(info.severity) +
-                     ": " + info.text + ": " + Clean(finding.detail) + "; " + info.advice;
+                     ": " + std::to_string(place.column) + ": " +
+                     Painted(SeverityText(info.severity), info.severity, colours) + ": " +
+                     info.text + ": " + Clean(finding.detail) + "; " + info.advice;
   if (place.line > 0 && place.line != place.record) {
     line += " (line " + std::to_string(place.line) + ")";
   }
@@ -54,12 +60,12 @@ std::string CountsText(const Findings& findings) {
   return CountsText(findings.count(Severity::kError), findings.count(Severity::kWarning));
 }
 
-std::string SummaryText(const Chosen& chosen, const Selection& selection) {
+std::string SummaryText(const Chosen& chosen, const Selection& selection, bool colours) {
   std::string text = CountsText(chosen.errors, chosen.warnings);
   const bool warnings_hidden = selection.errors_only && chosen.warnings > 0;
   text += warnings_hidden ? " (warnings are not shown)\n" : "\n";
-  AddKindLines(chosen, Severity::kError, &text);
-  if (!selection.errors_only) AddKindLines(chosen, Severity::kWarning, &text);
+  AddKindLines(chosen, Severity::kError, colours, &text);
+  if (!selection.errors_only) AddKindLines(chosen, Severity::kWarning, colours, &text);
   if (chosen.more > 0) {
     text += Counted(chosen.more, "finding") +
             " more: --max 0 shows all of them, --only KIND those of a kind\n";
@@ -87,9 +93,9 @@ Json FindingJson(const Findings& findings, const Finding& finding) {
 
 void PrintLines(const Findings& findings, const Chosen& chosen, const Selection& selection) {
   for (const Finding& finding : chosen.findings) {
-    std::printf("%s\n", FindingLine(findings, finding).c_str());
+    std::printf("%s\n", FindingLine(findings, finding, OutputHasColours()).c_str());
   }
-  std::printf("%s", SummaryText(chosen, selection).c_str());
+  std::printf("%s", SummaryText(chosen, selection, OutputHasColours()).c_str());
 }
 
 void PrintObject(const Findings& findings, const Chosen& chosen, const std::string& control_file) {

@@ -11,7 +11,7 @@ namespace zatmap::check {
 
 // A finding on one line, without its end:
 // "file:record: column: severity: what is wrong: detail; what to do [kind]".
-std::string FindingLine(const Findings& findings, const Finding& finding);
+std::string FindingLine(const Findings& findings, const Finding& finding, bool colours = false);
 
 // "2 errors, 1 warning".
 std::string CountsText(int64_t errors, int64_t warnings);
@@ -27,6 +27,6 @@ void PrintLines(const Findings& findings, const Chosen& chosen, const Selection&
 void PrintObject(const Findings& findings, const Chosen& chosen, const std::string& control_file);
 
 // The same summary without the findings, a line each.
-std::string SummaryText(const Chosen& chosen, const Selection& selection);
+std::string SummaryText(const Chosen& chosen, const Selection& selection, bool colours = false);
 
 }  // namespace zatmap::check

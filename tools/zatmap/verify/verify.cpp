@@ -7,6 +7,7 @@
 
 #include "build/manifest.h"
 #include "commands.h"
+#include "shell/colours.h"
 #include "shell/open_map.h"
 #include "shell/output.h"
 #include "verify/run.h"
@@ -72,8 +73,9 @@ void PrintText(const VerifyOptions& options, const MapFolder& map, const Finding
   for (const Findings::Finding& finding : findings.Sorted()) {
     if (printed >= options.max) break;
     ++printed;
+    const Severity severity = findings.InfoOf(finding.kind).severity;
     std::printf("%s: %s: %s\n", PlaceText(findings, finding.place).c_str(),
-                SeverityText(findings.InfoOf(finding.kind).severity),
+                Painted(SeverityText(severity), severity, OutputHasColours()).c_str(),
                 CleanText(finding.detail, Unclean::kQuestionMark).c_str());
   }
   const int64_t errors = findings.count(Severity::kError);
@@ -83,7 +85,9 @@ void PrintText(const VerifyOptions& options, const MapFolder& map, const Finding
   for (const auto& info : findings.kinds()) {
     const int64_t count = findings.count(info.kind);
     if (count == 0) continue;
-    std::printf("  %s, %s: %" PRId64 "\n", SeverityText(info.severity), info.id, count);
+    std::printf("  %s, %s: %" PRId64 "\n",
+                Painted(SeverityText(info.severity), info.severity, OutputHasColours()).c_str(),
+                info.id, count);
   }
   std::printf("%s: %" PRId64 " nodes, %" PRId64 " links, %" PRId64 " shapes, %" PRId64 " points\n",
               map.path.c_str(), map.nodes, map.links, totals.shapes, totals.points);
