@@ -124,6 +124,11 @@ class Lengths(WholeSetTest):
                   "3.27 times what the links measure, like feet")
         self.unit(self.scaled(lambda m: "%d" % (m * 7)), "6.99 times what the links measure")
 
+    def test_whole_kilometres(self):
+        grid = self.scaled(lambda m: "0")
+        grid.lengths[1001] = "1"
+        self.unit(grid, "0 in 111 of 112 links that measure 20 m or more, first record 2")
+
     def test_metres_of_a_flat_map(self):
         # 1 / cos(43.73 degrees) is 1.384.
         self.unit(self.scaled(lambda m: "%d" % round(m * 1.384)),
@@ -174,6 +179,11 @@ class Speeds(WholeSetTest):
         self.expect(self.speeds(lambda number: (5000, 5000)),
                     ("links.txt:0: 10", "error", "speed-unit",
                      "224 of 224 are above 200 km/h, up to 5000"))
+
+    def test_one_column_far_too_high(self):
+        self.expect(self.speeds(lambda number: (5000, 30 + number % 3)),
+                    ("links.txt:0: 10", "error", "speed-unit",
+                     "112 of 224 are above 200 km/h, up to 5000"))
 
     def test_a_single_one(self):
         grid = Grid()

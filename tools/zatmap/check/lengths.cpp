@@ -57,8 +57,11 @@ struct Factor {
   double middle = 1;
   double spread = 0;  // of the middle half, its upper end through its lower
   int64_t links = 0;  // that it was taken from
+  int64_t seen = 0;   // links with a length, few or many
+  int64_t zeros = 0;  // and those of length 0
   const CheckedLink* first = nullptr;
   double first_measured = 0;
+  const CheckedLink* first_zero = nullptr;
 };
 
 Factor FindFactor(const Network& network) {
@@ -68,16 +71,22 @@ Factor FindFactor(const Network& network) {
   for (size_t i = 0; i < network.links.size(); i += step) {
     const CheckedLink& link = network.links[i];
     bool along_shape = false;
-    if (link.code.IsEmpty() || !(link.written_length > 0)) continue;
+    if (link.code.IsEmpty()) continue;
     const double measured = Measured(network, link, &along_shape);
     if (measured < kShort) continue;
+    if (!(link.written_length > 0)) {
+      ++factor.zeros;
+      if (factor.first_zero == nullptr) factor.first_zero = &link;
+      continue;
+    }
     if (factor.first == nullptr) {
       factor.first = &link;
       factor.first_measured = measured;
     }
     ratios.push_back(double{link.written_length} / measured);
   }
-  if (ratios.size() < kEnough) return {};
+  factor.seen = static_cast<int64_t>(ratios.size());
+  if (ratios.size() < kEnough) return factor;
   std::sort(ratios.begin(), ratios.end());
   const size_t quarter = ratios.size() / 4;
   factor.middle = ratios[ratios.size() / 2];
@@ -155,6 +164,16 @@ void ReportOddLengths(const Network& network, int64_t links) {
 
 bool CheckLengths(const Network& network) {
   const Factor factor = FindFactor(network);
+  // Whole kilometres are mostly 0.
+  const int64_t looked_at = factor.zeros + factor.seen;
+  if (looked_at >= static_cast<int64_t>(kEnough) && factor.zeros > factor.seen) {
+    const CheckedLink& zero = *factor.first_zero;
+    network.findings().Add(Kind::kLengthUnit, {zero.file, 0, network.columns().length, 0},
+                           "0 in %lld of %lld links that measure %.0f m or more, first record %u",
+                           static_cast<long long>(factor.zeros), static_cast<long long>(looked_at),
+                           kShort, zero.record);
+    return false;
+  }
   if (!IsCommon(factor)) {
     const auto links = static_cast<int64_t>(
         std::count_if(network.links.begin(), network.links.end(),

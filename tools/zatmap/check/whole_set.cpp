@@ -17,9 +17,10 @@ constexpr size_t kEnoughRecords = 20;
 // A town has some hundred links; of fewer, equal speeds or one-way links alone may be meant so.
 constexpr int64_t kEnoughLinks = 100;
 
-constexpr int kFast = 200;    // km/h; no road is signed for more, and few databases say more
-constexpr int kWalking = 20;  // km/h; towns have one link in ten that is so slow
-constexpr int kSlow = 40;     // km/h; a network without a faster road is not one of km/h
+constexpr int kFast = 200;        // km/h; no road is signed for more, and few databases say more
+constexpr int kWalking = 20;      // km/h; towns have one link in ten that is so slow
+constexpr int kSlow = 40;         // km/h; a network without a faster road is not one of km/h
+constexpr int kUnitPercent = 30;  // of all directions; one column of two is half of them
 constexpr int kMostlyPercent = 90;
 constexpr int kOneWayPercent = 95;  // the middle of a city of one-way streets has 85
 
@@ -77,7 +78,7 @@ void CheckSpeeds(const Network& network) {
   Findings& findings = network.findings();
   const Place here = WholeFile(*first, network.columns().speed_a);
   const auto percent = [&](int64_t part) { return part * 100 / speeds.count; };
-  if (speeds.count >= kEnoughLinks && percent(speeds.fast) >= 50) {
+  if (speeds.count >= kEnoughLinks && percent(speeds.fast) >= kUnitPercent) {
     findings.Add(Kind::kSpeedUnit, here, "%lld of %lld are above %d km/h, up to %u",
                  static_cast<long long>(speeds.fast), static_cast<long long>(speeds.count), kFast,
                  speeds.most);
