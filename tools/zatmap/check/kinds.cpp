@@ -49,7 +49,7 @@ constexpr KindInfo kKinds[] = {
      "[FOLDER] CALCMAPDIR has fewer than two characters: the control file's folder is taken",
      "name the output folder"},
     {Kind::kFolderLeftover, "folder-leftover", kWarning,
-     "the output folder holds a file of an earlier build that this one uses again",
+     "the output folder holds a file that a build in place uses again",
      "delete it or build into an empty folder"},
     {Kind::kPathLong, "path-long", kError, "the path is longer than 259 bytes",
      "use a shorter one"},
