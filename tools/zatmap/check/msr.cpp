@@ -3,6 +3,7 @@
 #include <string>
 
 #include "check/mif.h"
+#include "check/plain_msr.h"
 #include "check/rows.h"
 #include "check/shapes.h"
 #include "check/whole_set.h"
@@ -110,10 +111,13 @@ void MsrCheck::Points() {
       network.nodes_whole = false;
       continue;
     }
-    const int64_t records = ReadRows(data, msr::kPoints, [&](const Source& source, const Row& row) {
-      PointRow(source, row);
-      if (has_mif) TakePoint(mif, &network.nodes.back());
-    });
+    PlainRules rules{network};
+    auto plain = PlainNodes(network, rules, TakePlainPoint, has_mif ? &mif : nullptr);
+    const int64_t records =
+        ReadRows(data, msr::kPoints, plain, [&](const Source& source, const Row& row) {
+          PointRow(source, row);
+          if (has_mif) TakePoint(mif, &network.nodes.back());
+        });
     if (has_mif) mif.Close(records);
   }
   EndNodes(network, files, "no road point");
@@ -146,7 +150,9 @@ void MsrCheck::Sections() {
   section_files = control.Files("DKUKAN", true);
   from_mif = control.Int("DKUKAN", "MIFOUTPUT", 0) != 0;
   const zatlib::DefaultSpeeds defaults = control.Speeds();
-  NothingPlain plain;
+  PlainRules rules{network};
+  rules.defaults = defaults;
+  auto plain = PlainLinks(network, rules, TakePlainSection);
   ReadLinks(control, network, msr::kSections, from_mif, section_files, plain,
             [&](const Source& source, const Row& row) { SectionRow(source, row, defaults); });
   EndLinks(network, section_files, "no road section");
@@ -154,7 +160,8 @@ void MsrCheck::Sections() {
 
 void MsrCheck::Names() {
   using msr::Kukanz;
-  NothingPlain plain;
+  PlainRules rules{network};
+  auto plain = PlainNames(findings, rules, TakePlainSectionName);
   ForEachRow(control, msr::kSectionNames, plain, [&](const Source& source, const Row& row) {
     if (IsHeaderRow(source, row)) return;
     const int32_t area = zatlib::FRD_ParseInt(row[Kukanz::kArea]);
@@ -183,7 +190,22 @@ void MsrCheck::ConditionFile(Source& file) {
   Place end;  // the line that ends the file
   std::string end_field;
   int64_t lost = 0;  // rules behind it
-  ReadRows(file, msr::kConditions, [&](const Source& source, const Row& row) {
+  PlainRules rules{network};
+  auto plain = ReadPlain<CheckedTurn>(
+      [&rules](PlainRow& row, CheckedTurn* turn, PlainCounts*) {
+        return TakePlainCondition(row, rules, turn);
+      },
+      [] {},
+      [&](Source& source, CheckedTurn* turns, int64_t count) {
+        for (int64_t i = 0; i < count; ++i) {
+          source.Pass(1);
+          turns[i].file = source.file();
+          turns[i].record = static_cast<uint32_t>(source.line());
+          network.turns.push_back(turns[i]);
+        }
+        if (end.record != 0) lost += count;
+      });
+  ReadRows(file, msr::kConditions, plain, [&](const Source& source, const Row& row) {
     const int ends_at = EndingColumn(row);
     if (ends_at != 0) {
       if (end.record == 0) {

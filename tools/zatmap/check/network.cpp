@@ -61,7 +61,7 @@ void FindBounds(const std::vector<int32_t>& values, int64_t* low, int64_t* high)
 }  // namespace
 
 template <typename Item>
-void Network::Index(std::vector<Item>& items, int code_column, std::vector<KeyedRecord>* index,
+void Network::Index(PageVector<Item>& items, int code_column, std::vector<KeyedRecord>* index,
                     zatlib::CodeLookup* lookup) {
   const double reserved = zatlib::DummyLinkCode(0, code_length_).AsDouble();
   index->reserve(items.size());

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "check/findings.h"
+#include "check/page_vector.h"
 #include "frd/code_lookup.h"
 #include "frd/keyed_table.h"
 #include "network/workstore/feature_code.h"
@@ -100,8 +101,8 @@ class Network {
   Network(Findings& findings, int code_length, const NetworkColumns& columns)
       : findings_(findings), code_length_(code_length), columns_(columns) {}
 
-  std::vector<CheckedNode> nodes;
-  std::vector<CheckedLink> links;
+  PageVector<CheckedNode> nodes;
+  PageVector<CheckedLink> links;
   std::vector<CheckedTurn> turns;  // in the order of their files
   std::vector<CheckedOneWay> one_ways;
   bool nodes_whole = true;  // every node file could be read
@@ -143,7 +144,7 @@ class Network {
 
  private:
   template <typename Item>
-  void Index(std::vector<Item>& items, int code_column, std::vector<zatlib::KeyedRecord>* index,
+  void Index(PageVector<Item>& items, int code_column, std::vector<zatlib::KeyedRecord>* index,
              zatlib::CodeLookup* lookup);
   int32_t Find(const std::vector<zatlib::KeyedRecord>& index, const zatlib::CodeLookup& lookup,
                zatlib::FeatureCode code) const;

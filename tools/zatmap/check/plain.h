@@ -22,6 +22,9 @@ struct PlainCounts {
   int64_t long_names = 0;  // for which the findings have no room
 };
 
+// What a plain row comes to that only has to be in order.
+struct NoRecord {};
+
 // What names are held to, as it stands while threads look at rows.
 struct NameRules {
   unsigned page = 0;        // the code page

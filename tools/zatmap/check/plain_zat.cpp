@@ -55,7 +55,7 @@ bool TakePlainNode(PlainRow& row, const PlainRules& rules, CheckedNode* node, Pl
   }
   const bool x1 = !row.Text().empty();
   const bool x2 = !row.Text().empty();
-  if (rules.report_x && (x1 || x2)) return false;
+  if (rules.x_reported != nullptr && (x1 || x2) && !*rules.x_reported) return false;
   return Ends<zat::kNodes>(row);
 }
 

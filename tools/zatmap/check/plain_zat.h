@@ -1,6 +1,8 @@
 // The plain rows of the ZAT layouts: check/plain.h.
 #pragma once
 
+#include <atomic>
+
 #include "check/network.h"
 #include "check/plain.h"
 #include "input_zat/layouts.h"
@@ -14,14 +16,14 @@ struct PlainRules {
   NameRules names = {};
   zatlib::DefaultSpeeds defaults = {0, 0};
   bool names_in_nodes = false;  // node rows with names
-  bool report_x = false;        // a longitude in a node row is out of the ordinary
+  // Null, or until it is true a longitude in a node row is out of the ordinary.
+  const std::atomic<bool>* x_reported = nullptr;
 };
 
 bool TakePlainNode(PlainRow& row, const PlainRules& rules, CheckedNode* node, PlainCounts* counts);
 bool TakePlainLink(PlainRow& row, const PlainRules& rules, CheckedLink* link, PlainCounts* counts);
 
 // A name of a node, in a .mid or a file of its own, or of a link.
-struct NoRecord {};
 bool TakePlainMidName(PlainRow& row, const PlainRules& rules, PlainCounts* counts);
 bool TakePlainNodeName(PlainRow& row, const PlainRules& rules, PlainCounts* counts);
 bool TakePlainLinkName(PlainRow& row, const PlainRules& rules, PlainCounts* counts);

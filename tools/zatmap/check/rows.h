@@ -117,7 +117,7 @@ void Count(Findings& findings, const PlainCounts& counts);
 
 // Puts records, which know no place yet, behind those of a table.
 template <typename Record>
-void AppendRecords(Source& source, Record* records, int64_t count, std::vector<Record>* table) {
+void AppendRecords(Source& source, Record* records, int64_t count, PageVector<Record>* table) {
   for (int64_t i = 0; i < count; ++i) {
     source.Pass(1);
     records[i].file = source.file();
@@ -131,6 +131,46 @@ void AppendRecords(Source& source, Record* records, int64_t count, std::vector<R
         std::max(table->size() + static_cast<size_t>(count) * pieces * 9 / 8, needed + needed / 2));
   }
   table->insert(table->end(), records, records + count);
+}
+
+// How nodes and links are read that only have to be in order, by take(row, rules, record, counts).
+// A node gets its coordinates from `mif` when that is not null.
+template <typename Rules, typename TakeRow>
+auto PlainNodes(Network& network, Rules& rules, TakeRow take, MifFile* mif) {
+  return ReadPlain<CheckedNode>(
+      [&rules, take](PlainRow& row, CheckedNode* node, PlainCounts* counts) {
+        return take(row, rules, node, counts);
+      },
+      [&network, &rules] { rules.names = CurrentNameRules(network.findings()); },
+      [&network, mif](Source& source, CheckedNode* records, int64_t count) {
+        AppendRecords(source, records, count, &network.nodes);
+        for (auto node = network.nodes.end() - count; mif != nullptr && node != network.nodes.end();
+             ++node) {
+          TakePoint(*mif, &*node);
+        }
+      });
+}
+template <typename Rules, typename TakeRow>
+auto PlainLinks(Network& network, Rules& rules, TakeRow take) {
+  return ReadPlain<CheckedLink>(
+      [&rules, take](PlainRow& row, CheckedLink* link, PlainCounts* counts) {
+        return take(row, rules, link, counts);
+      },
+      [&network, &rules] { rules.names = CurrentNameRules(network.findings()); },
+      [&network](Source& source, CheckedLink* records, int64_t count) {
+        AppendRecords(source, records, count, &network.links);
+      });
+}
+
+// Names, by take(row, rules, counts).
+template <typename Rules, typename TakeRow>
+auto PlainNames(Findings& findings, Rules& rules, TakeRow take) {
+  return ReadPlain<NoRecord>(
+      [&rules, take](PlainRow& row, NoRecord*, PlainCounts* counts) {
+        return take(row, rules, counts);
+      },
+      [&findings, &rules] { rules.names = CurrentNameRules(findings); },
+      [](Source& source, NoRecord*, int64_t count) { source.Pass(count); });
 }
 
 // Runs the next records of a file through `take(source, row)`.
@@ -180,12 +220,6 @@ int64_t ReadRows(Source& source, const Layout& layout, Take take) {
   ReadRowsOneByOne(source, layout, take);
   source.Close();
   return source.line();
-}
-
-struct NothingPlain {};
-template <typename Take>
-int64_t ReadRows(Source& source, const Layout& layout, NothingPlain&, Take take) {
-  return ReadRows(source, layout, std::move(take));
 }
 
 // The same with plain rows apart.

@@ -1,5 +1,6 @@
 // zatmap check: the ZAT layouts.
 #include <algorithm>
+#include <atomic>
 #include <string>
 
 #include "check/mif.h"
@@ -70,18 +71,7 @@ struct ZatCheck {
   void OneWayRow(const Source& source, const Row& row);
   void Shapes(int64_t limit);
 
-  // How a file is read whose rows only have to be in order.
-  template <typename Take>
-  auto PlainNames(PlainRules& rules, Take take) {
-    return ReadPlain<NoRecord>(
-        [&rules, take](PlainRow& row, NoRecord*, PlainCounts* counts) {
-          return take(row, rules, counts);
-        },
-        [this, &rules] { rules.names = CurrentNameRules(findings); },
-        [](Source& source, NoRecord*, int64_t count) { source.Pass(count); });
-  }
-
-  // The same for rows that come to records, with keep(record) for each of them.
+  // How rows are read that come to records, with keep(source, record) for each that is in order.
   template <typename Record, typename Take, typename Keep>
   auto PlainRecords(PlainRules& rules, Take take, Keep keep) {
     return ReadPlain<Record>([&rules, take](PlainRow& row, Record* record,
@@ -133,8 +123,11 @@ void ZatCheck::NodeFile(int number, const std::string& path) {
       network.nodes_whole = false;
       return;
     }
+    PlainRules rules{network};
+    rules.names_in_nodes = true;
+    auto plain = PlainNodes(network, rules, TakePlainNode, has_mif ? &mif : nullptr);
     const int64_t records =
-        ReadRows(data, kNodeMidLayout, [&](const Source& source, const Row& row) {
+        ReadRows(data, kNodeMidLayout, plain, [&](const Source& source, const Row& row) {
           NodeRow(source, row, true);
           if (has_mif) TakePoint(mif, &network.nodes.back());
         });
@@ -149,20 +142,11 @@ void ZatCheck::NodeFile(int number, const std::string& path) {
   zatlib::PathText mid;
   zatlib::FRD_MakeMidPath(path.c_str(), mid.text);
   const bool names_here = path == mid.c_str();
-  bool reported = false;
+  std::atomic<bool> reported = false;
   PlainRules rules{network};
   rules.names_in_nodes = names_here;
-  auto plain = ReadPlain<CheckedNode>(
-      [&](PlainRow& row, CheckedNode* node, PlainCounts* counts) {
-        return TakePlainNode(row, rules, node, counts);
-      },
-      [&] {
-        rules.names = CurrentNameRules(findings);
-        rules.report_x = !reported;
-      },
-      [&](Source& source, CheckedNode* records, int64_t count) {
-        AppendRecords(source, records, count, &network.nodes);
-      });
+  rules.x_reported = &reported;
+  auto plain = PlainNodes(network, rules, TakePlainNode, nullptr);
   ReadRows(data, names_here ? kNodeMidLayout : Layout(zat::kNodes), plain,
            [&](const Source& source, const Row& row) {
              NodeRow(source, row, names_here);
@@ -185,7 +169,7 @@ void ZatCheck::Nodes() {
 void ZatCheck::NodeNames() {
   PlainRules rules{network};
   // The names of nodes stand in the .mid also of text files.
-  auto plain_mid = PlainNames(rules, TakePlainMidName);
+  auto plain_mid = PlainNames(findings, rules, TakePlainMidName);
   for (size_t i = 0; i < node_files.size() && !node_mif; ++i) {
     zatlib::PathText mid;
     zatlib::FRD_MakeMidPath(node_files[i].c_str(), mid.text);
@@ -199,7 +183,7 @@ void ZatCheck::NodeNames() {
     });
   }
   using zat::NodeName;
-  auto plain = PlainNames(rules, TakePlainNodeName);
+  auto plain = PlainNames(findings, rules, TakePlainNodeName);
   ForEachRow(control, zat::kNodeNames, plain, [&](const Source& source, const Row& row) {
     const FeatureCode code = zatlib::ParseCode(row[NodeName::kCode], code_length);
     CheckNameRow(source, row, network.FindNode(code) >= 0 || !network.nodes_whole, NodeName::kCode,
@@ -290,14 +274,7 @@ void ZatCheck::Links() {
   const zatlib::DefaultSpeeds defaults = control.Speeds();
   PlainRules rules{network};
   rules.defaults = defaults;
-  auto plain = ReadPlain<CheckedLink>(
-      [&](PlainRow& row, CheckedLink* link, PlainCounts* counts) {
-        return TakePlainLink(row, rules, link, counts);
-      },
-      [&] { rules.names = CurrentNameRules(findings); },
-      [&](Source& source, CheckedLink* records, int64_t count) {
-        AppendRecords(source, records, count, &network.links);
-      });
+  auto plain = PlainLinks(network, rules, TakePlainLink);
   ReadLinks(control, network, zat::kLinks, link_mif, link_files, plain,
             [&](const Source& source, const Row& row) { LinkRow(source, row, defaults); });
   EndLinks(network, link_files, "no link");
@@ -354,7 +331,7 @@ void ZatCheck::Speeds() {
 void ZatCheck::LinkNames() {
   using zat::LinkName;
   PlainRules rules{network};
-  auto plain = PlainNames(rules, TakePlainLinkName);
+  auto plain = PlainNames(findings, rules, TakePlainLinkName);
   ForEachRow(control, zat::kLinkNames, plain, [&](const Source& source, const Row& row) {
     const FeatureCode code = zatlib::ParseCode(row[LinkName::kCode], code_length);
     CheckNameRow(source, row, network.FindLink(code) >= 0 || !network.links_whole, LinkName::kCode,
