@@ -133,6 +133,14 @@ class CodePages(Case):
                 f"932, 1252 or 65001 (UTF-8), not {page}.\nzatmap info --help tells more.\n"))
 
 
+class Fields(Case):
+    def test_the_fields_of_a_file(self):
+        fields = json.loads(self.run_zatmap("dump", "out", "linknode.idx", "--fields", "--json").out)
+        self.assertEqual([list(field.values()) for field in fields[:3]], [
+            [0, 4, 1, "i32", "NodeA"], [4, 4, 1, "i32", "NodeB"], [8, 2, 1, "u16", "SpeedA"]])
+        self.assertEqual(list(fields[0]), ["offset", "width", "count", "type", "name"])
+
+
 class OutputFiles(Case):
     def setUp(self):
         self.before = zatmap.map_files(self.folder / "out")

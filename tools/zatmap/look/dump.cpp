@@ -281,7 +281,19 @@ int DumpText(const std::string& path, Form form) {
   return kExitDone;
 }
 
-int DumpFields(const FileLayout& layout) {
+int DumpFields(const FileLayout& layout, bool json) {
+  if (json) {
+    Json fields = Json::array();
+    for (const Field& field : layout.fields) {
+      fields.push_back({{"offset", field.offset},
+                        {"width", field.width},
+                        {"count", field.count},
+                        {"type", zatlib::map::TypeName(field.type)},
+                        {"name", field.name}});
+    }
+    PrintJson(fields);
+    return kExitDone;
+  }
   std::printf("offset,width,count,type,name\n");
   for (const Field& field : layout.fields) {
     std::printf("%u,%u,%u,%s,%s\n", field.offset, field.width, field.count,
@@ -301,7 +313,7 @@ int RunDump(const DumpOptions& options) {
   const FileLayout* layout = zatlib::map::FindLayout(name);
   if (options.fields) {
     return layout == nullptr ? Usage(options.file + " is a text without fields.")
-                             : DumpFields(*layout);
+                             : DumpFields(*layout, options.json);
   }
   MapFolder map;
   if (!OpenMap(options.folder, &map)) return kExitFailed;
