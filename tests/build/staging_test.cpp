@@ -266,7 +266,25 @@ TEST_F(StagingTest, AnyRefusedMove) {
   }
 }
 
-#ifndef _WIN32
+#ifdef _WIN32
+
+// Windows neither moves nor replaces a file that somebody reads.
+TEST_F(StagingTest, AFileThatIsReadKeepsTheOldMapInItsPlace) {
+  Put(kOldMap + kOthers);
+  {
+    const File reader = File::Open(Out("link.idx").c_str(), Access::kRead, Share::kRead,
+                                   Disposition::kOpenExisting);
+    ASSERT_TRUE(reader.IsOpen());
+    EXPECT_FALSE(Build());
+    EXPECT_NE(error_.find("another program uses it"), std::string::npos) << error_;
+    EXPECT_EQ(InOut(), kOldMap + kOthers);
+  }
+  EXPECT_TRUE(Build()) << error_;
+  EXPECT_EQ(InOut(), kNewMap + kOthers);
+  ExpectNoRubbish();
+}
+
+#else
 
 int64_t g_last_move = 0;
 
