@@ -438,7 +438,7 @@ class Files(CheckTest):
                             "[NODE] FILE01, control.ini line 15"))
         files = zat_mif()
         del files["link.mid"]
-        self.expect(files, ("link.mid:0: 0: error", "mid-missing",
+        self.expect(files, ("link.mid:0: 0: error", "mif-mid-missing",
                             "[LINK] FILE01, control.ini line 11"))
 
     def test_mid_path(self):
@@ -837,7 +837,7 @@ class Links(CheckTest):
         self.expect(files, ("links.txt:1: 11: warning", "speed-zero", "from B to A"))
         # Below 0 it is meant.
         files["links.txt"] = files["links.txt"].replace(b",0,0,0,", b",0,-1,0,", 1)
-        self.expect(files)
+        self.expect(files, ("links.txt:1: 11: warning", "speed-negative", "-1"))
 
     def test_speed_nodes(self):
         self.expect_change(zat_text, "linkspeed.txt", b"102,12,13", b"102,11,13",

@@ -3,10 +3,12 @@
 #include <algorithm>
 #include <cstring>
 
+#include "check/causes.h"
 #include "check/words.h"
 #include "frd/control.h"
 #include "frd/files.h"
 #include "interface/driver/build_driver.h"
+#include "platform/file_kind.h"
 #include "platform/profile.h"
 #include "shell/ini_text.h"
 
@@ -52,8 +54,15 @@ Place Control::At(const char* section, const char* key) const {
 }
 
 bool Control::Check() {
+  if (!MayOpen(findings_, name_)) return false;
   if (!zatlib::CanOpen(name_.c_str())) {
     findings_.Add(Kind::kControlMissing, {file_, 0, 0, 0}, "%s", path_.c_str());
+    return false;
+  }
+  FileSample sample;
+  // Nothing of it can be taken for a section.
+  if (sample.Read(name_) && !sample.head().empty() &&
+      !IsOfUse(findings_, sample, FileRole::kControl, name_, "")) {
     return false;
   }
   if (zatlib::BRN_GetFormat(path_.c_str()) == zatlib::kFormatMsr) msr_ = true;
@@ -80,9 +89,6 @@ void Control::ReadLines() {
   if (text.starts_with("\xef\xbb\xbf")) {
     findings_.Add(Kind::kByteOrderMark, {file_, 1, 0, 0}, "bytes EF BB BF");
     text.erase(0, 3);
-  } else if (text.starts_with("\xff\xfe") || text.starts_with("\xfe\xff")) {
-    findings_.Add(Kind::kWideText, {file_, 1, 0, 0}, "bytes %s",
-                  text[0] == '\xff' ? "FF FE" : "FE FF");
   }
 
   std::string section;
@@ -101,6 +107,11 @@ void Control::ReadLines() {
       } else {
         findings_.Add(Kind::kSectionTwice, here, "[%s]", section.c_str());
       }
+      continue;
+    }
+    if (line.kind == IniLine::kOther && line.text.starts_with('[')) {
+      findings_.Add(Kind::kSectionBracket, here, "%.*s", Size(line.text), line.text.data());
+      findings_.Hide(file_, {Kind::kKeyTwice, Kind::kFileNumber});
       continue;
     }
     if (line.kind == IniLine::kOther || section.empty()) {
@@ -126,6 +137,11 @@ std::vector<std::string> Control::Files(const char* section, bool mandatory) {
   const bool has_count = Find(section, "FILENUM") != nullptr;
   if (count < 1 && (mandatory || (Find(section, "FILE01") != nullptr && !has_count))) {
     findings_.Add(Kind::kKeyMissing, At(section, "FILENUM"), "[%s] FILENUM", section);
+  }
+  if (has_count && count < 1 && Find(section, "FILE01") != nullptr) {
+    findings_.Add(Kind::kFileNumZero, At(section, "FILENUM"), "[%s] FILENUM=%s", section,
+                  Text(section, "FILENUM").c_str());
+    return files;
   }
   int read = count;
   if (std::strcmp(section, "NODEXY") == 0 && count > 1) {
@@ -176,6 +192,9 @@ bool Control::ReportNotOpened(Kind kind, const char* section, int number, const 
         }
       });
   const uint32_t file = findings_.File(path);
+  if (zatlib::platform::KindOfFile(path.c_str()) == zatlib::platform::FileKind::kFile) {
+    kind = Kind::kFileDenied;
+  }
   if (!other.empty()) {
     findings_.Add(Kind::kFileCase, {file, 0, 0, 0}, "there is %s ([%s] %s, %s line %lld)",
                   other.c_str(), section, key.c_str(), name_.c_str(),
@@ -187,12 +206,18 @@ bool Control::ReportNotOpened(Kind kind, const char* section, int number, const 
   return false;
 }
 
+bool Control::LookAt(const char* section, int number, const std::string& path, FileRole role) {
+  return LookAtSource(findings_, {section, number, path, role, code_length_, msr_});
+}
+
 bool Control::Open(Source& source, const char* section, int number, const std::string& path,
                    bool mif) {
+  if (!LookAt(section, number, path, mif ? FileRole::kMif : FileRole::kRows)) return false;
   return source.Open(path, mif) || ReportNotOpened(Kind::kFileMissing, section, number, path);
 }
 
-bool Control::OpenMid(Source& data, const char* section, int number, const std::string& path) {
+bool Control::OpenMid(Source& data, const char* section, int number, const std::string& path,
+                      bool mif) {
   char name[zatlib::kPathSize];
   zatlib::FRD_SplitPath(path.c_str(), nullptr, name);
   zatlib::PathText mid;
@@ -202,8 +227,10 @@ bool Control::OpenMid(Source& data, const char* section, int number, const std::
     findings_.Add(Kind::kMidPath, At(section, key.c_str()), "%s gives %s", path.c_str(),
                   mid.c_str());
   }
+  if (!LookAt(section, number, mid.c_str(), mif ? FileRole::kMid : FileRole::kNames)) return false;
   return data.Open(mid.c_str(), false) ||
-         ReportNotOpened(Kind::kMidMissing, section, number, mid.c_str());
+         ReportNotOpened(mif ? Kind::kMifMidMissing : Kind::kMidMissing, section, number,
+                         mid.c_str());
 }
 
 }  // namespace zatmap::check

@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "check/file_kind.h"
 #include "check/findings.h"
 #include "check/source.h"
 #include "interface/driver/control_keys.h"
@@ -33,12 +34,12 @@ class Control {
   // not there has none; `mandatory` makes that a finding.
   std::vector<std::string> Files(const char* section, bool mandatory);
 
-  // Opens file `number` (from 1) of a section; a finding when it is not there.
+  // Opens file `number` (from 1) of a section; a finding when it is not there or of no use.
   bool Open(Source& source, const char* section, int number, const std::string& path, bool mif);
 
   // Opens the .mid beside file `number` of a section; `path` is the file's own path and `data` the
-  // source of the .mid.
-  bool OpenMid(Source& data, const char* section, int number, const std::string& path);
+  // source of the .mid. `mif`: it holds the columns of a MIF file, else names beside a text file.
+  bool OpenMid(Source& data, const char* section, int number, const std::string& path, bool mif);
 
   // The output folder, "" when it does not exist.
   const std::string& folder() const { return folder_; }
@@ -72,6 +73,7 @@ class Control {
   const Line* Find(const char* section, const char* key) const;
   bool Holds(const char* name) const;
   bool HasSection(const char* section) const { return Find(section, "") != nullptr; }
+  bool LookAt(const char* section, int number, const std::string& path, FileRole role);
   bool ReportNotOpened(Kind kind, const char* section, int number, const std::string& path);
 
   Findings& findings_;

@@ -7,6 +7,8 @@
 #include "frd/control.h"
 #include "frd/files.h"
 #include "network/workstore/work_stores.h"
+#include "platform/file_kind.h"
+#include "platform/folder.h"
 #include "platform/profile.h"
 #include "shape/shape_files.h"
 #include "toll/fare_files.h"
@@ -192,11 +194,18 @@ void Control::CheckFolder() {
   char folder[zatlib::kPathSize];
   zatlib::BRN_GetCalcMapDir(path_.c_str(), folder);
   const char* const shown = folder[0] == 0 ? "." : folder;
+  if (zatlib::platform::KindOfFile(shown) == zatlib::platform::FileKind::kFile) {
+    findings_.Add(Kind::kFolderFile, At("FOLDER", "CALCMAPDIR"), "%s", shown);
+    return;
+  }
   if (!zatlib::platform::IsFolder(shown)) {
     findings_.Add(Kind::kFolderMissing, At("FOLDER", "CALCMAPDIR"), "%s", shown);
     return;
   }
   folder_ = shown;
+  if (!zatlib::platform::MayChangeFolder(shown)) {
+    findings_.Add(Kind::kFolderReadOnly, At("FOLDER", "CALCMAPDIR"), "%s", shown);
+  }
   const auto leftover = [&](const char* section, const char* file) {
     if (Holds(file)) {
       findings_.Add(Kind::kFolderLeftover, At("FOLDER", "CALCMAPDIR"),

@@ -12,6 +12,8 @@ namespace {
 constexpr uint32_t kPointHeaderLine = 512;  // bytes of a header line of a file of points
 constexpr uint32_t kLineFileLine = 1024;    // bytes of any line of a file of lines
 constexpr unsigned kWestern = 1252;
+constexpr int kNad27 = 62;  // datums, as CoordSys numbers them
+constexpr int kTokyo = 97;
 
 constexpr std::string_view kObjects[] = {"point",      "line",      "pline",   "region",
                                          "arc",        "text",      "rect",    "none",
@@ -58,6 +60,49 @@ bool IsNumberLine(std::string_view line) {
 
 }  // namespace
 
+void MifFile::CheckCoordSys(std::string_view line) {
+  Findings& findings = source_.findings();
+  const Place here{source_.file(), 0, 0, source_.line()};
+  const std::string text = Lower(line);
+  const size_t projection = text.find("projection");
+  const int number = projection == std::string::npos
+                         ? 0
+                         : zatlib::FRD_ParseInt(std::string_view(text).substr(projection + 10));
+  if (number != 1) {
+    findings.Add(Kind::kMifCoordSys, here, "%.*s", Size(line), line.data());
+    return;
+  }
+  const size_t comma = text.find(',', projection);
+  if (comma == std::string::npos) return;
+  const int datum = zatlib::FRD_ParseInt(std::string_view(text).substr(comma + 1));
+  if (datum == kTokyo || datum == kNad27) {
+    findings.Add(Kind::kMifDatum, here, "%.*s is the %s datum", Size(line), line.data(),
+                 datum == kTokyo ? "Tokyo" : "NAD 27");
+  }
+}
+
+void CompareHeaders(Findings& findings, const MifHeader& nodes, const MifHeader& links,
+                    const std::vector<std::string>& link_files) {
+  const auto plain = [](const std::string& line) {
+    std::string text;
+    for (const char c : Lower(line)) {
+      if (!IsBlank(c) && c != '\r') text += c;
+    }
+    return text;
+  };
+  const std::string of_nodes = plain(nodes.coord_sys);
+  const std::string of_links = plain(links.coord_sys);
+  // Projections are findings of their own.
+  constexpr std::string_view kDegrees = "coordsysearthprojection1,";
+  if (link_files.empty() || findings.count(Kind::kMifHeaders) > 0 || of_nodes == of_links ||
+      !of_nodes.starts_with(kDegrees) || !of_links.starts_with(kDegrees)) {
+    return;
+  }
+  findings.Add(Kind::kMifCoordSysDiffer, {findings.File(link_files.front()), 0, 0, 0},
+               "%.*s, and the nodes have %.*s", Size(links.coord_sys), links.coord_sys.data(),
+               Size(nodes.coord_sys), nodes.coord_sys.data());
+}
+
 // What a header line says about the file.
 void MifFile::CheckHeaderLine(std::string_view line, MifHeader* header) {
   Findings& findings = source_.findings();
@@ -76,13 +121,12 @@ void MifFile::CheckHeaderLine(std::string_view line, MifHeader* header) {
     }
   } else if (ContainsAny(line, {"CoordSys", "Coordsys", "coordsys"})) {
     header->coord_sys = std::string(line);
-    const std::string text = Lower(line);
-    const size_t projection = text.find("projection");
-    const int number = projection == std::string::npos
-                           ? 0
-                           : zatlib::FRD_ParseInt(std::string_view(text).substr(projection + 10));
-    if (number != 1) {
-      findings.Add(Kind::kMifCoordSys, here, "%.*s", Size(line), line.data());
+    CheckCoordSys(line);
+  } else if (Lower(line).starts_with("transform")) {
+    std::string numbers = Lower(line).substr(9);
+    numbers.erase(std::remove_if(numbers.begin(), numbers.end(), IsBlank), numbers.end());
+    if (numbers != "1,1,0,0" && numbers != "0,0,0,0") {
+      findings.Add(Kind::kMifTransform, here, "%.*s", Size(line), line.data());
     }
   } else if (Lower(line).starts_with("delimiter")) {
     const size_t quote = line.find('"');

@@ -3,6 +3,7 @@
 
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "check/control.h"
 #include "check/shapes.h"
@@ -16,6 +17,10 @@ struct MifHeader {
   std::string coord_sys;
   bool seen = false;
 };
+
+// A finding when the headers of nodes and links tell of different coordinate systems.
+void CompareHeaders(Findings& findings, const MifHeader& nodes, const MifHeader& links,
+                    const std::vector<std::string>& link_files);
 
 // What a MIF file's objects are for.
 enum class MifUse { kZatPoints, kMsrPoints, kLines };
@@ -43,6 +48,7 @@ class MifFile {
   bool NextObject(std::string_view* line, std::string_view* word);
   bool NextRaw(std::string_view* line);
   void CheckHeaderLine(std::string_view line, MifHeader* header);
+  void CheckCoordSys(std::string_view line);
   void CutAtZeroByte(Place here, std::string_view* line);
   bool ReadPline(std::string_view line, ShapeChecker& shapes);
 

@@ -3,6 +3,7 @@
 #include <string>
 
 #include "check/mif.h"
+#include "check/network_causes.h"
 #include "check/plain_msr.h"
 #include "check/rows.h"
 #include "check/shapes.h"
@@ -39,6 +40,7 @@ struct MsrCheck {
   int64_t zero_links = 0;
   bool from_mif = false;
   std::vector<std::string> section_files;
+  MifHeader point_header;
 
   explicit MsrCheck(Control& of)
       : control(of),
@@ -101,13 +103,12 @@ void MsrCheck::PointRow(const Source& source, const Row& row) {
 
 void MsrCheck::Points() {
   const std::vector<std::string> files = control.Files("DROTEN", true);
-  MifHeader header;
   for (size_t i = 0; i < files.size(); ++i) {
     const int number = static_cast<int>(i + 1);
     MifFile mif(findings, MifUse::kMsrPoints);
     Source data(findings);
-    const bool has_mif = mif.Open(control, "DROTEN", number, files[i], &header);
-    if (!control.OpenMid(data, "DROTEN", number, files[i])) {
+    const bool has_mif = mif.Open(control, "DROTEN", number, files[i], &point_header);
+    if (!control.OpenMid(data, "DROTEN", number, files[i], true)) {
       network.nodes_whole = false;
       continue;
     }
@@ -268,6 +269,7 @@ void MsrCheck::Shapes(int64_t limit) {
     }
     mif.Close(records);
   }
+  CompareHeaders(findings, point_header, header, section_files);
   shapes.Finish();
 }
 
@@ -278,6 +280,7 @@ void CheckMsr(Control& control, int64_t shape_limit, const Look& look) {
   check.Points();
   check.Sections();
   check.network.CheckReferences();
+  LookAtNetwork(check.network);
   check.network.CheckCosts();
   check.Names();
   check.Conditions();

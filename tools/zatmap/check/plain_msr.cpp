@@ -70,6 +70,7 @@ bool TakePlainSection(PlainRow& row, const PlainRules& rules, CheckedLink* link,
   link->code = CodeOf(area, number, code_length);
   Number<msr::kSections, Dkukan::kCity>(row);
   const int32_t length = Number<msr::kSections, Dkukan::kLength>(row);
+  if (length == 0) return false;  // it may be empty
   link->length = static_cast<uint16_t>(length);
   link->written_length = static_cast<float>(length);
   Number<msr::kSections, Dkukan::kValue4>(row);
@@ -79,6 +80,7 @@ bool TakePlainSection(PlainRow& row, const PlainRules& rules, CheckedLink* link,
   Number<msr::kSections, Dkukan::kValue6>(row);
   const int32_t a = Number<msr::kSections, Dkukan::kSpeedA>(row, kAbsent);
   const int32_t b = Number<msr::kSections, Dkukan::kSpeedB>(row, kAbsent);
+  if ((a < 0 && a != kAbsent) || (b < 0 && b != kAbsent)) return false;
   SetPlainSpeeds(a, b, rules.defaults, link);
   Number<msr::kSections, Dkukan::kFlag>(row);
   return Ends<msr::kSections>(row);

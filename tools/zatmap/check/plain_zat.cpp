@@ -68,6 +68,7 @@ bool TakePlainLink(PlainRow& row, const PlainRules& rules, CheckedLink* link, Pl
   if (Number<zat::kLinks, Link::kKind>(row) >= zatlib::kDummyRoadKind) return false;
   Number<zat::kLinks, Link::kCity>(row);
   const int32_t length = Number<zat::kLinks, Link::kLength>(row);
+  if (length == 0) return false;  // it may be empty
   link->length = static_cast<uint16_t>(length);
   link->written_length = static_cast<float>(length);
   Number<zat::kLinks, Link::kValue4>(row);
@@ -77,6 +78,7 @@ bool TakePlainLink(PlainRow& row, const PlainRules& rules, CheckedLink* link, Pl
   link->node_b = row.Code(code_length);
   const int32_t a = Number<zat::kLinks, Link::kSpeedA>(row, kAbsent);
   const int32_t b = Number<zat::kLinks, Link::kSpeedB>(row, kAbsent);
+  if ((a < 0 && a != kAbsent) || (b < 0 && b != kAbsent)) return false;
   SetPlainSpeeds(a, b, rules.defaults, link);
   Number<zat::kLinks, Link::kFlag>(row);
   Number<zat::kLinks, Link::kNameNumber>(row);
@@ -146,7 +148,7 @@ bool TakePlainSpeeds(PlainRow& row, const PlainRules& rules, PlainSpeeds* speeds
   const int32_t number_a = Number<zat::kLinkSpeeds, LinkSpeed::kSpeedA>(row);
   const int32_t number_b = Number<zat::kLinkSpeeds, LinkSpeed::kSpeedB>(row);
   Number<zat::kLinkSpeeds, LinkSpeed::kValue>(row);
-  if (!Ends<zat::kLinkSpeeds>(row)) return false;
+  if (!Ends<zat::kLinkSpeeds>(row) || number_a < 0 || number_b < 0) return false;
   speeds->link = rules.network.FindLink(code);
   if (speeds->link < 0) return false;
   const CheckedLink& link = rules.network.links[static_cast<size_t>(speeds->link)];

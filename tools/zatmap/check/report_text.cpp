@@ -70,6 +70,10 @@ std::string SummaryText(const Chosen& chosen, const Selection& selection, bool c
     text += Counted(chosen.more, "finding") +
             " more: --max 0 shows all of them, --only KIND those of a kind\n";
   }
+  if (chosen.hidden > 0) {
+    text += Counted(chosen.hidden, "finding") + (chosen.hidden == 1 ? " follows" : " follow") +
+            " from these: --all shows them\n";
+  }
   if (chosen.left_out > 0) {
     text += Counted(chosen.left_out, "finding") + " of other kinds left out\n";
   }
@@ -112,6 +116,7 @@ void PrintObject(const Findings& findings, const Chosen& chosen, const std::stri
                 {"kinds", std::move(kinds)},
                 {"findings", std::move(list)}};
   if (chosen.more > 0) whole["more"] = chosen.more;
+  if (chosen.hidden > 0) whole["hidden"] = chosen.hidden;
   if (chosen.left_out > 0) whole["left_out"] = chosen.left_out;
   PrintJson(whole, 1);
 }

@@ -33,8 +33,10 @@ NameRules CurrentNameRules(const Findings& findings) {
   return {zatlib::platform::CodePage(), findings.HasRoom(Kind::kNameLong)};
 }
 
-void Count(Findings& findings, const PlainCounts& counts) {
-  if (counts.long_names > 0) findings.Count(Kind::kNameLong, counts.long_names);
+void Count(const Source& source, const PlainCounts& counts) {
+  if (counts.long_names > 0) {
+    source.findings().Count(Kind::kNameLong, source.file(), counts.long_names);
+  }
 }
 
 Numbers CheckedNumbers(const Source& source, const Row& row, const zatlib::SourceTable& table,
@@ -63,6 +65,14 @@ RowSpeeds SpeedsOf(const Row& row, int column_a, int column_b, zatlib::DefaultSp
   return speeds;
 }
 
+void CheckNegativeSpeeds(const Source& source, const Row& row, int column_a, int column_b) {
+  for (const int column : {column_a, column_b}) {
+    if (row[column].find('-') == std::string_view::npos) continue;
+    source.findings().Add(Kind::kSpeedNegative, source.Here(column), "%.*s", Size(row[column]),
+                          row[column].data());
+  }
+}
+
 void TakeLinkNumbers(const Source& source, const Row& row, const Numbers& numbers,
                      const NetworkColumns& columns, zatlib::DefaultSpeeds defaults,
                      CheckedLink* link) {
@@ -76,7 +86,11 @@ void TakeLinkNumbers(const Source& source, const Row& row, const Numbers& number
   link->written_length = written.find('.') == std::string_view::npos
                              ? static_cast<float>(length)
                              : static_cast<float>(zatlib::FRD_ParseDouble(written));
+  if (written.empty() && row.count > columns.length) {
+    source.findings().Add(Kind::kLengthEmpty, source.Here(columns.length), "\"\"");
+  }
   const RowSpeeds speeds = SpeedsOf(row, columns.speed_a, columns.speed_b, defaults);
+  CheckNegativeSpeeds(source, row, columns.speed_a, columns.speed_b);
   link->speed_a = speeds.a;
   link->speed_b = speeds.b;
   if (speeds.closed_a) link->marks |= kClosedOnA;
@@ -149,6 +163,18 @@ void CheckNameRow(const Source& source, const Row& row, bool known, int code_col
                           Size(row[code_column]), row[code_column].data());
   }
   CheckName(source, row, name_column);
+}
+
+void LookAtUnknownRows(Findings& findings, uint32_t file, int64_t rows) {
+  constexpr int64_t kEnough = 5;
+  const int64_t unknown = std::max(findings.CountIn(file, Kind::kRowUnknown),
+                                   findings.CountIn(file, Kind::kRuleUnknown));
+  if (rows < kEnough || unknown * 10 < rows * 9 || findings.Hides(file, Kind::kRowUnknown)) return;
+  findings.Add(Kind::kCodesDiffer, {file, 1, kFirstColumn, 0},
+               "hardly a code of its %lld rows is among the nodes and links",
+               static_cast<long long>(rows));
+  findings.Hide(file, {Kind::kRowUnknown, Kind::kRuleUnknown});
+  findings.Hide({Kind::kCoordMissing});
 }
 
 void CheckTurn(const Source& source, const Row& row, Network& network, const TurnCodes& turn,

@@ -49,6 +49,9 @@ struct RowSpeeds {
 };
 RowSpeeds SpeedsOf(const Row& row, int column_a, int column_b, zatlib::DefaultSpeeds defaults);
 
+// Findings for speeds below 0.
+void CheckNegativeSpeeds(const Source& source, const Row& row, int column_a, int column_b);
+
 // What the link records of both formats say in whole numbers: kind (a finding for those that stand
 // for dummy links), length, speeds and closed directions.
 void TakeLinkNumbers(const Source& source, const Row& row, const Numbers& numbers,
@@ -88,6 +91,9 @@ struct TurnColumns {
 void CheckTurn(const Source& source, const Row& row, Network& network, const TurnCodes& turn,
                const TurnColumns& columns);
 
+// One finding for a file of which hardly a row has a code that is known.
+void LookAtUnknownRows(Findings& findings, uint32_t file, int64_t rows);
+
 // The rules for names as the findings stand now.
 NameRules CurrentNameRules(const Findings& findings);
 
@@ -113,7 +119,7 @@ PlainReader<Record, Plain, Prepare, Keep> ReadPlain(Plain plain, Prepare prepare
 }
 
 // The numbers that threads have counted of plain rows.
-void Count(Findings& findings, const PlainCounts& counts);
+void Count(const Source& source, const PlainCounts& counts);
 
 // Puts records, which know no place yet, behind those of a table.
 template <typename Record>
@@ -207,7 +213,7 @@ char* TakeRows(Source& source, const Layout& layout, const Piece& piece,
       ReadRowsOneByOne(source, layout, take);
     }
     keep_to(work->record_count);
-    Count(source.findings(), work->counts);
+    Count(source, work->counts);
     if (work->stopped) return work->next;
     if (work->next == piece.end) return nullptr;
     LookAtRows(piece, layout.line_size, reader.plain, work);
@@ -244,7 +250,7 @@ void ReadLinks(Control& control, Network& network, const zatlib::SourceTable& ta
   for (size_t i = 0; i < files.size(); ++i) {
     const int number = static_cast<int>(i + 1);
     Source data(control.findings());
-    const bool open = mif ? control.OpenMid(data, table.section, number, files[i])
+    const bool open = mif ? control.OpenMid(data, table.section, number, files[i], true)
                           : control.Open(data, table.section, number, files[i], false);
     if (open) {
       ReadRows(data, table, reader, take);
@@ -266,6 +272,7 @@ void ForEachRow(Control& control, const zatlib::SourceTable& table, Reader& read
       continue;
     }
     ReadRows(source, table, reader, take);
+    LookAtUnknownRows(control.findings(), source.file(), source.line());
   }
 }
 

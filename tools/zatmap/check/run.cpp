@@ -9,6 +9,7 @@ namespace zatmap::check {
 
 Findings RunChecks(const RunOptions& options) {
   Findings findings(options.max_per_kind);
+  findings.ShowHidden(options.all);
   SetPieceSize(static_cast<size_t>(options.piece_size));
   try {
     Control control(findings, options.control_file, options.msr);

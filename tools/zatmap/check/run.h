@@ -20,6 +20,7 @@ using Look = std::function<void(const Control& control, const Network& network)>
 struct RunOptions {
   std::string control_file;         // as the user wrote it
   bool msr = false;                 // the MSR layout, whatever [SYSTEM] FORMAT says
+  bool all = false;                 // also findings that follow from others
   int64_t max_per_kind = kShown;    // findings kept of a kind (0: all); all of them are counted
   int64_t shape_limit = INT32_MAX;  // bytes of all shapes; a test sets a smaller one
   int64_t piece_size = 1 << 17;  // bytes of files that a thread looks at at a time; 0: no threads,

@@ -64,6 +64,7 @@ bool ParseKinds(const std::vector<std::string>& ids, std::vector<Kind>* kinds,
 
 Chosen Choose(const Findings& findings, const Selection& selection) {
   Chosen chosen;
+  chosen.hidden = findings.hidden();
   Numbers wanted{};
   for (const KindInfo& info : Kinds()) {
     const int64_t count = findings.count(info.kind);

@@ -33,6 +33,7 @@ struct Chosen {
   int64_t warnings = 0;
   int64_t more = 0;      // findings beyond the maximum
   int64_t left_out = 0;  // findings that do not count
+  int64_t hidden = 0;    // findings that follow from others
 
   // True when the exit status says so: errors, or with `strict` also warnings.
   bool Fail(bool strict) const { return errors > 0 || (strict && warnings > 0); }

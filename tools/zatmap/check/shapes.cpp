@@ -1,6 +1,7 @@
 #include "check/shapes.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdlib>
 
 #include "check/distance.h"
@@ -42,6 +43,7 @@ void ShapeChecker::Begin(FeatureCode code, Place place) {
   points_ = 0;
   far_ = false;
   meets_ = false;
+  exchanged_points_ = 0;
   length_ = 0;
   swapped_length_ = 0;
   ++shapes_;
@@ -57,7 +59,13 @@ void ShapeChecker::Point(Place here, int32_t x, int32_t y) {
   }
   last_x_ = x;
   last_y_ = y;
-  if (!network_.CheckPoint(here, x, y)) far_ = true;
+  if (!network_.CheckPoint(here, x, y)) {
+    if (network_.IsNear(y, x)) {
+      ++exchanged_points_;
+    } else {
+      far_ = true;
+    }
+  }
   const int64_t before = bytes_;
   bytes_ += kPointBytes;
   if (before <= limit_ && bytes_ > limit_) {
@@ -68,23 +76,31 @@ void ShapeChecker::Point(Place here, int32_t x, int32_t y) {
 
 void ShapeChecker::CheckEnds(const CheckedLink& link) {
   if (meets_) {
-    ++checked_ends_;
+    ++ends_.checked;
     return;
   }
   if (link.a < 0 || link.b < 0 || points_ < 2) return;
   const CheckedNode& a = network_.nodes[static_cast<size_t>(link.a)];
   const CheckedNode& b = network_.nodes[static_cast<size_t>(link.b)];
   if (!a.placed || !b.placed) return;
-  ++checked_ends_;
+  ++ends_.checked;
   const auto meets = [&](int32_t x1, int32_t y1, int32_t x2, int32_t y2) {
     return (a.x == x1 && a.y == y1 && b.x == x2 && b.y == y2) ||
            (a.x == x2 && a.y == y2 && b.x == x1 && b.y == y1);
   };
   if (meets(first_x_, first_y_, last_x_, last_y_)) return;
   if (meets(first_y_, first_x_, last_y_, last_x_)) {
-    if (swapped_ends_++ == 0) first_swapped_ = place_;
+    if (ends_.swapped++ == 0) ends_.first_swapped = place_;
     return;
   }
+  // The way round in which both ends together are nearer to their nodes.
+  const auto between = [](const CheckedNode& node, int32_t x, int32_t y) {
+    return std::hypot(double{1} * x - node.x, double{1} * y - node.y);
+  };
+  const bool begins_at_a = between(a, first_x_, first_y_) + between(b, last_x_, last_y_) <=
+                           between(a, last_x_, last_y_) + between(b, first_x_, first_y_);
+  ends_.AddMissed(
+      place_, {(begins_at_a ? first_x_ : last_x_) - a.x, (begins_at_a ? first_y_ : last_y_) - a.y});
   network_.findings().Add(Kind::kShapeEnds, place_, "link %s", network_.TextOf(code_).c_str());
 }
 
@@ -116,7 +132,8 @@ void ShapeChecker::EndAt(int32_t found) {
     findings.Add(Kind::kShapeTwice, place_.At(1), "link %s", network_.TextOf(code_).c_str());
   }
   link.marks |= kHasShape;
-  if (!far_) {
+  // A shape that is exchanged as a whole has a length all the same.
+  if (!far_ && (exchanged_points_ == 0 || exchanged_points_ == points_)) {
     link.shape_length = static_cast<float>(length_);
     link.swapped_length = static_cast<float>(swapped_length_);
   }
@@ -150,13 +167,9 @@ void ShapeChecker::Finish() {
                    network_.TextOf(unknown_[i].code).c_str());
     }
   }
-  if (swapped_ends_ > 0) {
-    findings.Add(Kind::kCoordSwapped, first_swapped_,
-                 "the ends of %lld of %lld shapes are their nodes with longitude and latitude "
-                 "exchanged",
-                 static_cast<long long>(swapped_ends_), static_cast<long long>(checked_ends_));
-  }
+  LookAtEnds(network_, ends_);
   if (shapes_ == 0) return;
+  LookAtMissingShapes(network_);
   for (const CheckedLink& link : network_.links) {
     if (link.code.IsEmpty() || (link.marks & kHasShape) != 0) continue;
     findings.Add(Kind::kShapeMissing, network_.PlaceOf(link, 0), "link %s",

@@ -5,6 +5,7 @@
 
 #include "check/control.h"
 #include "check/network.h"
+#include "check/network_causes.h"
 #include "check/plain_shapes.h"
 
 namespace zatmap::check {
@@ -41,17 +42,16 @@ class ShapeChecker {
   int64_t limit_;
   int64_t bytes_ = 0;
   int64_t shapes_ = 0;
-  int64_t checked_ends_ = 0;
-  int64_t swapped_ends_ = 0;  // shapes whose ends are the nodes with X and Y exchanged
-  Place first_swapped_;
+  ShapeEnds ends_;
   std::vector<UnknownShape> unknown_;
 
   zatlib::FeatureCode code_;
   Place place_;
   int64_t points_ = 0;
-  bool meets_ = false;  // its ends are known to be the nodes of its link
-  bool far_ = false;    // a point lies far from the nodes
-  double length_ = 0;   // metres
+  int64_t exchanged_points_ = 0;  // near with longitude and latitude exchanged
+  bool meets_ = false;            // its ends are known to be the nodes of its link
+  bool far_ = false;              // a point lies far from the nodes
+  double length_ = 0;             // metres
   double swapped_length_ = 0;
   int32_t first_x_ = 0;
   int32_t first_y_ = 0;

@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "platform/code_page.h"
+#include "platform/file_kind.h"
 #include "shell/encodings.h"
 #include "shell/text.h"
 
@@ -51,6 +52,8 @@ bool IsUtf8Text(std::string_view text) {
 
 bool Source::Open(const std::string& path, bool mif) {
   file_ = findings_->File(path);
+  // Opening a pipe would wait for a writer, and a device has no end.
+  if (zatlib::platform::KindOfFile(path.c_str()) != zatlib::platform::FileKind::kFile) return false;
   handle_ = zatlib::platform::File::Open(
       path.c_str(), zatlib::platform::Access::kRead, zatlib::platform::Share::kRead,
       zatlib::platform::Disposition::kOpenExisting, zatlib::platform::Hint::kSequential);
@@ -71,11 +74,6 @@ bool Source::Open(const std::string& path, bool mif) {
     findings_->Add(mif ? Kind::kByteOrderMarkMif : Kind::kByteOrderMark, {file_, 1, 0, 0},
                    "bytes EF BB BF");
     position_ += 3;
-  } else if (start.starts_with("\xff\xfe") || start.starts_with("\xfe\xff")) {
-    findings_->Add(Kind::kWideText, {file_, 1, 0, 0}, "bytes %s",
-                   start.front() == '\xff' ? "FF FE" : "FE FF");
-    position_ = end_;
-    at_end_ = file_ended_ = true;
   }
   return true;
 }
@@ -136,7 +134,8 @@ char* Source::QuotedEnd(char* begin, char* window_end, char* physical_end, bool*
       *embedded = true;
     }
   }
-  if (!quoted) return nullptr;
+  // A line of that length with line ends in it is none that anybody meant.
+  if (!quoted && (!*embedded || physical_end == nullptr)) return nullptr;
   // Not closed: the build joins all of it; here the next line begins where it seems to.
   char* const shown_end = physical_end != nullptr ? physical_end : window_end;
   findings_->Add(Kind::kQuoteOpen, Here(), "%.*s",
@@ -327,6 +326,12 @@ FeatureCode CheckedCode(const Source& source, const Row& row, int column, int co
   std::string_view digits = Trim(field, kSpaces);
   if (digits.empty()) return {};
   if (digits.front() == '+') digits.remove_prefix(1);
+  const size_t point = digits.find('.');
+  if (point != std::string_view::npos && AllDigits(digits.substr(0, point)) &&
+      digits.find_first_not_of('0', point + 1) == std::string_view::npos) {
+    source.findings().Add(Kind::kCodeFloat, source.Here(column), "%.*s", Size(field), field.data());
+    digits = digits.substr(0, point);
+  }
   if (!AllDigits(digits)) {
     source.findings().Add(Kind::kCodeText, source.Here(column), "\"%.*s\"", Size(field),
                           field.data());
@@ -358,8 +363,9 @@ int32_t CheckedNumber(const Source& source, const Row& row, const zatlib::Source
     source.findings().Add(Kind::kNumberText, source.Here(column.number), "\"%.*s\" counts as %d",
                           Size(field), field.data(), value);
   } else if (value < low || value > high || digits.size() > 10) {
-    source.findings().Add(range_kind, source.Here(column.number), "%.*s", Size(field),
-                          field.data());
+    const Kind kind =
+        range_kind == Kind::kLengthRange && value < low ? Kind::kLengthNegative : range_kind;
+    source.findings().Add(kind, source.Here(column.number), "%.*s", Size(field), field.data());
   }
   return value;
 }

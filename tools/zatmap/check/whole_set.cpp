@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "check/lengths.h"
+#include "check/network_causes.h"
 #include "check/reach.h"
 #include "check/road_net.h"
 
@@ -184,6 +185,7 @@ void CheckWholeSet(const Network& network) {
   if (!network.nodes_whole || !network.links_whole) return;
   if (network.links.size() < kEnoughRecords) return;
   const bool metres = CheckLengths(network);
+  HideExplainedLengths(network);
   CheckSpeeds(network);
   const RoadNet net(network);
   CheckOneWayShare(network, net);

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "check/mif.h"
+#include "check/network_causes.h"
 #include "check/plain_zat.h"
 #include "check/rows.h"
 #include "check/shapes.h"
@@ -119,10 +120,9 @@ void ZatCheck::NodeFile(int number, const std::string& path) {
     MifFile mif(findings, MifUse::kZatPoints);
     Source data(findings);
     const bool has_mif = mif.Open(control, "NODE", number, path, &node_header);
-    if (!control.OpenMid(data, "NODE", number, path)) {
-      network.nodes_whole = false;
-      return;
-    }
+    const bool has_mid = control.OpenMid(data, "NODE", number, path, true);
+    if (!has_mif || !has_mid) network.nodes_whole = false;
+    if (!has_mid) return;
     PlainRules rules{network};
     rules.names_in_nodes = true;
     auto plain = PlainNodes(network, rules, TakePlainNode, has_mif ? &mif : nullptr);
@@ -175,7 +175,7 @@ void ZatCheck::NodeNames() {
     zatlib::FRD_MakeMidPath(node_files[i].c_str(), mid.text);
     if (node_files[i] == mid.c_str()) continue;
     Source data(findings);
-    if (!control.OpenMid(data, "NODE", static_cast<int>(i + 1), node_files[i])) continue;
+    if (!control.OpenMid(data, "NODE", static_cast<int>(i + 1), node_files[i], false)) continue;
     ReadRows(data, kNameMidLayout, plain_mid, [&](const Source& source, const Row& row) {
       const FeatureCode code = zatlib::ParseCode(row[zat::Node::kCode], code_length);
       CheckNameRow(source, row, network.FindNode(code) >= 0 || !network.nodes_whole,
@@ -286,6 +286,7 @@ void ZatCheck::SpeedRow(const Source& source, const Row& row, zatlib::DefaultSpe
   const FeatureCode a = CheckedCode(source, row, LinkSpeed::kNodeA, code_length);
   const FeatureCode b = CheckedCode(source, row, LinkSpeed::kNodeB, code_length);
   CheckedNumbers(source, row, zat::kLinkSpeeds);
+  CheckNegativeSpeeds(source, row, LinkSpeed::kSpeedA, LinkSpeed::kSpeedB);
   const int32_t found = network.FindLink(code);
   if (found < 0) {
     if (network.links_whole) ReportRow(Kind::kRowUnknown, source, row, LinkSpeed::kCode);
@@ -448,6 +449,7 @@ void ZatCheck::Shapes(int64_t limit) {
     }
     mif.Close(records);
   }
+  CompareHeaders(findings, node_header, header, link_files);
   shapes.Finish();
 }
 
@@ -460,6 +462,7 @@ void CheckZat(Control& control, int64_t shape_limit, const Look& look) {
   check.NodePlaces();
   check.Links();
   check.network.CheckReferences();
+  LookAtNetwork(check.network);
   check.Speeds();
   check.network.CheckCosts();
   check.LinkNames();

@@ -2,8 +2,10 @@
 #pragma once
 
 #include <algorithm>
+#include <bitset>
 #include <cstdarg>
 #include <cstdint>
+#include <initializer_list>
 #include <span>
 #include <string>
 #include <tuple>
@@ -31,6 +33,7 @@ struct KindInfo {
   Severity severity;
   const char* text = "";    // what is wrong
   const char* advice = "";  // what to do
+  bool once = false;        // all findings of a file are one, the first, which tells their number
 };
 
 // True when the table is in the order of the enumeration; for a static_assert beside it.
@@ -87,6 +90,28 @@ class FindingList {
   const std::string& PathOf(uint32_t file) const { return files_[file]; }
   const std::vector<std::string>& files() const { return files_; }
 
+  // From now on the findings of these kinds in a file follow from another one, the cause: they are
+  // left out of counts and lists, those that are there already too.
+  void Hide(uint32_t file, std::initializer_list<Kind> kinds) {
+    if (hidden_.size() <= file) hidden_.resize(file + size_t{1});
+    for (const Kind kind : kinds) hidden_[file].set(static_cast<size_t>(kind));
+  }
+  // The same in every file.
+  void Hide(std::initializer_list<Kind> kinds) {
+    for (const Kind kind : kinds) hidden_everywhere_.set(static_cast<size_t>(kind));
+  }
+  // Whether counts and lists have the hidden ones after all.
+  void ShowHidden(bool show) { show_hidden_ = show; }
+
+  bool Hides(uint32_t file, Kind kind) const { return IsHidden(file, static_cast<size_t>(kind)); }
+
+  // Findings that are left out.
+  int64_t hidden() const {
+    int64_t sum = 0;
+    for (size_t kind = 0; kind < counts_.size(); ++kind) sum += HiddenOf(kind);
+    return show_hidden_ ? 0 : sum;
+  }
+
   // Counts a finding and keeps it with its detail while there is room.
   void Add(Kind kind, Place place, const char* format, ...) ZATLIB_PRINTF(4, 5) {
     va_list arguments;
@@ -95,9 +120,11 @@ class FindingList {
     va_end(arguments);
   }
   void AddV(Kind kind, Place place, const char* format, va_list arguments) ZATLIB_PRINTF(4, 0) {
-    int64_t& count = counts_[static_cast<size_t>(kind)];
-    ++count;
-    if (max_ > 0 && count > max_) return;
+    // Those of a file that is hidden later do not take the room of others.
+    const int64_t count = ++CountOf(kind, place.file);
+    const bool once = InfoOf(kind).once;
+    if (!once || count == 1) ++counts_[static_cast<size_t>(kind)];
+    if (count > (once ? 1 : max_) && (once || max_ > 0)) return;
     char text[zatlib::kMessageSize];
     const size_t size = std::min(detail_size_, sizeof text);
     const size_t length = zatlib::FRD_FormatV(text, size, format, arguments);
@@ -107,13 +134,25 @@ class FindingList {
   // False when a finding of the kind would be counted and not kept.
   bool HasRoom(Kind kind) const { return max_ == 0 || counts_[static_cast<size_t>(kind)] < max_; }
 
-  // Counts findings for which there is no room.
-  void Count(Kind kind, int64_t count) { counts_[static_cast<size_t>(kind)] += count; }
+  // Counts findings in a file for which there is no room.
+  void Count(Kind kind, uint32_t file, int64_t count) {
+    counts_[static_cast<size_t>(kind)] += count;
+    CountOf(kind, file) += count;
+  }
 
   std::span<const KindInfo<Kind>> kinds() const { return kinds_; }
   const KindInfo<Kind>& InfoOf(Kind kind) const { return kinds_[static_cast<size_t>(kind)]; }
 
-  int64_t count(Kind kind) const { return counts_[static_cast<size_t>(kind)]; }
+  int64_t count(Kind kind) const {
+    const auto number = static_cast<size_t>(kind);
+    return counts_[number] - (show_hidden_ ? 0 : HiddenOf(number));
+  }
+  // Of one file, hidden or not.
+  int64_t CountIn(uint32_t file, Kind kind) const {
+    return file < in_file_.size() && !in_file_[file].empty()
+               ? in_file_[file][static_cast<size_t>(kind)]
+               : 0;
+  }
   int64_t count(Severity severity) const {
     int64_t sum = 0;
     for (const KindInfo<Kind>& info : kinds_) {
@@ -129,7 +168,18 @@ class FindingList {
 
   // The findings kept, by path, record, column, line and offset.
   std::vector<Finding> Sorted() const {
-    std::vector<Finding> sorted = kept_;
+    std::vector<Finding> sorted;
+    std::vector<int64_t> taken(counts_.size());
+    for (const Finding& finding : kept_) {
+      const auto kind = static_cast<size_t>(finding.kind);
+      if (!show_hidden_ && IsHidden(finding.place.file, kind)) continue;
+      if (max_ > 0 && taken[kind]++ >= max_) continue;
+      sorted.push_back(finding);
+      const int64_t in_file = CountIn(finding.place.file, finding.kind);
+      if (InfoOf(finding.kind).once && in_file > 1) {
+        sorted.back().detail += " (and " + std::to_string(in_file - 1) + " more in the file)";
+      }
+    }
     std::stable_sort(sorted.begin(), sorted.end(), [this](const Finding& a, const Finding& b) {
       const auto place = [this](const Place& p) {
         return std::tie(PathOf(p.file), p.record, p.column, p.line, p.offset);
@@ -141,11 +191,37 @@ class FindingList {
   }
 
  private:
+  using KindSet = std::bitset<static_cast<size_t>(Kind::kCount)>;
+
+  int64_t& CountOf(Kind kind, uint32_t file) {
+    if (in_file_.size() <= file) in_file_.resize(file + size_t{1});
+    if (in_file_[file].empty()) in_file_[file].resize(counts_.size());
+    return in_file_[file][static_cast<size_t>(kind)];
+  }
+
+  bool IsHidden(uint32_t file, size_t kind) const {
+    return hidden_everywhere_[kind] || (file < hidden_.size() && hidden_[file][kind]);
+  }
+  int64_t HiddenOf(size_t kind) const {
+    if (hidden_everywhere_[kind]) return counts_[kind];
+    int64_t sum = 0;
+    for (uint32_t file = 0; file < hidden_.size(); ++file) {
+      if (!hidden_[file][kind]) continue;
+      const int64_t count = CountIn(file, static_cast<Kind>(kind));
+      sum += kinds_[kind].once ? std::min<int64_t>(count, 1) : count;
+    }
+    return sum;
+  }
+
   std::span<const KindInfo<Kind>> kinds_;
   int64_t max_;
   Ties ties_;
   size_t detail_size_;
   std::vector<int64_t> counts_;
+  std::vector<std::vector<int64_t>> in_file_;  // counts by file, and by kind where there are any
+  std::vector<KindSet> hidden_;                // by file
+  KindSet hidden_everywhere_;
+  bool show_hidden_ = false;
   std::vector<std::string> files_;
   std::vector<Finding> kept_;
 };
