@@ -365,7 +365,7 @@ class ControlFile(CheckTest):
                      ("control.ini:12: 0: warning", "flag-clash", "HIGHWAY=1 and FERRY=1"))
 
     def test_folder_missing(self):
-        self.expect(zat_text(), ("control.ini:6: 0: error", "folder-missing", "out"), folders=())
+        self.expect(zat_text(), ("control.ini:6: 0: warning", "folder-missing", "out"), folders=())
 
     def test_folder_default(self):
         self.control(b"CALCMAPDIR=out", b"CALCMAPDIR=x",
