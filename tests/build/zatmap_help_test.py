@@ -14,7 +14,6 @@ import os
 import pty
 import re
 import select
-import shutil
 import subprocess
 import sys
 import tempfile
@@ -178,19 +177,15 @@ class ManPages(Case):
                     self.assertIn(f"\n.SH {heading}\n", text)
 
     def test_they_can_be_read(self):
-        readers = [reader for reader in (
-            ["groff", "-man", "-ww", "-Tascii", "-P-cbou"], ["mandoc", "-Tascii"],
-            ["man", "-l", "-"]) if shutil.which(reader[0])]
         for page, text in self.pages():
-            for reader in readers:
-                with self.subTest(page=page, reader=reader[0]):
-                    shown = re.sub(r".\x08", "", self.pipe(reader[0], text, *reader[1:]))
-                    self.assertIn(page.upper() + "(1)", shown)
-                    self.assertIn("SEE ALSO", shown)
-                    if page == "zatmap-verify":
-                        self.assertRegex(shown, r"zatmap verify \[OPTIONS\] DIR")
-                        self.assertRegex(shown, r"--max N\s+Show at most N findings \(default 100\)\.")
-                        self.assertRegex(shown, r"2\s+wrong usage\.")
+            with self.subTest(page=page):
+                shown = self.pipe("groff", text, "-man", "-ww", "-Tascii", "-P-cbou")
+                self.assertIn(page.upper() + "(1)", shown)
+                self.assertIn("SEE ALSO", shown)
+                if page == "zatmap-verify":
+                    self.assertRegex(shown, r"zatmap verify \[OPTIONS\] DIR")
+                    self.assertRegex(shown, r"--max N\s+Show at most N findings \(default 100\)\.")
+                    self.assertRegex(shown, r"2\s+wrong usage\.")
 
 
 class Completion(Case):
@@ -229,9 +224,9 @@ class Completion(Case):
             zatmap.write(cls.scripts[shell], cls.program.run("completion", shell).out.encode())
 
     def test_scripts_are_read(self):
-        for shell, script in self.scripts.items():
-            if shutil.which(shell):
-                self.pipe(shell, "", "-n", script)
+        self.pipe("bash", "", "-n", self.scripts["bash"])
+        self.pipe("zsh", "", "-n", self.scripts["zsh"])
+        self.pipe("fish", "", "-n", self.scripts["fish"])
 
     def test_every_command_and_option_is_in_them(self):
         for shell, script in self.scripts.items():
@@ -280,8 +275,6 @@ class Completion(Case):
             os.waitpid(program, 0)
 
     def test_words_of_fish(self):
-        if not shutil.which("fish"):
-            self.skipTest("there is no fish")
         for typed, completions in self.CASES:
             if " = " in typed or completions == [] or typed.startswith("zatmap -C"):
                 continue  # what fish does of itself

@@ -31,9 +31,11 @@ PROGRAMS = {
     "cmake": "cmake",
     "convert": "imagemagick",
     "ctest": "cmake",
+    "fish": "fish",
     "g++": "g++",
     "gcc": "g++",
     "gcovr": "gcovr",
+    "groff": "groff-base",
     "import": "imagemagick",
     "ninja": "ninja-build",
     "ogrinfo": "gdal-bin",
@@ -46,6 +48,7 @@ PROGRAMS = {
     "x86_64-w64-mingw32-windres": "g++-mingw-w64-x86-64-posix",
     "xdotool": "xdotool",
     "xvfb-run": "xvfb",
+    "zsh": "zsh",
 }
 # Programs that programs of the table call themselves, from packages that they only recommend.
 CALLED_BY_OTHERS = {
@@ -76,6 +79,7 @@ EVERYWHERE = {
     "rm": "coreutils",
     "timeout": "coreutils",
     "touch": "coreutils",
+    "unshare": "util-linux",
     "xargs": "findutils",
 }
 # Asked for by those who are not root, who then have it.
