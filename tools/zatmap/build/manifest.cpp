@@ -232,6 +232,7 @@ bool MapRecorder::Write(const std::string& folder, double seconds, std::string* 
   }
   const std::vector<std::string> names = MapFilesIn(folder);
   std::vector<std::string> paths;
+  paths.reserve(names.size());
   for (const std::string& name : names) paths.push_back(In(folder, name.c_str()));
   const std::vector<HashedFile> files = HashFiles(paths);
   for (size_t i = 0; i < names.size(); ++i) {

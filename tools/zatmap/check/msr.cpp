@@ -154,7 +154,7 @@ void MsrCheck::Sections() {
   PlainRules rules{network};
   rules.defaults = defaults;
   auto plain = PlainLinks(network, rules, TakePlainSection);
-  ReadLinks(control, network, msr::kSections, from_mif, section_files, plain,
+  ReadLinks(control, network, LinkFiles{msr::kSections, section_files, from_mif}, plain,
             [&](const Source& source, const Row& row) { SectionRow(source, row, defaults); });
   EndLinks(network, section_files, "no road section");
 }

@@ -14,7 +14,6 @@ using zatlib::map::CircuitSearch;
 using zatlib::map::Connection;
 using zatlib::map::ConnectionOf;
 using zatlib::map::Follow;
-using zatlib::map::NodeOf;
 using zatlib::map::NodeSets;
 
 constexpr int kTries = 4;  // starts that may lie in a dead end before all circuits are searched

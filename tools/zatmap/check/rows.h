@@ -243,17 +243,26 @@ int64_t ReadRows(Source& source, const Layout& layout,
   return ReadRows(source, layout, std::move(take));
 }
 
-// All link files: the MID files when the links are `mif`, through reader and take.
+// The files of the links, and where their columns stand.
+struct LinkFiles {
+  const zatlib::SourceTable& table;
+  const std::vector<std::string>& files;
+  bool mif;  // the columns stand in the MID file beside each
+};
+
+// All link files, through reader and take.
 template <typename Reader, typename Take>
-void ReadLinks(Control& control, Network& network, const zatlib::SourceTable& table, bool mif,
-               const std::vector<std::string>& files, Reader& reader, Take take) {
-  for (size_t i = 0; i < files.size(); ++i) {
+void ReadLinks(Control& control, Network& network, const LinkFiles& links, Reader& reader,
+               Take take) {
+  for (size_t i = 0; i < links.files.size(); ++i) {
     const int number = static_cast<int>(i + 1);
+    const std::string& file = links.files[i];
+    const char* const section = links.table.section;
     Source data(control.findings());
-    const bool open = mif ? control.OpenMid(data, table.section, number, files[i], true)
-                          : control.Open(data, table.section, number, files[i], false);
+    const bool open = links.mif ? control.OpenMid(data, section, number, file, true)
+                                : control.Open(data, section, number, file, false);
     if (open) {
-      ReadRows(data, table, reader, take);
+      ReadRows(data, links.table, reader, take);
     } else {
       network.links_whole = false;
     }

@@ -275,7 +275,7 @@ void ZatCheck::Links() {
   PlainRules rules{network};
   rules.defaults = defaults;
   auto plain = PlainLinks(network, rules, TakePlainLink);
-  ReadLinks(control, network, zat::kLinks, link_mif, link_files, plain,
+  ReadLinks(control, network, LinkFiles{zat::kLinks, link_files, link_mif}, plain,
             [&](const Source& source, const Row& row) { LinkRow(source, row, defaults); });
   EndLinks(network, link_files, "no link");
 }

@@ -168,7 +168,7 @@ class RoutePrinter {
  private:
   // "101", or "101 (12 m from 7.42,43.73)".
   std::string Title(const End& end) const {
-    const std::string code = map_.node_code(end.node);
+    std::string code = map_.node_code(end.node);
     if (end.place.empty()) return code;
     char metres[32];
     std::snprintf(metres, sizeof metres, "%.0f", end.metres);
