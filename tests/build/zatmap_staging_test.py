@@ -288,7 +288,8 @@ class Failures(StagingTest):
             OPTIONS.zatmap, "1m", self.out) + "\n".join(lines)
         done = subprocess.run(["unshare", "-m", "sh", "-c", script], cwd=self.city, timeout=60,
                               env=self.program.environment, capture_output=True, check=False)
-        if done.returncode == 77 or b"unshare failed" in done.stderr:
+        # A root that is no mount point (chroot) cannot be set apart either.
+        if done.returncode == 77 or done.stderr.startswith(b"unshare: "):
             self.skipTest("mounting is not permitted here")
         self.assertEqual(done.returncode, 0, done.stderr.decode())
         return done.stdout.decode()
