@@ -461,8 +461,10 @@ class Dialog(WindowTest):
                             "mousemove", str(x - 110), str(y - 45), "sleep", "0.3")
         host.go_on()
         host.finish()
-        self.assertIn("handled=1 wait=1", host.all("cursor"))
-        self.assertEqual(set(host.all("cursor")), {"handled=1 wait=1"})
+        # On a busy machine the first answer can come before the display has the pointer's new form.
+        told = host.all("cursor")
+        self.assertEqual({line.split()[0] for line in told}, {"handled=1"})
+        self.assertEqual(told[-1], "handled=1 wait=1")
 
     def test_the_halves_run_behind_the_dialog_too(self):
         # The first half never runs silently.
