@@ -7,8 +7,6 @@ namespace {
 
 using zatlib::kSlots;
 using zatlib::map::ConnectionOf;
-using zatlib::map::NodeOf;
-using zatlib::map::SlotOf;
 
 bool Opens(uint16_t length, uint16_t speed, int limit) {
   return zatlib::ConnectionCost(length, speed, limit) != zatlib::kClosedCost;

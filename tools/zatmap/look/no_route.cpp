@@ -8,7 +8,6 @@ using zatlib::map::BuiltMap;
 using zatlib::map::Connection;
 using zatlib::map::NodeOf;
 using zatlib::map::NoRoute;
-using zatlib::map::SlotOf;
 
 constexpr size_t kShown = 5;  // barriers that the text lists
 
