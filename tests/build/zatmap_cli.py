@@ -83,6 +83,13 @@ class ZatmapTest(unittest.TestCase):
 
 
 class Usage(ZatmapTest):
+    def test_what_stands_behind_two_hyphens_is_an_argument(self):
+        self.control("SILENTMODE=1")
+        self.write("-odd.ini", self.read("control.ini"))
+        for name in ("control.ini", "-odd.ini"):
+            done = self.program.run("build", "--no-check", "--", name, cwd=self.folder)
+            self.assertEqual((done.status, done.err), (0, ""), name)
+
     def test_version(self):
         out, err = self.run_zatmap("--version", status=0)
         self.assertRegex(out, r"^zatmap \d+\.\d+\.\d+\.\d+\n$")

@@ -3,6 +3,7 @@
 #include "shell/command_line.h"
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <charconv>
 #include <cstdio>
 #include <deque>
@@ -171,7 +172,10 @@ class Parse {
   }
 
   bool NothingIsUnknown() const {
-    const std::vector<std::string> rest = app_.remaining();
+    std::vector<std::string> rest = app_.remaining();
+    // What stands before the arguments that may begin with a hyphen.
+    const auto mark = std::find(rest.begin(), rest.end(), "--");
+    if (mark != rest.end()) rest.erase(mark);
     if (rest.empty()) return true;
     const std::string& word = rest.front();
     if (word.size() < 2 || word[0] != '-') {
